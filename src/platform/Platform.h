@@ -1,0 +1,28 @@
+// Everything the program needs of the machine that it runs on.
+#pragma once
+
+#include <memory>
+
+#include "platform/Clock.h"
+#include "platform/Containers.h"
+#include "platform/DiskArbitration.h"
+#include "platform/FileSystems.h"
+#include "platform/MediaRegistry.h"
+#include "platform/SystemInfo.h"
+#include "platform/SystemLog.h"
+
+namespace halvercine::platform {
+
+/// One of each port. The composition root makes it, the features take what they need from it by
+/// reference. All members are set.
+struct Platform {
+  std::unique_ptr<Clock> clock;
+  std::unique_ptr<SystemLog> systemLog;
+  std::unique_ptr<SystemInfo> systemInfo;
+  std::unique_ptr<Containers> containers;
+  std::unique_ptr<FileSystems> fileSystems;
+  std::unique_ptr<MediaRegistry> mediaRegistry;
+  std::unique_ptr<DiskArbitration> diskArbitration;
+};
+
+}  // namespace halvercine::platform

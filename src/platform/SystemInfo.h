@@ -1,0 +1,29 @@
+// Facts about the running system.
+#pragma once
+
+#include <compare>
+#include <optional>
+#include <string>
+
+namespace halvercine::platform {
+
+struct SystemVersion {
+  int major = 0;
+  int minor = 0;
+  int patch = 0;
+  auto operator<=>(const SystemVersion&) const = default;
+};
+
+class SystemInfo {
+ public:
+  virtual ~SystemInfo() = default;
+
+  /// The raw bytes of a kernel variable (`sysctlbyname`), with whatever zero bytes end it; nothing
+  /// when the size query or the read fails. Any thread.
+  virtual std::optional<std::string> kernelVariable(const std::string& name) = 0;
+
+  /// The version of macOS, such as 26.4.0; nothing on another system. Any thread.
+  virtual std::optional<SystemVersion> macOSVersion() = 0;
+};
+
+}  // namespace halvercine::platform

@@ -1,0 +1,49 @@
+#include "platform/posix/AsioClock.h"
+
+#include <algorithm>
+
+namespace halvercine::platform::posix {
+
+WallTime AsioClock::now() const { return std::chrono::system_clock::now(); }
+
+Uptime AsioClock::uptime() const { return std::chrono::steady_clock::now().time_since_epoch(); }
+
+TimerId AsioClock::callAt(Uptime deadline, std::function<void()> action) {
+  const Key key(deadline, ++lastTimer_);
+  actions_.emplace(key, std::move(action));
+  if (actions_.begin()->first == key) arm();
+  return key.second;
+}
+
+void AsioClock::cancel(TimerId timer) {
+  const auto found = std::find_if(actions_.begin(), actions_.end(), [timer](const auto& entry) {
+    return entry.first.second == timer;
+  });
+  if (found == actions_.end()) return;
+  const bool wasEarliest = found == actions_.begin();
+  actions_.erase(found);
+  if (wasEarliest) arm();
+}
+
+void AsioClock::arm() {
+  if (actions_.empty()) {
+    timer_.cancel();
+    return;
+  }
+  timer_.expires_at(std::chrono::steady_clock::time_point(actions_.begin()->first.first));
+  timer_.async_wait([this](boost::system::error_code error) {
+    if (!error) runDue();
+  });
+}
+
+void AsioClock::runDue() {
+  // Only what was due on entry: an action that files a past deadline waits for the next turn.
+  const Key limit(uptime(), lastTimer_);
+  while (!actions_.empty() && actions_.begin()->first <= limit) {
+    const auto due = actions_.extract(actions_.begin());
+    due.mapped()();
+  }
+  arm();
+}
+
+}  // namespace halvercine::platform::posix

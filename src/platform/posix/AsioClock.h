@@ -1,0 +1,33 @@
+// Real time, with its timers on the main actor.
+#pragma once
+
+#include <boost/asio/steady_timer.hpp>
+#include <map>
+
+#include "base/MainActor.h"
+#include "platform/Clock.h"
+
+namespace halvercine::platform::posix {
+
+/// The system's clocks. One kernel timer stands for the earliest deadline.
+class AsioClock : public Clock {
+ public:
+  explicit AsioClock(base::MainActor& actor) : timer_(actor.context()) {}
+
+  WallTime now() const override;
+  Uptime uptime() const override;
+  TimerId callAt(Uptime deadline, std::function<void()> action) override;
+  void cancel(TimerId timer) override;
+
+ private:
+  using Key = std::pair<Uptime, TimerId>;
+
+  void arm();
+  void runDue();
+
+  boost::asio::steady_timer timer_;
+  std::map<Key, std::function<void()>> actions_;
+  TimerId lastTimer_ = 0;
+};
+
+}  // namespace halvercine::platform::posix

@@ -1,0 +1,91 @@
+#include "base/PrivateFiles.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <boost/uuid/random_generator.hpp>
+#include <boost/uuid/uuid_io.hpp>
+#include <cerrno>
+#include <algorithm>
+
+#include "base/UniqueFd.h"
+
+namespace halvercine::base {
+namespace {
+
+std::error_code lastError() { return {errno, std::generic_category()}; }
+
+std::error_code writeFully(int fd, std::string_view content) {
+  while (!content.empty()) {
+    const auto written = ::write(fd, content.data(), content.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return lastError();
+    content.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return {};
+}
+
+}  // namespace
+
+bool isPlainFileName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
+}
+
+std::error_code makePrivateDirectory(const std::filesystem::path& directory) {
+  std::filesystem::path made;
+  for (const auto& component : directory) {
+    made /= component;
+    // Trying first spares a look that another process could overtake.
+    if (::mkdir(made.c_str(), 0700) != 0 && errno != EEXIST && errno != EISDIR) {
+      const auto error = lastError();
+      std::error_code ignored;
+      if (!std::filesystem::is_directory(made, ignored)) return error;
+    }
+  }
+  std::error_code error;
+  if (!std::filesystem::is_directory(directory, error)) {
+    return error ? error : std::make_error_code(std::errc::not_a_directory);
+  }
+  return {};
+}
+
+std::error_code replacePrivateFile(const std::filesystem::path& path, std::string_view content) {
+  const auto unique = to_string(boost::uuids::random_generator()());
+  const auto temporary = path.parent_path() / ("." + path.filename().string() + ".tmp-" + unique);
+  const UniqueFd file(
+      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!file) return lastError();
+  auto error = writeFully(file.get(), content);
+  if (!error && ::rename(temporary.c_str(), path.c_str()) != 0) error = lastError();
+  if (error) ::unlink(temporary.c_str());
+  return error;
+}
+
+std::expected<std::string, std::error_code> readRegularFile(const std::filesystem::path& path,
+                                                            std::size_t limit) {
+  const UniqueFd file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0) return std::unexpected(lastError());
+  if (!S_ISREG(status.st_mode)) {
+    return std::unexpected(std::make_error_code(std::errc::not_supported));
+  }
+  std::string content;
+  // The size is a hint: a file that grows meanwhile is read to its end, or to the limit.
+  std::size_t capacity = static_cast<std::size_t>(status.st_size) + 1;
+  while (true) {
+    if (content.size() > limit || capacity > limit + 1) {
+      return std::unexpected(std::make_error_code(std::errc::file_too_large));
+    }
+    const auto have = content.size();
+    content.resize(std::max(capacity, have + 1));
+    const auto got = ::read(file.get(), content.data() + have, content.size() - have);
+    content.resize(have + (got > 0 ? static_cast<std::size_t>(got) : 0));
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return std::unexpected(lastError());
+    if (got == 0) return content;
+    capacity = std::max(capacity, content.size() + 1);
+  }
+}
+
+}  // namespace halvercine::base

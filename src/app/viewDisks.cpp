@@ -9,8 +9,11 @@ std::vector<DiskView> viewDisks(const CommandContext& context) {
   const auto session = context.platform.diskArbitration->createSession();
   if (!session) return views;
   const disks::DiskDescriptor descriptor(context.platform, context.localization);
-  for (auto& disk :
-       disks::enumerateDisks(descriptor, *session, *context.platform.mediaRegistry)) {
+  const bitlocker::BitLockerMailbox mailbox(*context.platform.containers,
+                                            *context.platform.clock);
+  const disks::BitLockerStates states(mailbox.allStatuses());
+  const auto media = disks::allMedia(*context.platform.mediaRegistry);
+  for (auto& disk : disks::describeDisks(descriptor, *session, media, states)) {
     views.push_back(DiskView::of(std::move(disk), context.platform));
   }
   return views;

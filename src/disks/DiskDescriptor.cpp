@@ -117,6 +117,8 @@ std::optional<Disk> DiskDescriptor::describe(
   // What is not listed is not asked about either.
   if (disk.mountPath && disk.mountPath->starts_with(systemVolumes)) return std::nullopt;
   if (isDiskImage(*description)) return std::nullopt;
+  // Nothing locked can be mounted: such a record is an older one.
+  if (disk.isMounted && disk.bitLocker && !disk.bitLocker->isUnlocked()) disk.bitLocker.reset();
 
   readMedia(disk, *description);
   readHardware(disk, *description, platform_.mediaRegistry->media(bsdName).get());

@@ -1,32 +1,38 @@
 #include "disks/enumerateDisks.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/BsdName.h"
 #include "base/Properties.h"
 
 namespace halvercine::disks {
 
-std::vector<std::string> mediaNames(platform::MediaRegistry& registry) {
-  std::vector<std::string> names;
-  for (const auto& media : registry.allMedia()) {
-    const auto value = media->property(platform::registry_key::bsdName);
+std::vector<Medium> allMedia(platform::MediaRegistry& registry) {
+  std::vector<Medium> media;
+  for (const auto& entry : registry.allMedia()) {
+    const auto value = entry->property(platform::registry_key::bsdName);
     auto name = value ? base::trimmedTextValue(*value) : std::nullopt;
-    if (name) names.push_back(std::move(*name));
+    if (name) media.push_back({std::move(*name), entry->entryId()});
   }
-  std::sort(names.begin(), names.end(), base::comesBefore);
-  names.erase(std::unique(names.begin(), names.end()), names.end());
-  return names;
+  std::sort(media.begin(), media.end(), [](const Medium& left, const Medium& right) {
+    return base::comesBefore(left.bsdName, right.bsdName);
+  });
+  const auto repeated = std::unique(
+      media.begin(), media.end(),
+      [](const Medium& left, const Medium& right) { return left.bsdName == right.bsdName; });
+  media.erase(repeated, media.end());
+  return media;
 }
 
-std::vector<Disk> enumerateDisks(const DiskDescriptor& descriptor,
-                                 platform::DiskArbitrationSession& session,
-                                 platform::MediaRegistry& registry) {
+std::vector<Disk> describeDisks(const DiskDescriptor& descriptor,
+                                platform::DiskArbitrationSession& session,
+                                const std::vector<Medium>& media, const BitLockerStates& states) {
   std::vector<Disk> disks;
-  for (const auto& name : mediaNames(registry)) {
-    if (auto disk = descriptor.describe(session, name, std::nullopt)) {
-      disks.push_back(std::move(*disk));
-    }
+  for (const auto& medium : media) {
+    auto disk = descriptor.describe(session, medium.bsdName,
+                                    states.of(medium.bsdName, medium.deviceId));
+    if (disk) disks.push_back(std::move(*disk));
   }
   return disks;
 }

@@ -18,6 +18,8 @@ namespace halvercine::app {
 struct ReadOnlyExplanation {
   mount::ReadOnlyCause cause = mount::ReadOnlyCause::unknown;
   std::vector<std::string_view> noteKeys;
+
+  bool operator==(const ReadOnlyExplanation&) const = default;
 };
 
 /// One disk, ready to be shown.
@@ -33,6 +35,8 @@ struct DiskView {
   /// The record's fields by their names, then "isNTFS", "deviceID", "deviceNode" and, when set,
   /// "readOnly".
   boost::json::value toJson(const base::Localization& localization) const;
+
+  bool operator==(const DiskView&) const = default;
 };
 
 }  // namespace halvercine::app

@@ -28,12 +28,47 @@ void addGlobalOptions(CLI::App& program, Options& options, std::string& scenario
   program.add_option("--at", options.at, "Let so many simulated seconds pass first")
       ->option_text("SECONDS")
       ->check(CLI::Range(0.0, 1e9));
+  program.add_flag("--fast", options.fast, "Let simulated time pass as fast as it can");
   program.add_option("--lang", options.language, "Language of the texts: en, zh-Hans")
       ->option_text("LANGUAGE")
       ->transform(CLI::Transformer(languages).description(""))
       ->check(CLI::IsMember(languages));
   program.add_flag("--json", options.json, "Print one JSON document");
   program.add_flag("--no-color", options.noColor, "Print without colours");
+}
+
+void addDisk(CLI::App* command, Options& options) {
+  command
+      ->add_option("DISK", options.disk,
+                   "BSD name, device path, volume UUID, mount point or volume name")
+      ->required();
+}
+
+/// One command a line, each with its own arguments.
+void addCommands(CLI::App& program, Options& options) {
+  const auto add = [&](Command command, const std::string& description) {
+    auto* added = program.add_subcommand(std::string(commandName(command)), description);
+    added->fallthrough();
+    added->callback([&options, command] { options.command = command; });
+    return added;
+  };
+  add(Command::list, "List the disks and volumes");
+  addDisk(add(Command::info, "Show everything that is known of one disk"), options);
+  add(Command::watch, "Follow the disks as they come, change and go")
+      ->add_option("--for", options.seconds, "End after so many seconds")
+      ->option_text("SECONDS")
+      ->check(CLI::Range(0.0, 1e9));
+  auto* mount = add(Command::mount, "Mount a volume");
+  addDisk(mount, options);
+  mount->add_flag("--read-only", options.readOnly, "Mount it so that it cannot be changed");
+  auto* unmount = add(Command::unmount, "Unmount a volume");
+  addDisk(unmount, options);
+  unmount->add_flag("--force", options.force, "Unmount it although files on it are open");
+  add(Command::occupants, "Show which programs have files open below mount points")
+      ->add_option("PATH", options.paths, "Mount points")
+      ->required();
+  add(Command::drivers, "Show other vendors' NTFS drivers on this machine");
+  add(Command::version, "Show the version");
 }
 
 }  // namespace
@@ -44,6 +79,16 @@ std::string_view commandName(Command command) {
       return "list";
     case Command::info:
       return "info";
+    case Command::watch:
+      return "watch";
+    case Command::mount:
+      return "mount";
+    case Command::unmount:
+      return "unmount";
+    case Command::occupants:
+      return "occupants";
+    case Command::drivers:
+      return "drivers";
     case Command::version:
       return "version";
   }
@@ -58,18 +103,7 @@ std::expected<Options, NothingToRun> readOptions(int argc, const char* const* ar
   addGlobalOptions(program, options, scenario);
   program.require_subcommand(1);
   program.fallthrough();
-  const auto add = [&](Command command, const std::string& description) {
-    auto* added = program.add_subcommand(std::string(commandName(command)), description);
-    added->fallthrough();
-    added->callback([&options, command] { options.command = command; });
-    return added;
-  };
-  add(Command::list, "List the disks and volumes");
-  add(Command::info, "Show everything that is known of one disk")
-      ->add_option("DISK", options.disk,
-                   "BSD name, device path, volume UUID, mount point or volume name")
-      ->required();
-  add(Command::version, "Show the version");
+  addCommands(program, options);
   // The last word first, as the parser wants them. A bare --simulate takes no word behind it.
   std::vector<std::string> words;
   for (int index = argc - 1; index > 0; --index) {

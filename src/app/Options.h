@@ -4,13 +4,14 @@
 #include <expected>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "app/ExitStatus.h"
 #include "base/Localization.h"
 
 namespace halvercine::app {
 
-enum class Command { list, info, version };
+enum class Command { list, info, watch, mount, unmount, occupants, drivers, version };
 
 /// What the user asked for.
 struct Options {
@@ -21,6 +22,14 @@ struct Options {
   bool json = false;
   bool noColor = false;
   std::string disk;  ///< the DISK argument of commands that have one
+  std::vector<std::string> paths;  ///< of `occupants`
+  bool readOnly = false;           ///< of `mount`
+  bool force = false;              ///< of `unmount`
+  std::optional<double> seconds;   ///< of `watch`: how long, without an end if absent
+  bool fast = false;               ///< simulated time passes as fast as it can
+
+  /// Commands that answer at once need no real time on a simulated Mac; those that people follow do.
+  bool runsOnRealTime() const { return command == Command::watch && !fast; }
 };
 
 /// Why there is nothing to run: help was asked for (`done`, for standard output) or the command line is

@@ -5,6 +5,7 @@
 
 #include "app/Answer.h"
 #include "app/DiskView.h"
+#include "app/Machine.h"
 #include "app/Options.h"
 #include "app/Terminal.h"
 #include "base/Localization.h"
@@ -29,6 +30,7 @@ std::vector<DiskView> viewDisks(const CommandContext& context);
 
 Answer listCommand(const CommandContext& context);
 Answer infoCommand(const CommandContext& context);
+Answer watchCommand(const CommandContext& context, Machine& machine);
 Answer versionCommand(const Options& options);
 
 }  // namespace halvercine::app

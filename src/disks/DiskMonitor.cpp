@@ -73,7 +73,7 @@ void DiskMonitor::refresh() {
   if (!session_) return;
   ++refreshRevision_;
   const auto media = allMedia(*platform_.mediaRegistry);
-  deviceIds_.clear();
+  const auto formerIds = std::exchange(deviceIds_, {});
   for (const auto& medium : media) {
     if (medium.deviceId) deviceIds_.emplace(medium.bsdName, *medium.deviceId);
   }
@@ -84,7 +84,7 @@ void DiskMonitor::refresh() {
   for (const auto& disk : disks) {
     if (disk.isNtfs()) knownNtfs_.insert(disk.id);
   }
-  const bool changed = disks != disks_;
+  const bool changed = disks != disks_ || deviceIds_ != formerIds;
   disks_ = std::move(disks);
   refreshed();
   if (changed) disksChanged();

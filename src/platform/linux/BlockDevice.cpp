@@ -1,9 +1,8 @@
 #include "platform/linux/BlockDevice.h"
 
-#include <sys/sysmacros.h>
-
 #include <charconv>
 #include <cstdio>
+#include <sys/sysmacros.h>
 
 #include "platform/linux/sysfs.h"
 

@@ -1,11 +1,10 @@
 // A block device of the kernel that counts as a storage medium.
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 
 #include "platform/linux/MediumId.h"
 

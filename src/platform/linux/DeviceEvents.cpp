@@ -1,7 +1,6 @@
 #include "platform/linux/DeviceEvents.h"
 
 #include <fcntl.h>
-
 #include <utility>
 
 namespace halvercine::platform::gnulinux {

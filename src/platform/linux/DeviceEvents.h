@@ -1,10 +1,11 @@
 // Turns what happens to block devices and mounts into the callbacks of a disk arbitration session.
 #pragma once
 
-#include <boost/asio/posix/stream_descriptor.hpp>
 #include <map>
 #include <memory>
 #include <string>
+
+#include <boost/asio/posix/stream_descriptor.hpp>
 
 #include "base/MainActor.h"
 #include "platform/DiskArbitration.h"

@@ -1,9 +1,9 @@
 #include "platform/linux/DeviceTable.h"
 
-#include <fmt/format.h>
+#include <algorithm>
 #include <sys/sysmacros.h>
 
-#include <algorithm>
+#include <fmt/format.h>
 
 #include "platform/linux/sysfs.h"
 

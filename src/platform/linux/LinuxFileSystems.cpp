@@ -46,7 +46,7 @@ void LinuxFileSystems::putMount(FileSystemStatistics& statistics, const Mount& m
   statistics.mountedFrom = device ? "/dev/" + bsdName(device->id) : mount.source;
   statistics.readOnly = statistics.readOnly || mount.readOnly;
   std::string type = mount.type;
-  if (type == "fuseblk" && device) {
+  if (mount.hidesType() && device) {
     if (auto kind = storage_->content(*device).kind; !kind.empty()) type = std::move(kind);
   }
   statistics.typeName = fileSystemKind(type);

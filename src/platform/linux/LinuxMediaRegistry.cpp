@@ -1,7 +1,5 @@
 #include "platform/linux/LinuxMediaRegistry.h"
 
-#include <boost/algorithm/string/case_conv.hpp>
-
 #include "platform/linux/BusEntry.h"
 #include "platform/linux/Hardware.h"
 #include "platform/linux/describeMedium.h"
@@ -68,10 +66,9 @@ class MediaEntry : public RegistryEntry {
   }
 
   std::optional<PropertyValue> uuid(const BlockDevice& device) const {
-    std::string text = storage_->content(device).partitionUuid;
-    if (!parsedUuid(text)) return std::nullopt;
-    boost::algorithm::to_upper(text, std::locale::classic());
-    return PropertyValue(std::move(text));
+    auto text = uuidText(storage_->content(device).partitionUuid);
+    if (!text) return std::nullopt;
+    return PropertyValue(std::move(*text));
   }
 
   std::shared_ptr<Storage> storage_;

@@ -1,10 +1,10 @@
 #include "platform/linux/MediumContent.h"
 
-#include <blkid/blkid.h>
 #include <fcntl.h>
+#include <memory>
 #include <sys/stat.h>
 
-#include <memory>
+#include <blkid/blkid.h>
 
 #include "base/UniqueFd.h"
 

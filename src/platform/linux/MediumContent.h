@@ -1,10 +1,9 @@
 // What is written on a medium: its volume, and its place in the partition table.
 #pragma once
 
-#include <sys/types.h>
-
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 #include "platform/linux/UdevDatabase.h"
 

@@ -1,8 +1,8 @@
 #include "platform/linux/MediumId.h"
 
-#include <fmt/format.h>
-
 #include <charconv>
+
+#include <fmt/format.h>
 
 namespace halvercine::platform::gnulinux {
 

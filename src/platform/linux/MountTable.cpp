@@ -1,12 +1,12 @@
 #include "platform/linux/MountTable.h"
 
+#include <algorithm>
 #include <fcntl.h>
-#include <libmount/libmount.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
-#include <algorithm>
+#include <libmount/libmount.h>
 
 namespace halvercine::platform::gnulinux {
 namespace {

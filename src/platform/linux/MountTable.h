@@ -1,11 +1,10 @@
 // What is mounted where.
 #pragma once
 
-#include <sys/types.h>
-
 #include <memory>
 #include <mutex>
 #include <string>
+#include <sys/types.h>
 #include <unordered_map>
 #include <vector>
 
@@ -21,6 +20,9 @@ struct Mount {
   std::string root;    ///< the folder of the file system that shows here; "/" unless bound
   std::string target;  ///< the mount point, any bytes
   bool readOnly = false;
+
+  /// Whether `type` only says that a process serves the file system, and not which it is.
+  bool hidesType() const { return type == "fuseblk" || type == "fuse"; }
 
   bool operator==(const Mount&) const = default;
 };

@@ -1,9 +1,9 @@
 #include "platform/linux/UdevDatabase.h"
 
-#include <libudev.h>
+#include <charconv>
 #include <unistd.h>
 
-#include <charconv>
+#include <libudev.h>
 
 namespace halvercine::platform::gnulinux {
 namespace {

@@ -1,13 +1,12 @@
 // What the device daemon found out about block devices.
 #pragma once
 
-#include <sys/types.h>
-
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 struct udev;
 

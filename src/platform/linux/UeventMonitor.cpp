@@ -1,10 +1,10 @@
 #include "platform/linux/UeventMonitor.h"
 
-#include <libudev.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <string_view>
+#include <unistd.h>
+
+#include <libudev.h>
 
 #include "platform/linux/sysfs.h"
 

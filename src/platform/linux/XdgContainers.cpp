@@ -1,10 +1,9 @@
 #include "platform/linux/XdgContainers.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <array>
 #include <cstdlib>
+#include <pwd.h>
+#include <unistd.h>
 
 #include "base/PrivateFiles.h"
 

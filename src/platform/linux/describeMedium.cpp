@@ -1,11 +1,13 @@
 #include "platform/linux/describeMedium.h"
 
 #include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include <boost/algorithm/string/case_conv.hpp>
 #include <boost/uuid/name_generator_sha1.hpp>
 #include <boost/uuid/string_generator.hpp>
 #include <boost/uuid/uuid.hpp>
-#include <stdexcept>
-#include <utility>
 
 #include "platform/DiskArbitration.h"
 #include "platform/linux/Hardware.h"
@@ -14,7 +16,7 @@
 namespace halvercine::platform::gnulinux {
 namespace {
 
-// The name space of UUIDs that are made from serial numbers. Drawn once at random; changing it
+// The name space of UUIDs that are made from serial numbers. Chosen once; changing it
 // would make every remembered NTFS volume a stranger.
 constexpr boost::uuids::uuid serialNumbers{{0x5d, 0x0b, 0x6c, 0x7e, 0x93, 0x41, 0x4a, 0x2f, 0xb8,
                                             0x1d, 0x27, 0xc4, 0xe6, 0x0f, 0x9a, 0x53}};
@@ -77,7 +79,8 @@ void putMedium(Description& description, const BlockDevice& device, const Medium
   description.put(disk_description::mediaWritable, isZero(readNumber(device.directory, "ro")));
   description.put(disk_description::mediaRemovable, isNotZero(readNumber(disk, "removable")));
   description.put(disk_description::mediaUuid, parsedUuid(content.partitionUuid));
-  description.put(disk_description::mediaContent, content.partitionType);
+  description.put(disk_description::mediaContent,
+                  uuidText(content.partitionType).value_or(content.partitionType));
 }
 
 void putHardware(Description& description, const BlockDevice& device, const Storage& storage,
@@ -96,11 +99,15 @@ void putHardware(Description& description, const BlockDevice& device, const Stor
 }  // namespace
 
 PropertyDictionary describeMedium(const BlockDevice& device, Storage& storage) {
-  const MediumContent content = storage.content(device);
+  MediumContent content = storage.content(device);
   const auto mounts = storage.mounts.current();
+  const Mount* const mount = mounts->principal(device.number);
+  // Whoever may not read the medium still sees what it was mounted as.
+  const bool isTold = mount != nullptr && !mount->hidesType();
+  if (content.kind.empty() && isTold) content.kind = mount->type;
   Description description;
   putMedium(description, device, content);
-  putVolume(description, content, mounts->principal(device.number));
+  putVolume(description, content, mount);
   putHardware(description, device, storage, content.partitionName);
   return description.take();
 }
@@ -113,6 +120,11 @@ std::optional<Uuid> parsedUuid(std::string_view text) {
   } catch (const std::runtime_error&) {
     return std::nullopt;
   }
+}
+
+std::optional<std::string> uuidText(std::string_view text) {
+  if (!parsedUuid(text)) return std::nullopt;
+  return boost::algorithm::to_upper_copy(std::string(text), std::locale::classic());
 }
 
 std::optional<Uuid> volumeUuid(std::string_view text) {

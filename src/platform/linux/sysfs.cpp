@@ -1,13 +1,12 @@
 #include "platform/linux/sysfs.h"
 
+#include <array>
+#include <charconv>
 #include <dirent.h>
 #include <fcntl.h>
 #include <limits.h>
-#include <unistd.h>
-
-#include <array>
-#include <charconv>
 #include <memory>
+#include <unistd.h>
 
 #include "base/UniqueFd.h"
 

@@ -1,0 +1,55 @@
+#include "platform/linux/LinuxFileSystems.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/sysmacros.h>
+
+namespace halvercine::platform::gnulinux {
+
+std::optional<FileSystemStatistics> LinuxFileSystems::statistics(const std::string& path) {
+  struct statvfs status {};
+  if (::statvfs(path.c_str(), &status) != 0) return std::nullopt;
+  FileSystemStatistics statistics;
+  statistics.readOnly = (status.f_flag & ST_RDONLY) != 0;
+  statistics.blockSize = status.f_frsize;  // the unit of the counts; f_bsize is one for transfers
+  statistics.blocks = status.f_blocks;
+  statistics.availableBlocks = status.f_bavail;
+  if (const auto mount = mountAt(path)) putMount(statistics, *mount);
+  return statistics;
+}
+
+VolumeResourceValues LinuxFileSystems::resourceValues(const std::string& path) {
+  VolumeResourceValues values;
+  const auto mount = mountAt(path);
+  const auto device = mount ? storage_->devices.find(mount->device) : std::nullopt;
+  if (!device) return values;
+  if (auto label = storage_->content(*device).label; !label.empty()) values.name = std::move(label);
+  return values;
+}
+
+std::optional<Mount> LinuxFileSystems::mountAt(const std::string& path) const {
+  struct statx status {};
+  if (::statx(AT_FDCWD, path.c_str(), 0, STATX_MNT_ID, &status) != 0) return std::nullopt;
+  const auto mounts = storage_->mounts.current();
+  const Mount* mount = nullptr;
+  if ((status.stx_mask & STATX_MNT_ID) != 0) {
+    mount = mounts->find(static_cast<int>(status.stx_mnt_id));
+  } else {  // kernels before 5.8
+    mount = mounts->principal(makedev(status.stx_dev_major, status.stx_dev_minor));
+  }
+  return mount == nullptr ? std::nullopt : std::optional(*mount);
+}
+
+void LinuxFileSystems::putMount(FileSystemStatistics& statistics, const Mount& mount) const {
+  const auto device = storage_->devices.find(mount.device);
+  statistics.mountedFrom = device ? "/dev/" + bsdName(device->id) : mount.source;
+  statistics.readOnly = statistics.readOnly || mount.readOnly;
+  std::string type = mount.type;
+  if (mount.hidesType() && device) {
+    if (auto kind = storage_->content(*device).kind; !kind.empty()) type = std::move(kind);
+  }
+  statistics.typeName = fileSystemKind(type);
+}
+
+}  // namespace halvercine::platform::gnulinux

@@ -1,0 +1,27 @@
+// Mounted file systems by statvfs and the mount table.
+#pragma once
+
+#include <memory>
+
+#include "platform/FileSystems.h"
+#include "platform/linux/Storage.h"
+
+namespace halvercine::platform::gnulinux {
+
+/// Devices are named as macOS would name them, and a type that hides behind FUSE's own is what the
+/// device holds.
+class LinuxFileSystems : public FileSystems {
+ public:
+  explicit LinuxFileSystems(std::shared_ptr<Storage> storage) : storage_(std::move(storage)) {}
+
+  std::optional<FileSystemStatistics> statistics(const std::string& path) override;
+  VolumeResourceValues resourceValues(const std::string& path) override;
+
+ private:
+  std::optional<Mount> mountAt(const std::string& path) const;
+  void putMount(FileSystemStatistics& statistics, const Mount& mount) const;
+
+  std::shared_ptr<Storage> storage_;
+};
+
+}  // namespace halvercine::platform::gnulinux

@@ -13,7 +13,9 @@ constexpr int backgroundThreads = 8;
 MainActor::MainActor()
     : guard_(boost::asio::make_work_guard(context_)), thread_(std::this_thread::get_id()) {}
 
-MainActor::~MainActor() {
+MainActor::~MainActor() { joinBackground(); }
+
+void MainActor::joinBackground() {
   if (pool_) pool_->join();
 }
 

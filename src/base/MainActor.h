@@ -37,6 +37,9 @@ class MainActor {
   /// it. Any thread.
   void postToBackground(std::function<void()> action);
 
+  /// Waits for the background work that has been started. Afterwards none may be started any more.
+  void joinBackground();
+
   /// Called when nothing is left to do and no background work is under way; it makes something
   /// happen (simulated time moves on) and answers true, or answers false. Without it the actor
   /// waits.

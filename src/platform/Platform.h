@@ -5,11 +5,14 @@
 
 #include "platform/Clock.h"
 #include "platform/Containers.h"
+#include "platform/DirectoryWatch.h"
 #include "platform/DiskArbitration.h"
 #include "platform/FileSystems.h"
 #include "platform/MediaRegistry.h"
 #include "platform/SystemInfo.h"
 #include "platform/SystemLog.h"
+#include "platform/ToolRunner.h"
+#include "platform/UserDefaults.h"
 
 namespace halvercine::platform {
 
@@ -23,6 +26,9 @@ struct Platform {
   std::unique_ptr<FileSystems> fileSystems;
   std::unique_ptr<MediaRegistry> mediaRegistry;
   std::unique_ptr<DiskArbitration> diskArbitration;
+  std::unique_ptr<DirectoryWatcher> directoryWatcher;
+  std::unique_ptr<UserDefaults> userDefaults;
+  std::unique_ptr<ToolRunner> toolRunner;
 };
 
 }  // namespace halvercine::platform

@@ -1,0 +1,63 @@
+#include "app/DiskView.h"
+
+#include <boost/json/array.hpp>
+#include <boost/json/object.hpp>
+
+#include "base/BsdName.h"
+#include "base/Json.h"
+#include "base/Properties.h"
+#include "mount/MountAccessReportStore.h"
+
+namespace halvercine::app {
+namespace {
+
+ReadOnlyExplanation explain(const disks::Disk& disk, const platform::Platform& platform,
+                            std::optional<std::uint64_t> deviceId) {
+  const mount::ReportSources sources{*platform.containers, *platform.mediaRegistry,
+                                     *platform.systemInfo, *platform.clock};
+  const auto report = mount::loadMountAccessReport(sources, disk.id, mount::Freshness::freshOnly);
+  const auto reason = report ? std::optional(report->reason) : std::nullopt;
+  const auto writable = deviceId
+                            ? mount::mediaWritable(*platform.mediaRegistry, disk.id, *deviceId)
+                            : std::nullopt;
+  return {mount::MountRecoveryPolicy::cause(writable, reason),
+          mount::MountRecoveryPolicy::noteKeys(reason)};
+}
+
+boost::json::object keyed(std::string_view key, const base::Localization& localization) {
+  return {{"key", key}, {"text", localization.text(key)}};
+}
+
+}  // namespace
+
+DiskView DiskView::of(disks::Disk disk, const platform::Platform& platform) {
+  DiskView view;
+  view.deviceNode = base::devicePath(disk.id);
+  if (const auto media = platform.mediaRegistry->media(disk.id)) {
+    view.deviceId = media->entryId();
+    const auto node = media->property(platform::registry_key::deviceNode);
+    if (node) view.deviceNode = base::textValue(*node).value_or(view.deviceNode);
+  }
+  if (disk.isReadOnlyNtfs()) view.readOnly = explain(disk, platform, view.deviceId);
+  view.disk = std::move(disk);
+  return view;
+}
+
+boost::json::value DiskView::toJson(const base::Localization& localization) const {
+  auto object = base::toJson(disk).as_object();
+  object["isNTFS"] = disk.isNtfs();
+  if (deviceId) object["deviceID"] = *deviceId;
+  object["deviceNode"] = deviceNode;
+  if (readOnly) {
+    const auto key = mount::MountRecoveryPolicy::explanationKey(readOnly->cause);
+    auto explanation = keyed(key, localization);
+    explanation["cause"] = base::toJson(readOnly->cause);
+    explanation["canRetry"] = mount::MountRecoveryPolicy::isRecoverable(readOnly->cause);
+    auto& notes = explanation["notes"].emplace_array();
+    for (const auto note : readOnly->noteKeys) notes.push_back(keyed(note, localization));
+    object["readOnly"] = std::move(explanation);
+  }
+  return object;
+}
+
+}  // namespace halvercine::app

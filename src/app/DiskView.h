@@ -1,0 +1,42 @@
+// A disk's record with what the front ends say beside it.
+#pragma once
+
+#include <boost/json/value.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Localization.h"
+#include "disks/Disk.h"
+#include "mount/MountRecoveryPolicy.h"
+#include "platform/Platform.h"
+
+namespace halvercine::app {
+
+/// Why a volume is read-only.
+struct ReadOnlyExplanation {
+  mount::ReadOnlyCause cause = mount::ReadOnlyCause::unknown;
+  std::vector<std::string_view> noteKeys;
+
+  bool operator==(const ReadOnlyExplanation&) const = default;
+};
+
+/// One disk, ready to be shown.
+struct DiskView {
+  disks::Disk disk;
+  std::optional<std::uint64_t> deviceId;  ///< registry entry ID of the medium
+  std::string deviceNode;                 ///< where programs open it, such as "/dev/disk4s1"
+  std::optional<ReadOnlyExplanation> readOnly;  ///< set for a mounted NTFS volume that is read-only
+
+  /// Looks up what the record does not carry. Main actor.
+  static DiskView of(disks::Disk disk, const platform::Platform& platform);
+
+  /// The record's fields by their names, then "isNTFS", "deviceID", "deviceNode" and, when set,
+  /// "readOnly".
+  boost::json::value toJson(const base::Localization& localization) const;
+
+  bool operator==(const DiskView&) const = default;
+};
+
+}  // namespace halvercine::app

@@ -1,0 +1,57 @@
+#include "app/Table.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/Text.h"
+
+namespace halvercine::app {
+namespace {
+
+constexpr std::string_view gap = "  ";
+
+}  // namespace
+
+void Table::addRow(std::vector<Cell> cells) {
+  for (auto& cell : cells) cell.text = base::displayText(cell.text);
+  rows_.push_back({std::move(cells), false});
+}
+
+void Table::addNote(Cell note) {
+  note.text = base::displayText(note.text);
+  rows_.push_back({{std::move(note)}, true});
+}
+
+std::string Table::render(const Terminal& terminal, std::size_t indent) const {
+  std::vector<std::size_t> widths(columns_.size());
+  for (const auto& row : rows_) {
+    if (row.isNote) continue;
+    for (std::size_t column = 0; column < row.cells.size(); ++column) {
+      widths[column] = std::max(widths[column], base::displayWidth(row.cells[column].text));
+    }
+  }
+  std::string lines;
+  for (const auto& row : rows_) {
+    lines.append(indent, ' ');
+    if (row.isNote) {
+      lines.append(widths.front() + gap.size(), ' ');
+      lines += terminal.tinted(row.cells.front().text, row.cells.front().tint) + '\n';
+      continue;
+    }
+    std::size_t pending = 0;  // blanks that wait for something to stand behind them
+    for (std::size_t column = 0; column < row.cells.size(); ++column) {
+      const auto& cell = row.cells[column];
+      const auto padding = widths[column] - base::displayWidth(cell.text);
+      if (columns_[column] == Align::right) pending += padding;
+      if (!cell.text.empty()) {
+        lines.append(std::exchange(pending, 0), ' ');
+        lines += terminal.tinted(cell.text, cell.tint);
+      }
+      pending += gap.size() + (columns_[column] == Align::left ? padding : 0);
+    }
+    lines += '\n';
+  }
+  return lines;
+}
+
+}  // namespace halvercine::app

@@ -1,0 +1,34 @@
+// Where the program's answers go.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace halvercine::app {
+
+/// Colours of the terminal's own palette. They repeat what a word says already.
+enum class Tint { none, good, warning, quiet, heading };
+
+/// How text is written to a stream that may be a terminal.
+class Terminal {
+ public:
+  /// For standard output, from the environment: colours on a terminal only, unless `noColor`,
+  /// NO_COLOR (not empty) or TERM=dumb says no.
+  static Terminal forOutput(bool noColor);
+
+  explicit Terminal(bool colours) : colours_(colours) {}
+
+  /// `text` in a colour, or as it is.
+  std::string tinted(std::string_view text, Tint tint) const;
+
+ private:
+  bool colours_;
+};
+
+/// Writes a whole answer to standard output. False when not all of it could be written (a full disk).
+bool writeOutput(std::string_view text);
+
+/// Writes a diagnostic line to standard error.
+void writeDiagnostic(std::string_view line);
+
+}  // namespace halvercine::app

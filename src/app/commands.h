@@ -1,0 +1,36 @@
+// The commands, one function each: facts in, answer out.
+#pragma once
+
+#include <vector>
+
+#include "app/Answer.h"
+#include "app/DiskView.h"
+#include "app/Machine.h"
+#include "app/Options.h"
+#include "app/Terminal.h"
+#include "base/Localization.h"
+#include "platform/Platform.h"
+
+namespace halvercine::app {
+
+/// What a command works with.
+struct CommandContext {
+  const Options& options;
+  const base::Localization& localization;
+  const platform::Platform& platform;
+  const Terminal& terminal;
+
+  std::string text(std::string_view key, const std::vector<std::string>& arguments = {}) const {
+    return localization.text(key, arguments);
+  }
+};
+
+/// All disks that are to be listed, in display order.
+std::vector<DiskView> viewDisks(const CommandContext& context);
+
+Answer listCommand(const CommandContext& context);
+Answer infoCommand(const CommandContext& context);
+Answer watchCommand(const CommandContext& context, Machine& machine);
+Answer versionCommand(const Options& options);
+
+}  // namespace halvercine::app

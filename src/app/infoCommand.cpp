@@ -1,0 +1,127 @@
+#include <boost/json/array.hpp>
+#include <fmt/format.h>
+
+#include "app/DiskSelector.h"
+#include "app/Table.h"
+#include "app/commands.h"
+#include "app/sizeText.h"
+#include "base/Text.h"
+
+namespace halvercine::app {
+namespace {
+
+/// The fields of a record as lines of a label and a value. What is not known has no line.
+class FieldList {
+ public:
+  explicit FieldList(const CommandContext& context)
+      : context_(context), table_({Table::Align::left, Table::Align::left}) {}
+
+  void add(std::string_view key, Cell value) {
+    table_.addRow({Cell(context_.text(key), Tint::quiet), std::move(value)});
+  }
+  void add(std::string_view key, const std::optional<std::string>& value) {
+    if (value) add(key, Cell(*value));
+  }
+  void addFlag(std::string_view key, bool value) {
+    add(key, Cell(context_.text(value ? "ui.word.yes" : "ui.word.no")));
+  }
+  void addSize(std::string_view key, std::int64_t bytes) {
+    add(key, Cell(fmt::format("{} ({})", sizeText(bytes), context_.text("ui.size.bytes",
+                                                                        {std::to_string(bytes)}))));
+  }
+  void note(const std::string& text, Tint tint) { table_.addNote({text, tint}); }
+
+  std::string render() const { return table_.render(context_.terminal, 2); }
+
+ private:
+  const CommandContext& context_;
+  Table table_;
+};
+
+void addVolume(FieldList& fields, const CommandContext& context, const DiskView& view) {
+  const auto& disk = view.disk;
+  fields.add("ui.field.filesystem", Cell(disk.fileSystem));
+  fields.add("ui.field.mountpoint", disk.mountPath);
+  if (!disk.isMounted) {
+    fields.add("ui.field.access", {context.text("ui.access.notmounted"), Tint::quiet});
+  } else {
+    fields.add("ui.field.access",
+               disk.isWritable ? Cell(context.text("ui.access.readwrite"), Tint::good)
+                               : Cell(context.text("ui.access.readonly"), Tint::warning));
+  }
+  if (view.readOnly) {
+    const auto cause = view.readOnly->cause;
+    fields.note("! " + context.text(mount::MountRecoveryPolicy::explanationKey(cause)),
+                Tint::warning);
+    for (const auto key : view.readOnly->noteKeys) fields.note(context.text(key), Tint::none);
+    fields.note(context.text(mount::MountRecoveryPolicy::isRecoverable(cause)
+                                 ? "ui.readonly.canretry"
+                                 : "ui.readonly.final"),
+                Tint::none);
+  }
+  if (disk.isMounted && disk.isNtfs()) fields.addFlag("ui.field.engine", disk.mountedByEngine);
+  if (disk.bitLocker) fields.add("ui.field.bitlocker", Cell(disk.bitLocker->state));
+  fields.addSize("ui.field.capacity", disk.capacity);
+  if (disk.isMounted) fields.addSize("ui.field.available", disk.available);
+  fields.add("ui.field.volumeuuid", disk.volumeUUID);
+}
+
+void addDevice(FieldList& fields, const CommandContext& context, const DiskView& view) {
+  const auto& disk = view.disk;
+  fields.add("ui.field.connection",
+             Cell(disk.linkDetail ? disk.connection + ", " + *disk.linkDetail : disk.connection));
+  fields.add("ui.field.hardware", disk.hardwareName);
+  fields.add("ui.field.model", disk.deviceModel);
+  fields.add("ui.field.revision", disk.revision);
+  fields.add("ui.field.serial", disk.serial);
+  fields.add("ui.field.medium", disk.mediaName);
+  fields.addFlag("ui.field.mediawritable", disk.mediaWritable);
+  fields.addFlag("ui.field.solidstate", disk.isSSD);
+  fields.addFlag("ui.field.internal", disk.isInternal);
+  fields.addFlag("ui.field.removable", disk.isRemovable);
+  if (disk.temperatureC) {
+    fields.add("ui.field.temperature", Cell(fmt::format("{:.0f} °C", *disk.temperatureC)));
+  }
+  fields.add("ui.field.blocksize",
+             Cell(context.text("ui.size.bytes", {std::to_string(disk.blockSize)})));
+  fields.add("ui.field.mediaid", disk.mediaID);
+  fields.add("ui.field.node", Cell(view.deviceNode));
+}
+
+std::string infoText(const CommandContext& context, const DiskView& view) {
+  FieldList fields(context);
+  addVolume(fields, context, view);
+  addDevice(fields, context, view);
+  const auto title = base::displayText(view.disk.name) + " — " + view.disk.id;
+  return context.terminal.tinted(title, Tint::heading) + '\n' + fields.render();
+}
+
+Answer selectionFailure(const CommandContext& context, const SelectionError& error) {
+  const auto wanted = base::displayText(context.options.disk);
+  if (!error.isAmbiguous()) {
+    return failure(context.options, ExitStatus::noSuchDisk, "disk-not-found",
+                   context.text("ui.error.nodisk", {wanted}));
+  }
+  boost::json::array candidates;
+  std::string names;
+  for (const auto& candidate : error.candidates) {
+    candidates.emplace_back(candidate);
+    names += names.empty() ? candidate : ", " + candidate;
+  }
+  return failure(context.options, ExitStatus::usage, "disk-ambiguous",
+                 context.text("ui.error.ambiguous", {wanted, names}),
+                 {{"candidates", std::move(candidates)}});
+}
+
+}  // namespace
+
+Answer infoCommand(const CommandContext& context) {
+  const auto views = viewDisks(context);
+  const auto selected = selectDisk(views, context.options.disk);
+  if (!selected) return selectionFailure(context, selected.error());
+  const auto& view = **selected;
+  if (!context.options.json) return {ExitStatus::done, infoText(context, view), ""};
+  return jsonAnswer(context.options, {{"disk", view.toJson(context.localization)}});
+}
+
+}  // namespace halvercine::app

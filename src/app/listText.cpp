@@ -1,0 +1,62 @@
+#include "app/listText.h"
+
+#include "app/Table.h"
+#include "app/sizeText.h"
+
+namespace halvercine::app {
+namespace {
+
+using Align = Table::Align;
+
+Cell accessCell(const CommandContext& context, const disks::Disk& disk) {
+  if (!disk.isMounted) return {context.text("ui.access.notmounted"), Tint::quiet};
+  if (disk.isWritable) return {context.text("ui.access.readwrite"), Tint::good};
+  return {context.text("ui.access.readonly"), Tint::warning};
+}
+
+void addDisk(Table& table, const CommandContext& context, const DiskView& view) {
+  const auto& disk = view.disk;
+  table.addRow({disk.id, disk.name, disk.fileSystem, sizeText(disk.capacity),
+                disk.isMounted ? sizeText(disk.available) : "–", accessCell(context, disk),
+                disk.connection, disk.mountPath.value_or("–")});
+  if (view.readOnly) {
+    const auto key = mount::MountRecoveryPolicy::explanationKey(view.readOnly->cause);
+    table.addNote({"! " + context.text(key), Tint::warning});
+  }
+}
+
+void addSection(std::string& output, const CommandContext& context, std::string_view titleKey,
+                const std::vector<const DiskView*>& disks) {
+  if (disks.empty()) return;
+  if (!output.empty()) output += '\n';
+  output += context.terminal.tinted(context.text(titleKey), Tint::heading) + '\n';
+  Table table({Align::left, Align::left, Align::left, Align::right, Align::right, Align::left,
+               Align::left, Align::left});
+  std::vector<Cell> headings;
+  for (const auto key : {"ui.column.disk", "ui.column.name", "ui.column.filesystem",
+                         "ui.column.size", "ui.column.free", "ui.column.access",
+                         "ui.column.connection", "ui.column.mountpoint"}) {
+    headings.emplace_back(context.text(key), Tint::quiet);
+  }
+  table.addRow(std::move(headings));
+  for (const auto* view : disks) addDisk(table, context, *view);
+  output += table.render(context.terminal, 2);
+}
+
+}  // namespace
+
+std::string listText(const CommandContext& context, const std::vector<DiskView>& views) {
+  if (views.empty()) {
+    return context.text("disk.list.empty.title") + '\n' + context.text("disk.list.empty.hint") +
+           '\n';
+  }
+  std::vector<const DiskView*> ntfs;
+  std::vector<const DiskView*> other;
+  for (const auto& view : views) (view.disk.isNtfs() ? ntfs : other).push_back(&view);
+  std::string output;
+  addSection(output, context, "disk.section.ntfs", ntfs);
+  addSection(output, context, "disk.section.other", other);
+  return output;
+}
+
+}  // namespace halvercine::app

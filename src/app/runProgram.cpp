@@ -1,0 +1,72 @@
+#include "app/runProgram.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+#include <string_view>
+
+#include "app/Answer.h"
+#include "app/Machine.h"
+#include "app/Options.h"
+#include "app/Terminal.h"
+#include "app/commands.h"
+#include "base/Text.h"
+
+namespace halvercine::app {
+namespace {
+
+Answer run(const Options& options) {
+  if (options.command == Command::version) return versionCommand(options);
+  const auto machine = Machine::make(options);
+  if (!machine) {
+    return failure(options, ExitStatus::usage, "scenario-unreadable", machine.error());
+  }
+  const base::Localization localization(options.language);
+  const auto terminal = Terminal::forOutput(options.noColor);
+  const CommandContext context{options, localization, (*machine)->platform(), terminal};
+  switch (options.command) {
+    case Command::list:
+      return listCommand(context);
+    case Command::info:
+      return infoCommand(context);
+    case Command::version:
+      break;
+  }
+  return versionCommand(options);
+}
+
+/// A command line that is wrong still gets the JSON that it asked for.
+Answer misuse(const NothingToRun& nothing, bool json) {
+  if (nothing.status == ExitStatus::done) return {nothing.status, nothing.text, ""};
+  std::string message(base::trimmed(nothing.text));
+  if (!json) return {nothing.status, "", std::move(message)};
+  Options options;
+  options.json = true;
+  return failure(options, nothing.status, "usage", message);
+}
+
+int print(const Answer& answer) {
+  if (!answer.diagnostic.empty()) writeDiagnostic(answer.diagnostic);
+  if (!writeOutput(answer.output)) {
+    writeDiagnostic("halvercine: standard output cannot be written");
+    return static_cast<int>(ExitStatus::failed);
+  }
+  return static_cast<int>(answer.status);
+}
+
+}  // namespace
+
+int runProgram(int argc, const char* const* argv) {
+  try {
+    const auto options = readOptions(argc, argv);
+    if (options) return print(run(*options));
+    const bool json = std::any_of(argv, argv + argc,
+                                  [](std::string_view word) { return word == "--json"; });
+    return print(misuse(options.error(), json));
+  } catch (const std::exception& error) {  // no memory, or a fault of ours
+    writeDiagnostic(std::string("halvercine: ") + error.what());
+    return static_cast<int>(ExitStatus::failed);
+  }
+}
+
+}  // namespace halvercine::app

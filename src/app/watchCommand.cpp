@@ -1,0 +1,120 @@
+#include <boost/json/object.hpp>
+#include <chrono>
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "app/DiskEvents.h"
+#include "app/commands.h"
+#include "app/listText.h"
+#include "base/Json.h"
+#include "base/Text.h"
+#include "disks/DiskMonitor.h"
+#include "platform/posix/TerminationSignals.h"
+
+namespace halvercine::app {
+namespace {
+
+std::string isoTime(platform::WallTime time) {
+  return fmt::format("{:%FT%T}Z", std::chrono::floor<std::chrono::milliseconds>(time));
+}
+
+/// Shows the monitor's list until the output is closed or somebody ends it.
+class Watch {
+ public:
+  Watch(const CommandContext& context, disks::DiskMonitor& monitor, std::function<void()> end)
+      : context_(context), monitor_(monitor), end_(std::move(end)) {
+    monitor_.refreshed.connect([this] { show(); });
+    monitor_.disksChanged.connect([this] { show(); });
+  }
+
+  void show() {
+    std::vector<DiskView> views;
+    for (const auto& disk : monitor_.disks()) {
+      views.push_back(DiskView::of(disk, context_.platform));
+    }
+    const auto events = eventsBetween(views_, views);
+    views_ = std::move(views);
+    const bool first = std::exchange(isFirst_, false);
+    if (events.empty() && !first) return;
+    if (!context_.options.json && ::isatty(STDOUT_FILENO) == 1) {
+      print("\x1b[H\x1b[J" + listText(context_, views_));
+      return;
+    }
+    for (const auto& event : events) {
+      print(context_.options.json ? jsonLine(event) : textLine(event));
+    }
+  }
+
+ private:
+  std::string jsonLine(const DiskEvent& event) const {
+    return base::serializeJson(boost::json::object{
+               {"format", jsonFormat},
+               {"event", base::toJson(event.kind)},
+               {"time", isoTime(context_.platform.clock->now())},
+               {"disk", event.view.toJson(context_.localization)}}) +
+           '\n';
+  }
+
+  std::string textLine(const DiskEvent& event) const {
+    const auto& disk = event.view.disk;
+    const auto access = !disk.isMounted  ? "ui.access.notmounted"
+                        : disk.isWritable ? "ui.access.readwrite"
+                                          : "ui.access.readonly";
+    return fmt::format("{}  {}  {}  {}  {}  {}\n", isoTime(context_.platform.clock->now()),
+                       context_.text(eventKey(event.kind)), disk.id, base::displayText(disk.name),
+                       base::displayText(disk.fileSystem), context_.text(access));
+  }
+
+  static std::string_view eventKey(DiskEventKind kind) {
+    switch (kind) {
+      case DiskEventKind::appeared:
+        return "ui.event.appeared";
+      case DiskEventKind::changed:
+        return "ui.event.changed";
+      case DiskEventKind::disappeared:
+        return "ui.event.disappeared";
+    }
+    return "";
+  }
+
+  void print(const std::string& text) {
+    if (!writeOutput(text)) end_();
+  }
+
+  const CommandContext& context_;
+  disks::DiskMonitor& monitor_;
+  std::function<void()> end_;
+  std::vector<DiskView> views_;
+  bool isFirst_ = true;
+};
+
+}  // namespace
+
+Answer watchCommand(const CommandContext& context, Machine& machine) {
+  Answer answer;
+  bool ended = false;
+  const auto end = [&ended, &machine](ExitStatus status, Answer& result) {
+    result.status = status;
+    ended = true;
+    machine.actor().post([] {});
+  };
+  const platform::posix::TerminationSignals signals(
+      machine.actor(), [&](int) { end(ExitStatus::interrupted, answer); });
+  if (context.options.seconds) {
+    const auto limit = std::chrono::duration<double>(*context.options.seconds);
+    context.platform.clock->callAt(
+        context.platform.clock->uptime() + std::chrono::duration_cast<platform::Uptime>(limit),
+        [&] { end(ExitStatus::done, answer); });
+  }
+  disks::DiskMonitor monitor(machine.actor(), context.platform, context.localization);
+  Watch watch(context, monitor, [&] { end(ExitStatus::failed, answer); });
+  if (!monitor.start()) {
+    return failure(context.options, ExitStatus::failed, "no-disk-arbitration",
+                   context.text("ui.error.noarbitration"));
+  }
+  machine.actor().runUntil([&ended] { return ended; });
+  return answer;
+}
+
+}  // namespace halvercine::app

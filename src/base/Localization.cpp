@@ -1,0 +1,56 @@
+#include "base/Localization.h"
+
+#include <fmt/args.h>
+#include <fmt/format.h>
+
+#include "base/Json.h"
+#include "base/Resources.h"
+#include "base/Text.h"
+
+namespace halvercine::base {
+
+Language languageOf(std::string_view tag) {
+  const auto lowered = asciiLowered(tag);
+  const bool chinese =
+      lowered.starts_with("zh") && (lowered.size() == 2 || lowered[2] == '-' || lowered[2] == '_' ||
+                                    lowered[2] == '.' || lowered[2] == '@');
+  const bool traditional = lowered.find("hant") != std::string::npos ||
+                           lowered.find("tw") != std::string::npos ||
+                           lowered.find("hk") != std::string::npos ||
+                           lowered.find("mo") != std::string::npos;
+  return chinese && !traditional ? Language::zhHans : Language::en;
+}
+
+std::string_view languageTag(Language language) {
+  switch (language) {
+    case Language::en:
+      return "en";
+    case Language::zhHans:
+      return "zh-Hans";
+  }
+  return "en";
+}
+
+Localization::Localization(Language language) : language_(language) {
+  const auto parsed =
+      parseJson(resource("strings/" + std::string(languageTag(language)) + ".json").value_or("{}"));
+  if (!parsed || !parsed->is_object()) return;
+  for (const auto& [key, value] : parsed->get_object()) {
+    if (value.is_string()) table_.emplace(key, value.get_string());
+  }
+}
+
+std::string Localization::text(std::string_view key,
+                               const std::vector<std::string>& arguments) const {
+  const auto found = table_.find(key);
+  if (found == table_.end()) return std::string(key);
+  fmt::dynamic_format_arg_store<fmt::format_context> store;
+  for (const auto& argument : arguments) store.push_back(argument);
+  try {
+    return fmt::vformat(found->second, store);
+  } catch (const fmt::format_error&) {  // fewer arguments than places
+    return found->second;
+  }
+}
+
+}  // namespace halvercine::base

@@ -1,0 +1,37 @@
+#include "disks/BitLockerStates.h"
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+
+#include "base/Json.h"
+
+namespace halvercine::disks {
+
+BitLockerStates::BitLockerStates(std::vector<bitlocker::BitLockerMailbox::Status> statuses)
+    : statuses_(std::move(statuses)) {
+  std::stable_sort(statuses_.begin(), statuses_.end(), [](const auto& left, const auto& right) {
+    return left.timestamp > right.timestamp;
+  });
+}
+
+std::optional<bitlocker::BitLockerState> BitLockerStates::of(
+    const std::string& bsdName, std::optional<std::uint64_t> deviceId) const {
+  for (const auto& status : statuses_) {
+    if (status.bsdName != bsdName) continue;
+    if (status.deviceID && status.deviceID != deviceId) continue;
+    if (status.ejected.value_or(false)) return std::nullopt;
+    return bitlocker::stateOf(status);
+  }
+  return std::nullopt;
+}
+
+std::size_t BitLockerStates::digest() const {
+  std::size_t sum = 0;
+  for (const auto& status : statuses_) {
+    sum += std::hash<std::string>()(base::encodeJson(status));
+  }
+  return sum;
+}
+
+}  // namespace halvercine::disks

@@ -1,0 +1,32 @@
+// Which disk a BitLocker status record is about.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "bitlocker/BitLockerMailbox.h"
+#include "bitlocker/BitLockerState.h"
+
+namespace halvercine::disks {
+
+/// The status records of the mailbox at one moment.
+class BitLockerStates {
+ public:
+  BitLockerStates() = default;
+  explicit BitLockerStates(std::vector<bitlocker::BitLockerMailbox::Status> statuses);
+
+  /// What the newest record says that is about this disk: it names the BSD name, does not belong to
+  /// another device, and its volume has not been ejected.
+  std::optional<bitlocker::BitLockerState> of(const std::string& bsdName,
+                                              std::optional<std::uint64_t> deviceId) const;
+
+  /// Equal for equal records, whatever order they came in.
+  std::size_t digest() const;
+
+ private:
+  std::vector<bitlocker::BitLockerMailbox::Status> statuses_;  // newest first
+};
+
+}  // namespace halvercine::disks

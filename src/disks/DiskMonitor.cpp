@@ -1,0 +1,160 @@
+#include "disks/DiskMonitor.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/runInBackground.h"
+#include "disks/BitLockerStates.h"
+#include "disks/enumerateDisks.h"
+#include "mount/MountAccessReportStore.h"
+
+namespace halvercine::disks {
+
+DiskMonitor::DiskMonitor(base::MainActor& actor, const platform::Platform& platform,
+                         const base::Localization& localization)
+    : actor_(actor),
+      platform_(platform),
+      descriptor_(platform, localization),
+      mailbox_(*platform.containers, *platform.clock),
+      capacityTimer_(*platform.clock),
+      fullRefreshTimer_(*platform.clock),
+      post_(actor),
+      tasks_(actor, *platform.systemLog) {}
+
+DiskMonitor::~DiskMonitor() = default;
+
+bool DiskMonitor::start() {
+  session_ = platform_.diskArbitration->createSession();
+  if (!session_) return false;
+  listenToSession();
+  refresh();
+  capacityTimer_.start(capacityInterval, [this] { refreshCapacities(); });
+  fullRefreshTimer_.start(fullRefreshInterval, [this] { scheduleRefresh(); });
+  watchMailbox();
+  warmUp();
+  const auto settled = platform_.clock->uptime() + deferredStart;
+  platform_.clock->callAt(settled, post_.wrap([this] { scheduleRefresh(); }));
+  return true;
+}
+
+void DiskMonitor::listenToSession() {
+  const auto changed = post_.wrap([this](const std::optional<std::string>& bsdName) {
+    if (bsdName) scheduleRefresh();
+  });
+  session_->start({changed, changed, changed});
+}
+
+void DiskMonitor::watchMailbox() {
+  if (const auto directory = mailbox_.containerURL()) {
+    mailboxWatch_ = platform_.directoryWatcher->watch(
+        *directory, post_.wrap([this] { mailboxChanged(); }));
+  }
+}
+
+/// The first look at a volume can be slow; afterwards the system has it at hand.
+void DiskMonitor::warmUp() {
+  for (const auto& disk : disks_) {
+    if (!disk.mountPath) continue;
+    actor_.postToBackground([fileSystems = platform_.fileSystems.get(), path = *disk.mountPath] {
+      fileSystems->resourceValues(path);
+    });
+  }
+}
+
+void DiskMonitor::scheduleRefresh() {
+  if (std::exchange(refreshScheduled_, true)) return;
+  post_([this] {
+    if (refreshScheduled_) refresh();
+  });
+}
+
+void DiskMonitor::refresh() {
+  refreshScheduled_ = false;
+  if (!session_) return;
+  ++refreshRevision_;
+  const auto media = allMedia(*platform_.mediaRegistry);
+  const auto formerIds = std::exchange(deviceIds_, {});
+  for (const auto& medium : media) {
+    if (medium.deviceId) deviceIds_.emplace(medium.bsdName, *medium.deviceId);
+  }
+  sweepStaleFiles();
+  const BitLockerStates states(mailbox_.allStatuses());
+  mailboxDigest_ = states.digest();
+  auto disks = describeDisks(descriptor_, *session_, media, states);
+  for (const auto& disk : disks) {
+    if (disk.isNtfs()) knownNtfs_.insert(disk.id);
+  }
+  const bool changed = disks != disks_ || deviceIds_ != formerIds;
+  disks_ = std::move(disks);
+  refreshed();
+  if (changed) disksChanged();
+}
+
+void DiskMonitor::sweepStaleFiles() {
+  mailbox_.sweepStale();
+  const auto session = mount::bootSession(*platform_.systemInfo);
+  if (!session) return;
+  const double now = platform::secondsSince1970(platform_.clock->now());
+  for (const auto& [bsdName, deviceId] : deviceIds_) {
+    const auto store = mount::MountAccessReportStore::locate(*platform_.containers, bsdName);
+    if (store) store->sweepStale(deviceId, *session, now);
+  }
+}
+
+void DiskMonitor::mailboxChanged() {
+  // The folder holds other files too; only a new word on a volume is worth a refresh.
+  if (BitLockerStates(mailbox_.allStatuses()).digest() != mailboxDigest_) scheduleRefresh();
+}
+
+const Disk* DiskMonitor::find(const std::string& bsdName) const {
+  const auto found = std::find_if(disks_.begin(), disks_.end(),
+                                  [&bsdName](const Disk& disk) { return disk.id == bsdName; });
+  return found == disks_.end() ? nullptr : &*found;
+}
+
+std::optional<std::uint64_t> DiskMonitor::deviceId(const std::string& bsdName) const {
+  const auto found = deviceIds_.find(bsdName);
+  if (found == deviceIds_.end()) return std::nullopt;
+  return found->second;
+}
+
+void DiskMonitor::beginDestructiveOperation() {
+  if (!std::exchange(destructiveBusy_, true)) destructiveBusyChanged();
+}
+
+void DiskMonitor::endDestructiveOperation() {
+  if (std::exchange(destructiveBusy_, false)) destructiveBusyChanged();
+}
+
+CapacityRefreshIdentity DiskMonitor::capacityIdentity(const Disk& disk) const {
+  return {disk.id, disk.mountPath.value_or(""), disk.volumeUUID, deviceId(disk.id),
+          refreshRevision_};
+}
+
+void DiskMonitor::refreshCapacities() {
+  for (const auto& disk : disks_) {
+    // A volume that has not answered yet is not asked again: a stuck one would fill the pool.
+    if (!disk.isMounted || !capacityInFlight_.emplace(disk.id, deviceId(disk.id)).second) continue;
+    tasks_.spawn("capacity of " + disk.id, readCapacity(capacityIdentity(disk)));
+  }
+}
+
+base::Task<void> DiskMonitor::readCapacity(CapacityRefreshIdentity identity) {
+  const auto available = co_await base::runInBackground(
+      actor_, [fileSystems = platform_.fileSystems.get(), path = identity.mountPath] {
+        return DiskDescriptor::availableCapacity(*fileSystems, path);
+      });
+  capacityInFlight_.erase({identity.id, identity.deviceID});
+  applyCapacity(identity, available);
+}
+
+void DiskMonitor::applyCapacity(const CapacityRefreshIdentity& identity, std::int64_t available) {
+  const auto found = std::find_if(disks_.begin(), disks_.end(), [&](const Disk& disk) {
+    return disk.id == identity.id && capacityIdentity(disk) == identity;
+  });
+  if (found == disks_.end() || found->available == available) return;
+  found->available = available;
+  disksChanged();
+}
+
+}  // namespace halvercine::disks

@@ -1,0 +1,160 @@
+// A simulated Mac as a scenario describes it: docs/simulation.md explains every key.
+//
+// The members are the JSON keys, except `className` ("class") and `isProtected` ("protected"). An
+// absent optional stands for the default that docs/simulation.md gives. Where a value is optional
+// twice, the inner one is absent when the system is to give no such value (JSON null).
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <boost/describe.hpp>
+
+#include "platform/simulated/PropertyOverrides.h"
+
+namespace halvercine::platform::simulated {
+
+BOOST_DEFINE_ENUM_CLASS(Attachment, usb, uas, nvme, sata, sd, thunderbolt, image, apfs)
+BOOST_DEFINE_ENUM_CLASS(EventKind, plug, unplug, mount, unmount, protect, describe, report, replace)
+
+struct ScenarioSystem {
+  std::string macOS = "26.4.0";
+  std::string bootSession = "5B1C0D7E-2F64-4C0B-9A53-7E1D8C2A4F90";
+  std::string now = "2026-03-14T08:15:02Z";  ///< where virtual time starts
+  bool diskArbitration = true;               ///< whether sessions can be made
+  bool groupContainer = true;                ///< whether the shared container can be had
+};
+BOOST_DESCRIBE_STRUCT(ScenarioSystem, (),
+                      (macOS, bootSession, now, diskArbitration, groupContainer))
+
+/// How a volume is mounted: what `statfs` and the volume's resource values say.
+struct ScenarioMount {
+  std::optional<std::string> path;
+  std::optional<std::string> type;
+  std::optional<std::string> from;
+  bool readOnly = false;
+  std::uint64_t blockSize = 4096;
+  std::optional<std::uint64_t> blocks;
+  std::optional<std::uint64_t> availableBlocks;
+  std::optional<std::optional<std::int64_t>> importantUsage;
+  std::optional<std::optional<std::int64_t>> available;
+  std::optional<std::optional<std::string>> volumeName;
+  bool statfsFails = false;
+};
+BOOST_DESCRIBE_STRUCT(ScenarioMount, (),
+                      (path, type, from, readOnly, blockSize, blocks, availableBlocks,
+                       importantUsage, available, volumeName, statfsFails))
+
+/// The file-system module's report on a mount.
+struct ScenarioReport {
+  std::string reason = "readWrite";
+  double age = 0;  ///< seconds before the moment of writing
+  std::optional<std::uint64_t> deviceID;
+  std::optional<std::string> bootSession;
+  std::optional<std::string> ownerID;
+  std::optional<std::string> raw;  ///< written instead of a report
+};
+BOOST_DESCRIBE_STRUCT(ScenarioReport, (), (reason, age, deviceID, bootSession, ownerID, raw))
+
+/// One entry of the registry above a medium.
+struct ScenarioChainLink {
+  static constexpr std::string_view requiredKeys[] = {"class"};
+
+  std::string className;
+  PropertyDictionary properties;
+};
+BOOST_DESCRIBE_STRUCT(ScenarioChainLink, (), (className, properties))
+
+/// What whole disks and partitions have in common.
+struct ScenarioMedia {
+  static constexpr std::string_view requiredKeys[] = {"disk"};
+
+  std::string disk;  ///< BSD name
+  std::optional<std::string> name;
+  std::optional<std::string> kind;
+  std::optional<std::optional<std::string>> uuid;
+  std::optional<std::optional<std::string>> mediaUUID;
+  std::optional<std::string> mediaName;
+  std::optional<std::string> className;
+  std::optional<std::string> content;
+  std::optional<std::int64_t> size;  ///< bytes
+  std::optional<bool> writable;
+  std::optional<std::uint64_t> entryID;  ///< of the first time that it is plugged
+  PropertyOverrides description;
+  PropertyOverrides registry;
+  std::optional<ScenarioMount> mount;
+  std::optional<ScenarioReport> report;
+};
+BOOST_DESCRIBE_STRUCT(ScenarioMedia, (),
+                      (disk, name, kind, uuid, mediaUUID, mediaName, className, content, size,
+                       writable, entryID, description, registry, mount, report))
+
+struct ScenarioDevice : ScenarioMedia {
+  bool plugged = true;
+  Attachment attachment = Attachment::usb;
+  std::optional<std::string> model;
+  std::optional<std::string> vendor;
+  std::optional<std::string> serial;
+  std::optional<std::string> revision;
+  std::optional<bool> solidState;
+  std::optional<std::int64_t> speed;      ///< USB speed class
+  std::optional<std::int64_t> blockSize;  ///< bytes
+  std::optional<bool> removable;
+  std::optional<std::optional<bool>> internal;
+  std::optional<std::vector<ScenarioChainLink>> chain;
+  std::vector<ScenarioMedia> volumes;
+};
+BOOST_DESCRIBE_STRUCT(ScenarioDevice, (ScenarioMedia),
+                      (plugged, attachment, model, vendor, serial, revision, solidState, speed,
+                       blockSize, removable, internal, chain, volumes))
+
+struct ScenarioEvent {
+  static constexpr std::string_view requiredKeys[] = {"at", "event", "disk"};
+
+  double at = 0;  ///< seconds after the start
+  EventKind event = EventKind::plug;
+  std::string disk;
+  bool silent = false;  ///< the service's callbacks for it are lost
+  std::optional<ScenarioMount> mount;
+  std::optional<ScenarioReport> report;
+  std::optional<bool> isProtected;
+  std::optional<PropertyOverrides> description;
+  std::optional<PropertyOverrides> registry;
+  std::optional<ScenarioDevice> device;
+  std::optional<bool> remove;
+};
+BOOST_DESCRIBE_STRUCT(ScenarioEvent, (),
+                      (at, event, disk, silent, mount, report, isProtected, description, registry,
+                       device, remove))
+
+struct Scenario {
+  static constexpr std::string_view requiredKeys[] = {"format"};
+
+  int format = 1;
+  std::string description;
+  ScenarioSystem system;
+  std::vector<ScenarioDevice> devices;
+  std::vector<ScenarioEvent> timeline;
+};
+BOOST_DESCRIBE_STRUCT(Scenario, (), (format, description, system, devices, timeline))
+
+/// What is wrong with a scenario, in English, beginning with the place ("devices[1].volumes[0].…").
+/// It may quote the scenario's own text: clean it for display.
+struct ScenarioError {
+  std::string message;
+};
+
+/// Reads a scenario's JSON text. Everything that would have no effect or could not happen is an
+/// error: unknown keys, wrong types, BSD names that occur twice or do not belong to their device,
+/// events that meet a disk in the wrong state. Any text may be given.
+std::expected<Scenario, ScenarioError> readScenario(std::string_view text);
+
+/// What is wrong with the values of a scenario that has the right shape, if anything.
+/// `readScenario` has looked already; for scenarios made otherwise.
+std::optional<ScenarioError> findScenarioFault(const Scenario& scenario);
+
+}  // namespace halvercine::platform::simulated

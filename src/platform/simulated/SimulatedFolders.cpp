@@ -1,0 +1,29 @@
+#include "platform/simulated/SimulatedFolders.h"
+
+#include "base/PrivateFiles.h"
+
+namespace halvercine::platform::simulated {
+
+std::optional<std::filesystem::path> SimulatedFolders::home() const {
+  if (!root_.path()) return std::nullopt;
+  auto path = *root_.path() / "Users" / "simulated";
+  if (base::makePrivateDirectory(path)) return std::nullopt;
+  return path;
+}
+
+std::optional<std::filesystem::path> SimulatedFolders::applicationSupport() const {
+  const auto path = home();
+  if (!path) return std::nullopt;
+  return *path / "Library" / "Application Support";
+}
+
+std::optional<std::filesystem::path> SimulatedFolders::groupContainer(
+    std::string_view group) const {
+  const auto path = home();
+  if (!path || group != sharedGroup) return std::nullopt;
+  auto container = *path / "Library" / "Group Containers" / group;
+  if (base::makePrivateDirectory(container)) return std::nullopt;
+  return container;
+}
+
+}  // namespace halvercine::platform::simulated

@@ -1,0 +1,139 @@
+// The state of the simulated Mac: one place, whichever port it is looked at through.
+#pragma once
+
+#include <atomic>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/MainActor.h"
+#include "platform/Clock.h"
+#include "platform/FileSystems.h"
+#include "platform/SystemInfo.h"
+#include "platform/simulated/DiskSessions.h"
+#include "platform/simulated/MountTable.h"
+#include "platform/simulated/RegistryTree.h"
+#include "platform/simulated/Scenario.h"
+#include "platform/simulated/SimulatedFolders.h"
+#include "platform/simulated/SimulatedLog.h"
+
+namespace halvercine::platform::simulated {
+
+/// Disks, mounts, registry and folders in memory. What changes it is called on the main actor and
+/// answers false when the thing cannot happen now (no such disk, mounted already); the service's
+/// callbacks follow later. What only looks may be called on any thread.
+class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
+ public:
+  /// The devices of the scenario are there, mounted and reported on; its timeline is not played.
+  SimulatedMachine(base::MainActor& actor, std::shared_ptr<Clock> clock, const Scenario& scenario);
+
+  /// Makes a device known under its BSD name; when it is `plugged`, it is there at once with its
+  /// mounts and reports. False when the disk of that name is there.
+  bool add(const ScenarioDevice& device);
+
+  /// Plugs a known device in: new entry IDs, as it was first described. Its volumes mount and its
+  /// reports are written a moment after it has appeared.
+  bool plug(const std::string& disk);
+
+  /// Takes a whole disk away with its volumes. Reports stay behind.
+  bool unplug(const std::string& disk);
+
+  /// Puts another device in the place of a whole disk that is there.
+  bool replace(const ScenarioDevice& device);
+
+  /// Mounts a volume; where, is for the system to say when `path` is absent. False also when
+  /// something else is mounted there.
+  bool mount(const std::string& disk, const ScenarioMount& mount);
+  bool unmount(const std::string& disk);
+
+  /// The write protection of a volume, or of a whole disk with all its volumes.
+  bool setProtected(const std::string& disk, bool isProtected);
+
+  /// Changes properties until the device is unplugged. Only a description that became another one
+  /// is announced, as the service does.
+  bool change(const std::string& disk, const PropertyOverrides& description,
+              const PropertyOverrides& registry = {});
+
+  /// Writes or removes the module's report on a disk. False also when the file system refuses.
+  bool writeReport(const std::string& disk, const ScenarioReport& report);
+  bool removeReport(const std::string& disk);
+
+  /// While set, the service announces nothing.
+  void loseCallbacks(bool lost) { callbacksLost_ = lost; }
+
+  /// What the kernel says; nothing makes asking for it fail.
+  void setBootSession(std::optional<std::string> bootSession);
+  void setArbitrationAvailable(bool available) { arbitrationAvailable_ = available; }
+  void setGroupContainerAvailable(bool available) { groupContainerAvailable_ = available; }
+
+  bool arbitrationAvailable() const { return arbitrationAvailable_; }
+  std::optional<std::string> bootSession() const;
+  std::optional<SystemVersion> macOSVersion() const { return macOSVersion_; }
+  std::optional<std::filesystem::path> groupContainer(std::string_view group) const;
+  const SimulatedFolders& folders() const { return folders_; }
+
+  std::optional<PropertyDictionary> describe(const std::string& disk) const;
+  std::optional<FileSystemStatistics> statistics(const std::string& path) const;
+  VolumeResourceValues resourceValues(const std::string& path) const;
+
+  /// Every disk with the ID of its media object, in the order of the IDs.
+  std::map<EntryId, std::string> disks() const;
+  std::optional<EntryId> entryId(const std::string& disk) const;
+  /// Of an object of the registry; nothing when it has gone.
+  std::optional<std::string> registryClass(EntryId id) const;
+  std::optional<EntryId> registryParent(EntryId id) const;
+  std::optional<PropertyValue> registryProperty(EntryId id, std::string_view key) const;
+
+  /// Main actor.
+  DiskSessions& sessions() { return sessions_; }
+  SimulatedLog& log() { return log_; }
+
+ private:
+  struct Media {
+    ScenarioMedia definition;  // with the changes since
+    std::shared_ptr<const ScenarioDevice> device;
+    EntryId id = 0;
+    bool writable = true;
+    PropertyDictionary description;
+  };
+
+  // These with the lock held.
+  Media* find(const std::string& disk);
+  std::vector<EntryId> insertDevice(const std::string& disk);
+  EntryId insertMedia(const ScenarioMedia& definition,
+                      const std::shared_ptr<const ScenarioDevice>& device, EntryId parent);
+  bool removeDevice(const std::string& disk);
+  void removeMedia(const std::string& disk);
+  bool composeProperties(Media& media);
+  void refresh(Media& media);
+  void announce(DiskCallback callback, const std::string& disk);
+  void settleLater(std::vector<EntryId> ids);
+
+  void settle(const std::vector<EntryId>& ids);
+  std::optional<std::filesystem::path> reportPath(const std::string& disk) const;
+
+  base::MainActor& actor_;
+  std::shared_ptr<Clock> clock_;
+  std::optional<SystemVersion> macOSVersion_;
+  SimulatedFolders folders_;
+  SimulatedLog log_;
+  DiskSessions sessions_;
+  bool callbacksLost_ = false;
+  std::atomic<bool> arbitrationAvailable_;
+  std::atomic<bool> groupContainerAvailable_;
+
+  mutable std::mutex mutex_;
+  std::optional<std::string> bootSession_;
+  std::map<std::string, std::shared_ptr<const ScenarioDevice>> devices_;  // plugged in or not
+  std::map<std::string, Media> media_;
+  std::map<EntryId, std::string> disks_;
+  MountTable mounts_;
+  RegistryTree registry_;
+};
+
+}  // namespace halvercine::platform::simulated

@@ -1,0 +1,119 @@
+#include "platform/simulated/checkScenario.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "platform/simulated/scenarioTexts.h"
+
+namespace halvercine::platform::simulated {
+namespace {
+
+constexpr std::string_view knownReasons[] = {"readWrite",        "requested",    "deviceProtected",
+                                             "resourceReadOnly", "unsafeVolume", "openFailed",
+                                             "eowSafety"};
+
+Fault checkSystem(const ScenarioSystem& system) {
+  if (!versionFromText(system.macOS)) {
+    return fault("system.macOS", "expected a version such as 26.4.0");
+  }
+  if (!wallTimeFromText(system.now)) {
+    return fault("system.now", "expected a time such as 2026-03-14T08:15:02Z");
+  }
+  return std::nullopt;
+}
+
+Fault checkUuid(const std::optional<std::optional<std::string>>& uuid, const std::string& place) {
+  if (!uuid || !*uuid || uuidFromText(**uuid)) return std::nullopt;
+  return fault(place, "expected a UUID such as 5B1C0D7E-2F64-4C0B-9A53-7E1D8C2A4F90");
+}
+
+Fault checkNotNegative(const std::optional<std::int64_t>& number, const std::string& place) {
+  if (number.value_or(0) >= 0) return std::nullopt;
+  return fault(place, "must not be negative");
+}
+
+Fault checkMedia(const ScenarioMedia& media, const std::string& place, TakenNames& taken) {
+  if (!taken.disks.insert(media.disk).second) {
+    return fault(below(place, "disk"), "'" + media.disk + "' occurs twice");
+  }
+  if (media.entryID == 0) return fault(below(place, "entryID"), "must not be 0");
+  if (media.entryID && !taken.entryIds.insert(*media.entryID).second) {
+    return fault(below(place, "entryID"), "occurs twice");
+  }
+  if (auto found = checkUuid(media.uuid, below(place, "uuid"))) return found;
+  if (auto found = checkUuid(media.mediaUUID, below(place, "mediaUUID"))) return found;
+  if (auto found = checkNotNegative(media.size, below(place, "size"))) return found;
+  if (media.mount) {
+    if (auto found = checkMount(*media.mount, below(place, "mount"))) return found;
+  }
+  if (media.report) return checkReport(*media.report, below(place, "report"));
+  return std::nullopt;
+}
+
+/// Two volumes cannot be mounted in one place at the start.
+Fault checkMountPaths(const std::vector<ScenarioDevice>& devices) {
+  std::set<std::string> paths;
+  const auto isFree = [&](const ScenarioMedia& media) {
+    return !media.mount || !media.mount->path || paths.insert(*media.mount->path).second;
+  };
+  for (std::size_t i = 0; i < devices.size(); ++i) {
+    if (!devices[i].plugged) continue;
+    const auto place = below("devices", i);
+    if (!isFree(devices[i])) return fault(below(place, "mount.path"), "in use already");
+    for (std::size_t j = 0; j < devices[i].volumes.size(); ++j) {
+      if (isFree(devices[i].volumes[j])) continue;
+      return fault(below(below(place, "volumes"), j) + ".mount.path", "in use already");
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+Fault checkMount(const ScenarioMount& mount, const std::string& place) {
+  if (mount.path && !mount.path->starts_with('/')) {
+    return fault(below(place, "path"), "expected an absolute path");
+  }
+  if (mount.path && mount.path->size() > 1 && mount.path->ends_with('/')) {
+    return fault(below(place, "path"), "must not end with a slash");
+  }
+  return std::nullopt;
+}
+
+Fault checkReport(const ScenarioReport& report, const std::string& place) {
+  if (std::ranges::find(knownReasons, report.reason) != std::end(knownReasons)) return std::nullopt;
+  std::string known;
+  for (const auto reason : knownReasons) known += (known.empty() ? "" : ", ") + std::string(reason);
+  return fault(below(place, "reason"), "expected one of: " + known);
+}
+
+Fault checkDevice(const ScenarioDevice& device, const std::string& place, TakenNames& taken) {
+  if (!isWholeDiskName(device.disk)) {
+    return fault(below(place, "disk"), "expected a whole disk's BSD name such as disk4");
+  }
+  if (auto found = checkMedia(device, place, taken)) return found;
+  if (device.blockSize.value_or(1) < 1) return fault(below(place, "blockSize"), "must be positive");
+  for (std::size_t i = 0; i < device.volumes.size(); ++i) {
+    const auto& volume = device.volumes[i];
+    const auto at = below(below(place, "volumes"), i);
+    if (!isSliceName(volume.disk, device.disk)) {
+      return fault(below(at, "disk"),
+                   "expected a slice of " + device.disk + " such as " + device.disk + "s1");
+    }
+    if (auto found = checkMedia(volume, at, taken)) return found;
+  }
+  return std::nullopt;
+}
+
+Fault findScenarioFault(const Scenario& scenario) {
+  if (scenario.format != 1) return fault("format", "only format 1 is known");
+  if (auto found = checkSystem(scenario.system)) return found;
+  TakenNames taken;
+  for (std::size_t i = 0; i < scenario.devices.size(); ++i) {
+    if (auto found = checkDevice(scenario.devices[i], below("devices", i), taken)) return found;
+  }
+  if (auto found = checkMountPaths(scenario.devices)) return found;
+  return checkTimeline(scenario);
+}
+
+}  // namespace halvercine::platform::simulated

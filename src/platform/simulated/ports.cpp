@@ -1,0 +1,181 @@
+#include "platform/simulated/ports.h"
+
+#include <utility>
+
+namespace halvercine::platform::simulated {
+namespace {
+
+using Machine = std::shared_ptr<SimulatedMachine>;
+
+class SimulatedClock : public Clock {
+ public:
+  explicit SimulatedClock(std::shared_ptr<Clock> clock) : clock_(std::move(clock)) {}
+
+  WallTime now() const override { return clock_->now(); }
+  Uptime uptime() const override { return clock_->uptime(); }
+  TimerId callAt(Uptime deadline, std::function<void()> action) override {
+    return clock_->callAt(deadline, std::move(action));
+  }
+  void cancel(TimerId timer) override { clock_->cancel(timer); }
+
+ private:
+  std::shared_ptr<Clock> clock_;
+};
+
+class SimulatedSystemLog : public SystemLog {
+ public:
+  explicit SimulatedSystemLog(Machine machine) : machine_(std::move(machine)) {}
+
+  void write(LogLevel level, std::string_view line) override { machine_->log().write(level, line); }
+
+ private:
+  Machine machine_;
+};
+
+class SimulatedSystemInfo : public SystemInfo {
+ public:
+  explicit SimulatedSystemInfo(Machine machine) : machine_(std::move(machine)) {}
+
+  std::optional<std::string> kernelVariable(const std::string& name) override {
+    if (name != "kern.bootsessionuuid") return std::nullopt;
+    auto value = machine_->bootSession();
+    if (value) value->push_back('\0');
+    return value;
+  }
+
+  std::optional<SystemVersion> macOSVersion() override { return machine_->macOSVersion(); }
+
+ private:
+  Machine machine_;
+};
+
+class SimulatedContainers : public Containers {
+ public:
+  explicit SimulatedContainers(Machine machine) : machine_(std::move(machine)) {}
+
+  std::optional<std::filesystem::path> groupContainer(const std::string& group) override {
+    return machine_->groupContainer(group);
+  }
+  std::optional<std::filesystem::path> applicationSupport() override {
+    return machine_->folders().applicationSupport();
+  }
+  std::optional<std::filesystem::path> home() override { return machine_->folders().home(); }
+
+ private:
+  Machine machine_;
+};
+
+class SimulatedFileSystems : public FileSystems {
+ public:
+  explicit SimulatedFileSystems(Machine machine) : machine_(std::move(machine)) {}
+
+  std::optional<FileSystemStatistics> statistics(const std::string& path) override {
+    return machine_->statistics(path);
+  }
+  VolumeResourceValues resourceValues(const std::string& path) override {
+    return machine_->resourceValues(path);
+  }
+
+ private:
+  Machine machine_;
+};
+
+class SimulatedEntry : public RegistryEntry {
+ public:
+  SimulatedEntry(Machine machine, EntryId id, std::string className)
+      : machine_(std::move(machine)), id_(id), className_(std::move(className)) {}
+
+  std::string className() const override { return className_; }
+  std::optional<std::uint64_t> entryId() const override { return id_; }
+  std::optional<PropertyValue> property(std::string_view key) const override {
+    return machine_->registryProperty(id_, key);
+  }
+  std::unique_ptr<RegistryEntry> parent() const override {
+    const auto above = machine_->registryParent(id_);
+    return above ? entryFor(machine_, *above) : nullptr;
+  }
+
+  /// The entry of an ID, or null when there is none.
+  static std::unique_ptr<RegistryEntry> entryFor(const Machine& machine, EntryId id) {
+    auto className = machine->registryClass(id);
+    if (!className) return nullptr;
+    return std::make_unique<SimulatedEntry>(machine, id, std::move(*className));
+  }
+
+ private:
+  Machine machine_;
+  EntryId id_;
+  std::string className_;
+};
+
+class SimulatedMediaRegistry : public MediaRegistry {
+ public:
+  explicit SimulatedMediaRegistry(Machine machine) : machine_(std::move(machine)) {}
+
+  std::vector<std::unique_ptr<RegistryEntry>> allMedia() override {
+    std::vector<std::unique_ptr<RegistryEntry>> entries;
+    for (const auto& [id, disk] : machine_->disks()) {
+      if (auto entry = SimulatedEntry::entryFor(machine_, id)) entries.push_back(std::move(entry));
+    }
+    return entries;
+  }
+
+  std::unique_ptr<RegistryEntry> media(const std::string& bsdName) override {
+    const auto id = machine_->entryId(bsdName);
+    return id ? SimulatedEntry::entryFor(machine_, *id) : nullptr;
+  }
+
+ private:
+  Machine machine_;
+};
+
+class SimulatedSession : public DiskArbitrationSession {
+ public:
+  explicit SimulatedSession(Machine machine) : machine_(std::move(machine)) {}
+
+  void start(DiskCallbacks callbacks) override {
+    auto& sessions = machine_->sessions();
+    listener_ = sessions.add(std::move(callbacks));
+    for (const auto& [id, disk] : machine_->disks()) {
+      sessions.tell(listener_, &DiskCallbacks::appeared, disk);
+    }
+  }
+
+  std::optional<PropertyDictionary> describe(const std::string& bsdName) override {
+    return machine_->describe(bsdName);
+  }
+
+ private:
+  Machine machine_;
+  DiskSessions::Listener listener_;
+};
+
+class SimulatedDiskArbitration : public DiskArbitration {
+ public:
+  explicit SimulatedDiskArbitration(Machine machine) : machine_(std::move(machine)) {}
+
+  std::unique_ptr<DiskArbitrationSession> createSession() override {
+    if (!machine_->arbitrationAvailable()) return nullptr;
+    return std::make_unique<SimulatedSession>(machine_);
+  }
+
+ private:
+  Machine machine_;
+};
+
+}  // namespace
+
+Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
+                      const std::shared_ptr<Clock>& clock) {
+  Platform platform;
+  platform.clock = std::make_unique<SimulatedClock>(clock);
+  platform.systemLog = std::make_unique<SimulatedSystemLog>(machine);
+  platform.systemInfo = std::make_unique<SimulatedSystemInfo>(machine);
+  platform.containers = std::make_unique<SimulatedContainers>(machine);
+  platform.fileSystems = std::make_unique<SimulatedFileSystems>(machine);
+  platform.mediaRegistry = std::make_unique<SimulatedMediaRegistry>(machine);
+  platform.diskArbitration = std::make_unique<SimulatedDiskArbitration>(machine);
+  return platform;
+}
+
+}  // namespace halvercine::platform::simulated

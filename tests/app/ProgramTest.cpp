@@ -1,0 +1,133 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "base/Json.h"
+#include "support/runProgram.h"
+
+namespace halvercine {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using tests::runProgram;
+
+boost::json::value document(const tests::ProgramRun& run) {
+  auto parsed = base::parseJson(run.output);
+  EXPECT_TRUE(parsed) << run.output;
+  return parsed.value_or(boost::json::value());
+}
+
+/// The record of one disk in the answer of `list --json`.
+boost::json::value record(const tests::ProgramRun& run, std::string_view name) {
+  const auto parsed = document(run);
+  for (const auto& disk : parsed.at_pointer("/result/disks").as_array()) {
+    if (disk.at("name").as_string() == name) return disk;
+  }
+  ADD_FAILURE() << name << " is not in " << run.output;
+  return nullptr;
+}
+
+TEST(ProgramTest, ListsTheSimulatedMacForPeople) {
+  const auto run = runProgram({"--simulate", "list"});
+  EXPECT_EQ(run.status, 0) << run.errors;
+  EXPECT_THAT(run.output, HasSubstr("NTFS Volumes"));
+  EXPECT_THAT(run.output, HasSubstr("read-only"));
+  EXPECT_THAT(run.output, HasSubstr("! "));
+  EXPECT_THAT(run.output, Not(HasSubstr("\x1b"))) << "no colours off a terminal";
+  EXPECT_THAT(run.output, Not(HasSubstr("/System/Volumes")));
+  const auto chinese = runProgram({"--simulate", "list", "--lang", "zh-Hans"});
+  EXPECT_THAT(chinese.output, HasSubstr("只读"));
+}
+
+TEST(ProgramTest, JsonCarriesTheRecordAndTheCause) {
+  const auto run = runProgram({"list", "--json", "--simulate"});
+  const auto writable = record(run, "Photos");
+  EXPECT_TRUE(writable.at("isNTFS").as_bool());
+  EXPECT_TRUE(writable.at("isWritable").as_bool());
+  EXPECT_FALSE(writable.as_object().contains("readOnly"));
+  const auto info = document(runProgram(
+      {"--simulate", "--json", "info", std::string(writable.at("id").as_string())}));
+  EXPECT_EQ(info.at_pointer("/result/disk"), writable);
+  bool retryHelpsSomewhere = false;
+  for (const auto& disk : document(run).at_pointer("/result/disks").as_array()) {
+    if (!disk.as_object().contains("readOnly")) continue;
+    const auto& explanation = disk.at("readOnly");
+    EXPECT_THAT(std::string(explanation.at("key").as_string()), HasSubstr("disk.ux.readonly."));
+    EXPECT_FALSE(explanation.at("text").as_string().empty());
+    const auto& cause = explanation.at("cause").as_string();
+    EXPECT_EQ(explanation.at("canRetry").as_bool(), cause == "resource" || cause == "unknown");
+    retryHelpsSomewhere |= explanation.at("canRetry").as_bool();
+  }
+  EXPECT_TRUE(retryHelpsSomewhere);
+}
+
+TEST(ProgramTest, FailuresHaveAStatusAndAStableIdentifier) {
+  struct Row {
+    std::vector<std::string> arguments;
+    int status;
+    const char* id;
+  };
+  const Row rows[] = {
+      {{"--simulate", "info", "disk99"}, 3, "disk-not-found"},
+      {{"--simulate=/nonexistent.json", "list"}, 2, "scenario-unreadable"},
+      {{"--simulate=/dev/zero", "list"}, 2, "scenario-unreadable"},
+      {{"lst"}, 2, "usage"},
+      {{}, 2, "usage"},
+      {{"list", "--lang", "fr"}, 2, "usage"},
+      {{"info"}, 2, "usage"},
+      {{"list", "--at", "-1"}, 2, "usage"},
+  };
+  for (const auto& row : rows) {
+    const auto plain = runProgram(row.arguments);
+    EXPECT_EQ(plain.status, row.status) << row.id;
+    EXPECT_TRUE(plain.output.empty()) << plain.output;
+    EXPECT_FALSE(plain.errors.empty()) << row.id;
+    auto arguments = row.arguments;
+    arguments.emplace_back("--json");
+    const auto asJson = runProgram(arguments);
+    EXPECT_EQ(asJson.status, row.status) << row.id;
+    EXPECT_EQ(document(asJson).at_pointer("/error/id").as_string(), row.id);
+  }
+}
+
+TEST(ProgramTest, HostileNamesStayHarmlessOnATerminalAndWholeInJson) {
+  const auto run = runProgram({"--simulate=hostile-names", "list"});
+  EXPECT_EQ(run.status, 0) << run.errors;
+  for (const char* raw : {"\x1b", "\r", "\xE2\x80\xAE", "\xE2\x80\x8B"}) {
+    EXPECT_THAT(run.output, Not(HasSubstr(raw)));
+  }
+  EXPECT_THAT(run.output, HasSubstr("\\u{1B}"));
+  EXPECT_THAT(runProgram({"--simulate=hostile-names", "list", "--json"}).output,
+              HasSubstr("\\u001B"));
+}
+
+TEST(ProgramTest, SimulatedTimePassesBeforeTheAnswer) {
+  const auto count = [](const char* seconds) {
+    return document(runProgram({"--simulate=timeline-demo", "--at", seconds, "list", "--json"}))
+        .at_pointer("/result/disks")
+        .as_array()
+        .size();
+  };
+  EXPECT_NE(count("0"), count("5"));
+}
+
+TEST(ProgramTest, WatchFollowsTheTimelineTheSameWayEveryTime) {
+  const auto watch = [] {
+    return runProgram({"--simulate=timeline-demo", "--fast", "watch", "--for", "60", "--json"});
+  };
+  const auto run = watch();
+  EXPECT_EQ(run.status, 0) << run.errors;
+  EXPECT_THAT(run.output, HasSubstr(R"("event":"appeared")"));
+  EXPECT_THAT(run.output, HasSubstr(R"("event":"changed")"));
+  EXPECT_THAT(run.output, HasSubstr(R"("event":"disappeared")"));
+  EXPECT_EQ(run.output, watch().output);
+}
+
+TEST(ProgramTest, OutputThatCannotBeWrittenIsAFailure) {
+  const auto run = runProgram({"--simulate", "list"}, "/dev/full");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_FALSE(run.errors.empty());
+}
+
+}  // namespace
+}  // namespace halvercine

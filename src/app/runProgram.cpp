@@ -29,6 +29,8 @@ Answer run(const Options& options) {
       return listCommand(context);
     case Command::info:
       return infoCommand(context);
+    case Command::watch:
+      return watchCommand(context, **machine);
     case Command::version:
       break;
   }

@@ -1,4 +1,5 @@
 #include "app/commands.h"
+#include "bitlocker/BitLockerMailbox.h"
 #include "disks/DiskDescriptor.h"
 #include "disks/enumerateDisks.h"
 

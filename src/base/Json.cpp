@@ -15,6 +15,9 @@ namespace json = boost::json;
 /// rounded power of ten, and a time stamp would not survive a round trip.
 class ExactHandler {
  public:
+  explicit ExactHandler(json::storage_ptr storage)
+      : storage_(std::move(storage)), stack_(storage_) {}
+
   static constexpr std::size_t max_object_size = std::size_t(-1);
   static constexpr std::size_t max_array_size = std::size_t(-1);
   static constexpr std::size_t max_key_size = std::size_t(-1);
@@ -23,7 +26,7 @@ class ExactHandler {
   json::value release() { return stack_.release(); }
 
   bool on_document_begin(json::error_code&) {
-    stack_.reset();
+    stack_.reset(storage_);
     return true;
   }
   bool on_document_end(json::error_code&) { return true; }
@@ -91,6 +94,7 @@ class ExactHandler {
   bool on_comment(json::string_view, json::error_code&) { return true; }
 
  private:
+  json::storage_ptr storage_;
   json::value_stack stack_;
   std::string digits_;
 };
@@ -160,8 +164,8 @@ std::optional<double> number(const json::value& value) {
 
 }  // namespace detail
 
-std::expected<json::value, JsonError> parseJson(std::string_view text) {
-  json::basic_parser<ExactHandler> parser{json::parse_options()};
+std::expected<json::value, JsonError> parseJson(std::string_view text, json::storage_ptr storage) {
+  json::basic_parser<ExactHandler> parser(json::parse_options(), std::move(storage));
   json::error_code error;
   try {
     const auto consumed = parser.write_some(false, text.data(), text.size(), error);

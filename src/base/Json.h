@@ -20,6 +20,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/Secret.h"
+
 namespace halvercine::base {
 
 /// Why a text is not the record that was expected, in English, for logs and diagnostics.
@@ -28,9 +30,11 @@ struct JsonError {
 };
 
 /// Parses a whole text. Numbers keep their exact value: integers all 64 bits, others the nearest
-/// double (Boost's own reading can be off in the last place). Nesting deeper than 32, numbers out of
-/// range, invalid UTF-8 and anything behind the value are errors.
-std::expected<boost::json::value, JsonError> parseJson(std::string_view text);
+/// double (Boost's own reading can be off in the last place). Nesting deeper than 32, numbers out
+/// of range, invalid UTF-8 and anything behind the value are errors. All memory comes from
+/// `storage`.
+std::expected<boost::json::value, JsonError> parseJson(std::string_view text,
+                                                       boost::json::storage_ptr storage = {});
 
 /// Compact text of a value.
 std::string serializeJson(const boost::json::value& value);
@@ -64,32 +68,36 @@ using Members = boost::describe::describe_members<T, boost::describe::mod_public
 
 }  // namespace detail
 
+/// The JSON value of a record, in memory of `storage`. What holds a `Secret` is encoded and decoded
+/// through base/SecretJson.h, which wipes that memory.
 template <class T>
-boost::json::value toJson(const T& value) {
+boost::json::value toJson(const T& value, const boost::json::storage_ptr& storage = {}) {
   if constexpr (std::same_as<T, boost::json::value>) {
-    return value;
+    return boost::json::value(value, storage);
   } else if constexpr (std::is_arithmetic_v<T>) {
-    return boost::json::value(value);
+    return boost::json::value(value, storage);
+  } else if constexpr (std::same_as<T, Secret>) {
+    return boost::json::value(value.reveal(), storage);
   } else if constexpr (std::convertible_to<const T&, std::string_view>) {
-    return boost::json::value(std::string_view(value));
+    return boost::json::value(std::string_view(value), storage);
   } else if constexpr (detail::DescribedEnum<T>) {
-    return boost::json::value(boost::describe::enum_to_string(value, ""));
+    return boost::json::value(boost::describe::enum_to_string(value, ""), storage);
   } else if constexpr (detail::IsOptional<T>::value) {
-    return value ? toJson(*value) : boost::json::value(nullptr);
+    return value ? toJson(*value, storage) : boost::json::value(nullptr, storage);
   } else if constexpr (detail::IsVector<T>::value) {
-    boost::json::array array;
+    boost::json::array array(storage);
     array.reserve(value.size());
-    for (const auto& element : value) array.push_back(toJson(element));
+    for (const auto& element : value) array.push_back(toJson(element, storage));
     return array;
   } else {
     static_assert(detail::DescribedStruct<T>, "describe the struct to encode it");
-    boost::json::object object;
+    boost::json::object object(storage);
     boost::mp11::mp_for_each<detail::Members<T>>([&](auto member) {
       const auto& field = value.*member.pointer;
       if constexpr (detail::IsOptional<std::remove_cvref_t<decltype(field)>>::value) {
-        if (field) object.emplace(member.name, toJson(*field));
+        if (field) object.emplace(member.name, toJson(*field, storage));
       } else {
-        object.emplace(member.name, toJson(field));
+        object.emplace(member.name, toJson(field, storage));
       }
     });
     return object;
@@ -119,6 +127,9 @@ std::expected<T, JsonError> fromJson(const boost::json::value& value) {
     return mismatch("a number");
   } else if constexpr (std::same_as<T, std::string>) {
     if (value.is_string()) return std::string(value.get_string());
+    return mismatch("a text");
+  } else if constexpr (std::same_as<T, Secret>) {
+    if (value.is_string()) return Secret(value.get_string());
     return mismatch("a text");
   } else if constexpr (detail::DescribedEnum<T>) {
     T result{};

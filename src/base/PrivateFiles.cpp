@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <boost/algorithm/string/case_conv.hpp>
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
 #include <cerrno>
@@ -12,6 +13,9 @@
 
 namespace halvercine::base {
 namespace {
+
+constexpr mode_t privateMode = 0600;
+constexpr mode_t permissionBits = 0777;
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
@@ -23,6 +27,25 @@ std::error_code writeFully(int fd, std::string_view content) {
     content.remove_prefix(static_cast<std::size_t>(written));
   }
   return {};
+}
+
+std::filesystem::path temporaryBeside(const std::filesystem::path& path) {
+  const auto unique = to_string(boost::uuids::random_generator()());
+  return path.parent_path() /
+         ("." + path.filename().string() + ".tmp-" + boost::algorithm::to_upper_copy(unique));
+}
+
+std::error_code replaceFile(const std::filesystem::path& path, std::string_view content,
+                            mode_t mode) {
+  const auto temporary = temporaryBeside(path);
+  const UniqueFd file(
+      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, privateMode));
+  if (!file) return lastError();
+  auto error = writeFully(file.get(), content);
+  if (!error && mode != privateMode && ::fchmod(file.get(), mode) != 0) error = lastError();
+  if (!error && ::rename(temporary.c_str(), path.c_str()) != 0) error = lastError();
+  if (error) ::unlink(temporary.c_str());
+  return error;
 }
 
 }  // namespace
@@ -51,20 +74,24 @@ std::error_code makePrivateDirectory(const std::filesystem::path& directory) {
 }
 
 std::error_code replacePrivateFile(const std::filesystem::path& path, std::string_view content) {
-  const auto unique = to_string(boost::uuids::random_generator()());
-  const auto temporary = path.parent_path() / ("." + path.filename().string() + ".tmp-" + unique);
-  const UniqueFd file(
-      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (!file) return lastError();
-  auto error = writeFully(file.get(), content);
-  if (!error && ::rename(temporary.c_str(), path.c_str()) != 0) error = lastError();
-  if (error) ::unlink(temporary.c_str());
-  return error;
+  return replaceFile(path, content, privateMode);
+}
+
+std::error_code replaceFileKeepingMode(const std::filesystem::path& path,
+                                       std::string_view content) {
+  struct stat status {};
+  const bool known = ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  return replaceFile(path, content, known ? status.st_mode & permissionBits : privateMode);
 }
 
 std::expected<std::string, std::error_code> readRegularFile(const std::filesystem::path& path,
                                                             std::size_t limit) {
-  const UniqueFd file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  return readRegularFileAt(AT_FDCWD, path.c_str(), limit);
+}
+
+std::expected<std::string, std::error_code> readRegularFileAt(int directory, const char* path,
+                                                              std::size_t limit) {
+  const UniqueFd file(::openat(directory, path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0) return std::unexpected(lastError());
   if (!S_ISREG(status.st_mode)) {

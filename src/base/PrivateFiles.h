@@ -18,14 +18,24 @@ bool isPlainFileName(std::string_view name);
 /// that is there already is left as it is.
 std::error_code makePrivateDirectory(const std::filesystem::path& directory);
 
-/// Replaces the file at `path` by `content` in one step: readers see the old file or the new one. The
-/// new file has mode 0600 from its first byte, and a symbolic link at `path` is replaced, not followed.
-/// On an error the old file stands and no temporary file is left.
+/// Replaces the file at `path` by `content` in one step: readers see the old file or the new one.
+/// The new file has mode 0600 from its first byte, and a symbolic link at `path` is replaced, not
+/// followed. On an error the old file stands and no temporary file is left. The temporary file,
+/// which a crash may leave behind, is a dot, the name, ".tmp-" and a random UUID in upper case, in
+/// the same folder.
 std::error_code replacePrivateFile(const std::filesystem::path& path, std::string_view content);
+
+/// The same for a file that another program may have made: the new file gets the permissions of the
+/// regular file that it replaces; 0600 when there was none.
+std::error_code replaceFileKeepingMode(const std::filesystem::path& path, std::string_view content);
 
 /// The content of the regular file at `path`, of at most `limit` bytes. Symbolic links are not
 /// followed; a pipe, a device or a larger file is an error, and none of them can make the call wait.
 std::expected<std::string, std::error_code> readRegularFile(const std::filesystem::path& path,
                                                             std::size_t limit);
+
+/// The same for `path` relative to an open folder (or AT_FDCWD).
+std::expected<std::string, std::error_code> readRegularFileAt(int directory, const char* path,
+                                                              std::size_t limit);
 
 }  // namespace halvercine::base

@@ -8,7 +8,7 @@
 
 namespace halvercine::disks {
 
-BitLockerStates::BitLockerStates(std::vector<bitlocker::BitLockerMailbox::Status> statuses)
+BitLockerStates::BitLockerStates(std::vector<bitlocker::Status> statuses)
     : statuses_(std::move(statuses)) {
   std::stable_sort(statuses_.begin(), statuses_.end(), [](const auto& left, const auto& right) {
     return left.timestamp > right.timestamp;

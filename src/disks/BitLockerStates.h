@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "bitlocker/BitLockerMailbox.h"
+#include "bitlocker/Status.h"
 #include "bitlocker/BitLockerState.h"
 
 namespace halvercine::disks {
@@ -15,7 +15,7 @@ namespace halvercine::disks {
 class BitLockerStates {
  public:
   BitLockerStates() = default;
-  explicit BitLockerStates(std::vector<bitlocker::BitLockerMailbox::Status> statuses);
+  explicit BitLockerStates(std::vector<bitlocker::Status> statuses);
 
   /// What the newest record says that is about this disk: it names the BSD name, does not belong to
   /// another device, and its volume has not been ejected.
@@ -26,7 +26,7 @@ class BitLockerStates {
   std::size_t digest() const;
 
  private:
-  std::vector<bitlocker::BitLockerMailbox::Status> statuses_;  // newest first
+  std::vector<bitlocker::Status> statuses_;  // newest first
 };
 
 }  // namespace halvercine::disks

@@ -140,10 +140,10 @@ void DiskMonitor::refreshCapacities() {
 }
 
 base::Task<void> DiskMonitor::readCapacity(CapacityRefreshIdentity identity) {
-  const auto available = co_await base::runInBackground(
-      actor_, [fileSystems = platform_.fileSystems.get(), path = identity.mountPath] {
-        return DiskDescriptor::availableCapacity(*fileSystems, path);
-      });
+  const auto read = [fileSystems = platform_.fileSystems.get(), path = identity.mountPath] {
+    return DiskDescriptor::availableCapacity(*fileSystems, path);
+  };
+  const auto available = co_await base::runInBackground(actor_, read);
   capacityInFlight_.erase({identity.id, identity.deviceID});
   applyCapacity(identity, available);
 }

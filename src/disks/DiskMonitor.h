@@ -2,7 +2,7 @@
 #pragma once
 
 #include <boost/signals2/dummy_mutex.hpp>
-#include <boost/signals2/signal.hpp>
+#include <boost/signals2/signal_type.hpp>
 #include <cstdint>
 #include <map>
 #include <memory>

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/SharedGroup.h"
 #include "mount/MountAccessReport.h"
 #include "platform/Clock.h"
 #include "platform/Containers.h"
@@ -15,8 +16,7 @@
 
 namespace halvercine::mount {
 
-/// The application group whose container the program shares with the file-system module.
-inline constexpr std::string_view sharedGroup = "group.com.halvercine.shared";
+using base::sharedGroup;
 
 /// How long a report counts as fresh, in seconds; the bound itself does. The module refreshes the
 /// reports of its live mounts well within it.

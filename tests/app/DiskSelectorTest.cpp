@@ -29,7 +29,7 @@ TEST(DiskSelectorTest, FirstWayThatFitsWins) {
                           Row{"disk4", ""}, Row{"", ""}, Row{"/", ""}, Row{"TWIN", ""}}) {
     const auto selected = selectDisk(disks, row.argument);
     EXPECT_EQ(selected ? (*selected)->disk.id : "", row.id) << row.argument;
-    if (!selected) EXPECT_FALSE(selected.error().isAmbiguous()) << row.argument;
+    EXPECT_FALSE(!selected && selected.error().isAmbiguous()) << row.argument;
   }
   EXPECT_EQ(selectDisk(disks, "twin").error().candidates,
             (std::vector<std::string>{"disk6s1", "disk7s1"}));

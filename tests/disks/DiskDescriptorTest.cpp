@@ -80,7 +80,7 @@ TEST(DiskDescriptorTest, ExclusionsCompareExactly) {
       {R"("mount": {"path": "/System/Volumes/Data/home"})", false},
       {R"("mount": {"path": "/System/Volumes"})", true},
       {R"("mount": {"path": "/System/VolumesX/Data"})", true},
-      {R"("mount": {"path": "/Volumes/System/Volumes/"})", true},
+      {R"("mount": {"path": "/Volumes/System/Volumes"})", true},
       {R"("description": {"DADeviceModel": "Disk Image"})", false},
       {R"("description": {"DADeviceModel": "Disk Image "})", true},
       {R"("description": {"DADeviceModel": "disk image"})", true},

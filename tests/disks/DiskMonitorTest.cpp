@@ -106,13 +106,15 @@ TEST_F(DiskMonitorTest, DestructiveFlagIsAnnouncedOnce) {
 /// Free space whose answer waits until the test lets it go.
 class SlowFileSystems : public platform::FileSystems {
  public:
-  explicit SlowFileSystems(std::unique_ptr<platform::FileSystems> real) : real_(std::move(real)) {}
+  SlowFileSystems(base::MainActor& actor, std::unique_ptr<platform::FileSystems> real)
+      : actor_(actor), real_(std::move(real)) {}
 
   std::optional<platform::FileSystemStatistics> statistics(const std::string& path) override {
     auto statistics = real_->statistics(path);
     if (statistics && isHeld) {
       statistics->availableBlocks = 77;
       ++asked;
+      actor_.post([] {});  // wakes the test
       while (isHeld) std::this_thread::sleep_for(1ms);
     }
     return statistics;
@@ -125,6 +127,7 @@ class SlowFileSystems : public platform::FileSystems {
   std::atomic<int> asked{0};
 
  private:
+  base::MainActor& actor_;
   std::unique_ptr<platform::FileSystems> real_;
 };
 
@@ -132,7 +135,7 @@ class DiskMonitorCapacityTest : public DiskMonitorTest {
  protected:
   DiskMonitorCapacityTest() {
     monitor.reset();
-    auto owner = std::make_unique<SlowFileSystems>(std::move(mac.platform.fileSystems));
+    auto owner = std::make_unique<SlowFileSystems>(mac.actor, std::move(mac.platform.fileSystems));
     slow = owner.get();
     mac.platform.fileSystems = std::move(owner);
     monitor = std::make_unique<DiskMonitor>(mac.actor, mac.platform, mac.localization);

@@ -21,7 +21,7 @@ class BlockStorageDeviceEntry : public RegistryEntry {
     auto characteristics =
         deviceCharacteristics(disk_.directory, storage_->udev.properties(disk_.number));
     if (characteristics.empty()) return std::nullopt;
-    return PropertyValue(std::move(characteristics));
+    return std::optional<PropertyValue>(std::in_place, std::move(characteristics));
   }
 
   std::unique_ptr<RegistryEntry> parent() const override { return busEntryAbove(disk_.directory); }

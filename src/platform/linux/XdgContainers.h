@@ -12,6 +12,9 @@ class XdgContainers : public Containers {
   std::optional<std::filesystem::path> groupContainer(const std::string& group) override;
   std::optional<std::filesystem::path> applicationSupport() override;
   std::optional<std::filesystem::path> home() override;
+  std::filesystem::path systemPath(const std::filesystem::path& absolute) override {
+    return absolute;
+  }
 };
 
 }  // namespace halvercine::platform::gnulinux

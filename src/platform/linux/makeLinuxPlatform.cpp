@@ -1,5 +1,6 @@
 #include "platform/linux/makeLinuxPlatform.h"
 
+#include "platform/linux/InotifyDirectoryWatcher.h"
 #include "platform/linux/LinuxDiskArbitration.h"
 #include "platform/linux/LinuxFileSystems.h"
 #include "platform/linux/LinuxMediaRegistry.h"
@@ -20,6 +21,7 @@ Platform makeLinuxPlatform(base::MainActor& actor) {
   platform.fileSystems = std::make_unique<LinuxFileSystems>(storage);
   platform.mediaRegistry = std::make_unique<LinuxMediaRegistry>(storage);
   platform.diskArbitration = std::make_unique<LinuxDiskArbitration>(actor, storage);
+  platform.directoryWatcher = std::make_unique<InotifyDirectoryWatcher>(actor);
   return platform;
 }
 

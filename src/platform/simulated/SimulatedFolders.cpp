@@ -26,4 +26,8 @@ std::optional<std::filesystem::path> SimulatedFolders::groupContainer(
   return container;
 }
 
+std::filesystem::path SimulatedFolders::systemPath(const std::filesystem::path& absolute) const {
+  return root_.path().value_or("/nonexistent") / absolute.relative_path();
+}
+
 }  // namespace halvercine::platform::simulated

@@ -21,6 +21,9 @@ class SimulatedFolders {
   /// The shared container, made when it is missing; nothing for another group.
   std::optional<std::filesystem::path> groupContainer(std::string_view group) const;
 
+  /// Where a file at an absolute path of the simulated system is.
+  std::filesystem::path systemPath(const std::filesystem::path& absolute) const;
+
  private:
   TemporaryDirectory root_;
 };

@@ -36,7 +36,7 @@ SimulatedMachine::SimulatedMachine(base::MainActor& actor, std::shared_ptr<Clock
     : actor_(actor),
       clock_(std::move(clock)),
       macOSVersion_(versionFromText(scenario.system.macOS)),
-      sessions_(actor),
+      sessions_(actor), folderWatches_(actor),
       arbitrationAvailable_(scenario.system.diskArbitration),
       groupContainerAvailable_(scenario.system.groupContainer),
       bootSession_(scenario.system.bootSession) {
@@ -122,13 +122,17 @@ bool SimulatedMachine::writeReport(const std::string& disk, const ScenarioReport
   if (!path) return false;
   const auto text = moduleReportText(report, entryId(disk).value_or(0), bootSession().value_or(""),
                                      clock_->now());
-  return !base::replacePrivateFile(*path, text);
+  if (base::replacePrivateFile(*path, text)) return false;
+  folderWatches_.announce(path->parent_path());
+  return true;
 }
 
 bool SimulatedMachine::removeReport(const std::string& disk) {
   const auto path = reportPath(disk);
   std::error_code error;
-  return path && std::filesystem::remove(*path, error);
+  if (!path || !std::filesystem::remove(*path, error)) return false;
+  folderWatches_.announce(path->parent_path());
+  return true;
 }
 
 void SimulatedMachine::setBootSession(std::optional<std::string> bootSession) {

@@ -16,6 +16,7 @@
 #include "platform/FileSystems.h"
 #include "platform/SystemInfo.h"
 #include "platform/simulated/DiskSessions.h"
+#include "platform/simulated/FolderWatches.h"
 #include "platform/simulated/MountTable.h"
 #include "platform/simulated/RegistryTree.h"
 #include "platform/simulated/Scenario.h"
@@ -92,6 +93,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   /// Main actor.
   DiskSessions& sessions() { return sessions_; }
   SimulatedLog& log() { return log_; }
+  FolderWatches& folderWatches() { return folderWatches_; }
 
  private:
   struct Media {
@@ -123,6 +125,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   SimulatedFolders folders_;
   SimulatedLog log_;
   DiskSessions sessions_;
+  FolderWatches folderWatches_;
   bool callbacksLost_ = false;
   std::atomic<bool> arbitrationAvailable_;
   std::atomic<bool> groupContainerAvailable_;

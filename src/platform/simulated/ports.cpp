@@ -60,6 +60,9 @@ class SimulatedContainers : public Containers {
     return machine_->folders().applicationSupport();
   }
   std::optional<std::filesystem::path> home() override { return machine_->folders().home(); }
+  std::filesystem::path systemPath(const std::filesystem::path& absolute) override {
+    return machine_->folders().systemPath(absolute);
+  }
 
  private:
   Machine machine_;
@@ -163,6 +166,19 @@ class SimulatedDiskArbitration : public DiskArbitration {
   Machine machine_;
 };
 
+class SimulatedDirectoryWatcher : public DirectoryWatcher {
+ public:
+  explicit SimulatedDirectoryWatcher(Machine machine) : machine_(std::move(machine)) {}
+
+  std::unique_ptr<DirectoryWatch> watch(const std::filesystem::path& directory,
+                                        std::function<void()> changed) override {
+    return machine_->folderWatches().add(directory, std::move(changed));
+  }
+
+ private:
+  Machine machine_;
+};
+
 }  // namespace
 
 Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
@@ -175,6 +191,7 @@ Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
   platform.fileSystems = std::make_unique<SimulatedFileSystems>(machine);
   platform.mediaRegistry = std::make_unique<SimulatedMediaRegistry>(machine);
   platform.diskArbitration = std::make_unique<SimulatedDiskArbitration>(machine);
+  platform.directoryWatcher = std::make_unique<SimulatedDirectoryWatcher>(machine);
   return platform;
 }
 

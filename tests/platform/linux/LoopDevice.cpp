@@ -27,6 +27,14 @@ bool changePartition(int device, int operation, int number, long long start, lon
   return ::ioctl(device, BLKPG, &argument) == 0;
 }
 
+// The process that served a mount lets go of its device a moment after the mount has gone.
+void removePartition(int device, int number) {
+  for (int attempt = 0; attempt < 2000; ++attempt) {
+    if (changePartition(device, BLKPG_DEL_PARTITION, number, 0, 0) || errno != EBUSY) return;
+    ::usleep(1000);
+  }
+}
+
 }  // namespace
 
 bool runProgram(std::vector<std::string> arguments) {
@@ -104,9 +112,7 @@ bool LoopDevice::attach() {
 }
 
 bool LoopDevice::detach() {
-  for (const int number : partitions_) {
-    changePartition(device_.get(), BLKPG_DEL_PARTITION, number, 0, 0);
-  }
+  for (const int number : partitions_) removePartition(device_.get(), number);
   partitions_.clear();
   const bool cleared = ::ioctl(device_.get(), LOOP_CLR_FD) == 0;
   device_ = base::UniqueFd();

@@ -1,0 +1,49 @@
+#include "mount/EnabledModules.h"
+
+#include "base/PropertyList.h"
+#include "base/Text.h"
+
+namespace halvercine::mount {
+namespace {
+
+using platform::PropertyDictionary;
+using platform::PropertyValue;
+
+bool isOn(const PropertyValue& flag) {
+  if (const auto* boolean = flag.as<bool>()) return *boolean;
+  const auto* number = flag.as<std::int64_t>();
+  return number && *number != 0;
+}
+
+bool isEnabled(const PropertyValue& state) {
+  const auto* settings = state.as<PropertyDictionary>();
+  if (!settings) return isOn(state);
+  for (const auto& [key, value] : *settings) {
+    const auto lowered = base::asciiLowered(key);
+    if (lowered == "enabled" || lowered == "isenabled") return isOn(value);
+  }
+  return false;
+}
+
+}  // namespace
+
+std::vector<std::string> enabledModules(std::string_view propertyList) {
+  std::vector<std::string> identifiers;
+  const auto root = base::parsePropertyList(propertyList);
+  if (!root) return identifiers;
+  const auto add = [&](const std::string& identifier) {
+    if (!identifier.empty()) identifiers.push_back(identifier);
+  };
+  if (const auto* array = root->as<platform::PropertyArray>()) {
+    for (const auto& element : *array) {
+      if (const auto* identifier = element.as<std::string>()) add(*identifier);
+    }
+  } else if (const auto* dictionary = root->as<PropertyDictionary>()) {
+    for (const auto& [identifier, state] : *dictionary) {
+      if (isEnabled(state)) add(identifier);
+    }
+  }
+  return identifiers;
+}
+
+}  // namespace halvercine::mount

@@ -1,0 +1,69 @@
+#include "mount/EnabledModules.h"
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace halvercine::mount {
+namespace {
+
+std::string fixture(const std::string& name) {
+  std::ifstream file(HALVERCINE_TEST_DATA "/fskit/" + name, std::ios::binary);
+  EXPECT_TRUE(file) << name;
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string xml(std::string_view body) {
+  return "<?xml version=\"1.0\"?><plist version=\"1.0\">" + std::string(body) + "</plist>";
+}
+
+TEST(EnabledModulesTest, readsTheListOfTheSystemInBothForms) {
+  const std::vector<std::string> expected = {"com.apple.fskit.apfs",
+                                             "com.apple.fskit.exfat",
+                                             "com.apple.fskit.msdos",
+                                             "com.apple.filesystems.util.ntfs",
+                                             "com.apple.fskit.ftp",
+                                             "io.macfuse.app.fsmodule.macfuse",
+                                             "io.macfuse.app.fsmodule.macfuse-local"};
+  EXPECT_EQ(enabledModules(fixture("enabledModules.plist")), expected);
+  EXPECT_EQ(enabledModules(fixture("enabledModules-binary.plist")), expected);
+}
+
+TEST(EnabledModulesTest, readsDictionariesOfFlags) {
+  EXPECT_EQ(enabledModules(xml("<dict><key>b</key><true/><key>a</key><integer>1</integer>"
+                               "<key>off</key><false/><key>zero</key><integer>0</integer>"
+                               "<key>c</key><dict><key>Enabled</key><true/></dict>"
+                               "<key>d</key><dict><key>enabled</key><false/></dict>"
+                               "<key>e</key><dict/><key>f</key><string>yes</string></dict>")),
+            (std::vector<std::string>{"a", "b", "c"}));
+  EXPECT_EQ(enabledModules(fixture("enabledFlags-binary.plist")),
+            (std::vector<std::string>{"com.example.nested", "com.example.on"}));
+}
+
+TEST(EnabledModulesTest, findsNothingInWhatIsNoSuchList) {
+  // Each of the binary ones takes seconds, or the stack, to unfold.
+  for (const auto* name :
+       {"many-references-binary.plist", "deep-binary.plist", "cycle-binary.plist"}) {
+    EXPECT_TRUE(enabledModules(fixture(name)).empty()) << name;
+  }
+  const struct {
+    const char* name;
+    std::string content;
+  } cases[] = {
+      {"empty", ""},
+      {"text", "not a property list"},
+      {"JSON", R"(["com.example.json"])"},
+      {"cut short", xml("<array><string>a</string>").substr(0, 60)},
+      {"a text", xml("<string>a</string>")},
+      {"other values", xml("<array><integer>1</integer><string></string><array/></array>")},
+      {"binary, header only", "bplist00"},
+      {"binary, cut short", fixture("enabledModules-binary.plist").substr(0, 120)},
+      {"too large", xml("<array><string>a</string></array>" + std::string(70'000, ' '))},
+  };
+  for (const auto& [name, content] : cases) EXPECT_TRUE(enabledModules(content).empty()) << name;
+}
+
+}  // namespace
+}  // namespace halvercine::mount

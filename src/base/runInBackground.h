@@ -12,11 +12,10 @@
 
 namespace halvercine::base {
 
-/// Runs `work` on a background thread and yields its result, or throws its exception, on the main
-/// actor. `work` owns what it uses: cancelling the wait ends it at once and leaves the work to finish
-/// on its own, its result dropped.
+namespace detail {
+
 template <class Work>
-Task<std::invoke_result_t<Work&>> runInBackground(MainActor& actor, Work work) {
+Task<std::invoke_result_t<Work&>> waitInBackground(MainActor& actor, Work work) {
   using Value = std::invoke_result_t<Work&>;
   using Kept = std::conditional_t<std::is_void_v<Value>, std::monostate, Value>;
   using Outcome = std::variant<Kept, std::exception_ptr>;
@@ -37,6 +36,17 @@ Task<std::invoke_result_t<Work&>> runInBackground(MainActor& actor, Work work) {
   });
   if (auto* failure = std::get_if<1>(&outcome)) std::rethrow_exception(*failure);
   if constexpr (!std::is_void_v<Value>) co_return std::move(std::get<0>(outcome));
+}
+
+}  // namespace detail
+
+/// Runs `work` on a background thread and yields its result, or throws its exception, on the main
+/// actor. `work` owns what it uses: cancelling the wait ends it at once and leaves the work to
+/// finish on its own, its result dropped.
+template <class Work>
+auto runInBackground(MainActor& actor, Work&& work) {
+  static_assert(isSafeToAwait<Work>, "give the lambda a name before awaiting: see Task.h");
+  return detail::waitInBackground<std::decay_t<Work>>(actor, std::forward<Work>(work));
 }
 
 }  // namespace halvercine::base

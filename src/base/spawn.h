@@ -1,10 +1,11 @@
 // The one way to start a coroutine that nobody awaits.
 #pragma once
 
-#include <boost/asio/cancellation_signal.hpp>
 #include <list>
 #include <memory>
 #include <string>
+
+#include <boost/asio/cancellation_signal.hpp>
 
 #include "base/MainActor.h"
 #include "base/Task.h"
@@ -21,8 +22,8 @@ class TaskScope {
   TaskScope(const TaskScope&) = delete;
   TaskScope& operator=(const TaskScope&) = delete;
 
-  /// Starts `task` later on the main actor. Should it end by an exception, the system log gets a line
-  /// with `name` and the reason; a cancellation is no error and is not logged.
+  /// Starts `task` later on the main actor. Should it end by an exception, the system log gets a
+  /// line with `name` and the reason; a cancellation is no error and is not logged.
   void spawn(std::string name, Task<void> task);
 
   /// Cancels what runs now.
@@ -32,7 +33,14 @@ class TaskScope {
   std::size_t running() const { return children_->size(); }
 
  private:
-  using Children = std::list<boost::asio::cancellation_signal>;
+  struct Child {
+    boost::asio::cancellation_signal signal;
+    bool isStarted = false;
+    bool isCancelled = false;
+  };
+  using Children = std::list<Child>;
+
+  static Task<void> startLater(Child& child, Task<void> task);
 
   MainActor& actor_;
   platform::SystemLog& log_;

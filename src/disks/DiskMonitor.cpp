@@ -140,10 +140,10 @@ void DiskMonitor::refreshCapacities() {
 }
 
 base::Task<void> DiskMonitor::readCapacity(CapacityRefreshIdentity identity) {
-  auto read = [fileSystems = platform_.fileSystems.get(), path = identity.mountPath] {
+  const auto read = [fileSystems = platform_.fileSystems.get(), path = identity.mountPath] {
     return DiskDescriptor::availableCapacity(*fileSystems, path);
   };
-  const auto available = co_await base::runInBackground(actor_, std::move(read));
+  const auto available = co_await base::runInBackground(actor_, read);
   capacityInFlight_.erase({identity.id, identity.deviceID});
   applyCapacity(identity, available);
 }

@@ -1,6 +1,8 @@
 #include "platform/posix/AsioClock.h"
 
 #include <algorithm>
+#include <iterator>
+#include <vector>
 
 namespace halvercine::platform::posix {
 
@@ -31,17 +33,21 @@ void AsioClock::arm() {
     return;
   }
   timer_.expires_at(std::chrono::steady_clock::time_point(actions_.begin()->first.first));
-  timer_.async_wait([this](boost::system::error_code error) {
-    if (!error) runDue();
+  // A wait that has ended well may still be queued when the clock goes.
+  timer_.async_wait([this, alive = std::weak_ptr(alive_)](boost::system::error_code error) {
+    if (!error && !alive.expired()) runDue();
   });
 }
 
 void AsioClock::runDue() {
   // Only what was due on entry: an action that files a past deadline waits for the next turn.
-  const Key limit(uptime(), lastTimer_);
-  while (!actions_.empty() && actions_.begin()->first <= limit) {
-    const auto due = actions_.extract(actions_.begin());
-    due.mapped()();
+  const auto lastDue = actions_.upper_bound(Key(uptime(), lastTimer_));
+  std::vector<Key> due;
+  std::transform(actions_.begin(), lastDue, std::back_inserter(due),
+                 [](const auto& entry) { return entry.first; });
+  for (const auto& key : due) {
+    // One action may have taken back the next.
+    if (const auto next = actions_.extract(key)) next.mapped()();
   }
   arm();
 }

@@ -1,8 +1,10 @@
 // Real time, with its timers on the main actor.
 #pragma once
 
-#include <boost/asio/steady_timer.hpp>
 #include <map>
+#include <memory>
+
+#include <boost/asio/steady_timer.hpp>
 
 #include "base/MainActor.h"
 #include "platform/Clock.h"
@@ -28,6 +30,7 @@ class AsioClock : public Clock {
   boost::asio::steady_timer timer_;
   std::map<Key, std::function<void()>> actions_;
   TimerId lastTimer_ = 0;
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
 }  // namespace halvercine::platform::posix

@@ -26,4 +26,11 @@ std::optional<std::filesystem::path> SimulatedFolders::groupContainer(
   return container;
 }
 
+std::filesystem::path SimulatedFolders::systemPath(const std::filesystem::path& absolute) const {
+  // Never the real system's file, and never out of the folder by way of "..".
+  const auto inside = std::filesystem::path("/") / absolute.lexically_normal();
+  if (!root_.path()) return "/nonexistent" / inside.relative_path();
+  return *root_.path() / inside.lexically_normal().relative_path();
+}
+
 }  // namespace halvercine::platform::simulated

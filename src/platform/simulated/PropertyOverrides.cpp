@@ -5,6 +5,8 @@
 
 #include <boost/uuid/name_generator_sha1.hpp>
 
+#include "base/Properties.h"
+
 namespace halvercine::platform::simulated {
 namespace {
 
@@ -104,17 +106,7 @@ Uuid uuidFromName(std::string_view name) {
   return uuid;
 }
 
-std::string uuidText(const Uuid& uuid) {
-  constexpr std::string_view digits = "0123456789ABCDEF";
-  std::string text;
-  for (const auto byte : uuid.bytes) {
-    if (text.size() == 8 || text.size() == 13 || text.size() == 18 || text.size() == 23)
-      text += '-';
-    text += digits[byte >> 4];
-    text += digits[byte & 15];
-  }
-  return text;
-}
+std::string uuidText(const Uuid& uuid) { return base::uuidValue(uuid).value_or(""); }
 
 std::expected<PropertyValue, std::string> propertyFromJson(const json::value& value) {
   switch (value.kind()) {

@@ -27,7 +27,10 @@ std::optional<std::filesystem::path> SimulatedFolders::groupContainer(
 }
 
 std::filesystem::path SimulatedFolders::systemPath(const std::filesystem::path& absolute) const {
-  return root_.path().value_or("/nonexistent") / absolute.relative_path();
+  // Never the real system's file, and never out of the folder by way of "..".
+  const auto inside = std::filesystem::path("/") / absolute.lexically_normal();
+  if (!root_.path()) return "/nonexistent" / inside.relative_path();
+  return *root_.path() / inside.lexically_normal().relative_path();
 }
 
 }  // namespace halvercine::platform::simulated

@@ -21,7 +21,8 @@ class SimulatedFolders {
   /// The shared container, made when it is missing; nothing for another group.
   std::optional<std::filesystem::path> groupContainer(std::string_view group) const;
 
-  /// Where a file at an absolute path of the simulated system is.
+  /// The place inside the folder for an absolute path of the system; it need not exist. Without a
+  /// folder a path that leads nowhere.
   std::filesystem::path systemPath(const std::filesystem::path& absolute) const;
 
  private:

@@ -90,8 +90,10 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   std::optional<EntryId> registryParent(EntryId id) const;
   std::optional<PropertyValue> registryProperty(EntryId id, std::string_view key) const;
 
-  /// Main actor.
+  /// Main actor, like what changes the machine.
+  PropertyDictionary& userDefaults() { return userDefaults_; }
   DiskSessions& sessions() { return sessions_; }
+  /// Any thread.
   SimulatedLog& log() { return log_; }
   FolderWatches& folderWatches() { return folderWatches_; }
 
@@ -126,6 +128,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   SimulatedLog log_;
   DiskSessions sessions_;
   FolderWatches folderWatches_;
+  PropertyDictionary userDefaults_;
   bool callbacksLost_ = false;
   std::atomic<bool> arbitrationAvailable_;
   std::atomic<bool> groupContainerAvailable_;

@@ -68,6 +68,29 @@ class SimulatedContainers : public Containers {
   Machine machine_;
 };
 
+class SimulatedUserDefaults : public UserDefaults {
+ public:
+  explicit SimulatedUserDefaults(Machine machine) : machine_(std::move(machine)) {}
+
+  std::optional<PropertyValue> value(std::string_view key) override {
+    const auto& stored = machine_->userDefaults();
+    const auto found = stored.find(key);
+    if (found == stored.end()) return std::nullopt;
+    return found->second;
+  }
+  bool setValue(std::string_view key, const PropertyValue& value) override {
+    machine_->userDefaults().insert_or_assign(std::string(key), value);
+    return true;
+  }
+  bool remove(std::string_view key) override {
+    machine_->userDefaults().erase(std::string(key));
+    return true;
+  }
+
+ private:
+  Machine machine_;
+};
+
 class SimulatedFileSystems : public FileSystems {
  public:
   explicit SimulatedFileSystems(Machine machine) : machine_(std::move(machine)) {}
@@ -188,6 +211,7 @@ Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
   platform.systemLog = std::make_unique<SimulatedSystemLog>(machine);
   platform.systemInfo = std::make_unique<SimulatedSystemInfo>(machine);
   platform.containers = std::make_unique<SimulatedContainers>(machine);
+  platform.userDefaults = std::make_unique<SimulatedUserDefaults>(machine);
   platform.fileSystems = std::make_unique<SimulatedFileSystems>(machine);
   platform.mediaRegistry = std::make_unique<SimulatedMediaRegistry>(machine);
   platform.diskArbitration = std::make_unique<SimulatedDiskArbitration>(machine);

@@ -1,0 +1,194 @@
+// What every adapter of a port must do, whichever machine it stands for.
+//
+// `MachineUnderTest` has `actor()`, `platform()` and `mountedVolume()`: the BSD name of a volume
+// that is mounted and stays so, or nothing when this computer has none (the tests that need one are
+// skipped). Instantiate with INSTANTIATE_TYPED_TEST_SUITE_P(Name, PortContracts, MachineUnderTest).
+#pragma once
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "base/MainActor.h"
+#include "platform/Platform.h"
+
+namespace halvercine::tests {
+
+template <class MachineUnderTest>
+class PortContracts : public testing::Test {
+ protected:
+  platform::Platform& platform() { return machine_.platform(); }
+  base::MainActor& actor() { return machine_.actor(); }
+  std::optional<std::string> volume() { return machine_.mountedVolume(); }
+
+  std::unique_ptr<platform::DiskArbitrationSession> session() {
+    return platform().diskArbitration->createSession();
+  }
+
+  MachineUnderTest machine_;
+};
+
+TYPED_TEST_SUITE_P(PortContracts);
+
+TYPED_TEST_P(PortContracts, clockCallsInTheOrderOfTheDeadlinesAndNeverAtOnce) {
+  auto& clock = *this->platform().clock;
+  std::vector<int> calls;
+  const auto start = clock.uptime();
+  const auto call = [&](platform::Uptime deadline, int number) {
+    return clock.callAt(deadline, [&calls, number] { calls.push_back(number); });
+  };
+  call(start + std::chrono::milliseconds(3), 4);
+  const auto cancelled = call(start + std::chrono::milliseconds(1), 9);
+  call(start + std::chrono::milliseconds(1), 2);
+  call(start + std::chrono::milliseconds(1), 3);
+  call(start - std::chrono::hours(1), 1);
+  clock.cancel(cancelled);
+  EXPECT_TRUE(calls.empty());
+  this->actor().runUntil([&] { return calls.size() == 4; });
+  EXPECT_EQ(calls, (std::vector{1, 2, 3, 4}));
+  EXPECT_GE(clock.uptime(), start + std::chrono::milliseconds(3));
+}
+
+TYPED_TEST_P(PortContracts, bootSessionEndsWithAZeroByteAndStaysTheSame) {
+  auto& info = *this->platform().systemInfo;
+  const auto session = info.kernelVariable("kern.bootsessionuuid");
+  ASSERT_TRUE(session);
+  EXPECT_GT(session->find('\0'), 0u);
+  EXPECT_NE(session->find('\0'), std::string::npos);
+  EXPECT_EQ(session, info.kernelVariable("kern.bootsessionuuid"));
+  EXPECT_FALSE(info.kernelVariable("kern.no_such_variable"));
+}
+
+TYPED_TEST_P(PortContracts, onlyOurContainersAreGivenAndTheyExist) {
+  auto& containers = *this->platform().containers;
+  const auto shared = containers.groupContainer("group.com.halvercine.shared");
+  ASSERT_TRUE(shared);
+  EXPECT_TRUE(std::filesystem::is_directory(*shared));
+  EXPECT_FALSE(containers.groupContainer("../escape"));
+  ASSERT_TRUE(containers.home());
+  EXPECT_TRUE(containers.home()->is_absolute());
+  ASSERT_TRUE(containers.applicationSupport());
+  EXPECT_TRUE(containers.applicationSupport()->is_absolute());
+}
+
+TYPED_TEST_P(PortContracts, everyMediumIsFoundByItsNameAndHasItsOwnId) {
+  auto& registry = *this->platform().mediaRegistry;
+  std::set<std::uint64_t> ids;
+  for (const auto& medium : registry.allMedia()) {
+    const auto name = medium->property(platform::registry_key::bsdName);
+    ASSERT_TRUE(name && name->template as<std::string>());
+    const auto id = medium->entryId();
+    ASSERT_TRUE(id);
+    EXPECT_TRUE(ids.insert(*id).second);
+    const auto again = registry.media(*name->template as<std::string>());
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->entryId(), id);
+    EXPECT_FALSE(again->className().empty());
+  }
+  EXPECT_FALSE(registry.media("disk999999"));
+  EXPECT_FALSE(registry.media(""));
+}
+
+TYPED_TEST_P(PortContracts, theWayUpTheRegistryEnds) {
+  for (auto entries = this->platform().mediaRegistry->allMedia(); !entries.empty();
+       entries.pop_back()) {
+    int steps = 0;
+    for (auto above = entries.back()->parent(); above; above = above->parent()) {
+      ASSERT_LT(++steps, 100);
+    }
+  }
+}
+
+TYPED_TEST_P(PortContracts, aSessionReplaysEveryDiskOfTheRegistryLater) {
+  auto session = this->session();
+  ASSERT_TRUE(session);
+  std::set<std::string> expected;
+  for (const auto& medium : this->platform().mediaRegistry->allMedia()) {
+    const auto name = medium->property(platform::registry_key::bsdName);
+    expected.insert(*name->template as<std::string>());
+  }
+  if (expected.empty()) GTEST_SKIP() << "this machine has no disks";
+  // Callbacks may come on any thread: what they share outlives them, and they only post.
+  auto appeared = std::make_shared<std::set<std::string>>();
+  const auto note = [&actor = this->actor(), appeared](std::optional<std::string> name) {
+    actor.post([appeared, name] { appeared->insert(name.value_or("")); });
+  };
+  session->start({note, [](auto) {}, [](auto) {}});
+  EXPECT_TRUE(appeared->empty());
+  this->actor().runUntil([&] { return std::ranges::includes(*appeared, expected); });
+  EXPECT_TRUE(std::ranges::includes(*appeared, expected));
+  session.reset();
+}
+
+TYPED_TEST_P(PortContracts, aDescriptionHasTheTypesOfTheKeys) {
+  auto session = this->session();
+  ASSERT_TRUE(session);
+  EXPECT_FALSE(session->describe("disk999999"));
+  namespace key = platform::disk_description;
+  for (const auto& medium : this->platform().mediaRegistry->allMedia()) {
+    const auto name = medium->property(platform::registry_key::bsdName);
+    const auto description = session->describe(*name->template as<std::string>());
+    if (!description) continue;  // gone since
+    const auto hasType = [&]<class T>(std::string_view wanted, const T*) {
+      const auto found = description->find(wanted);
+      EXPECT_TRUE(found == description->end() || found->second.template as<T>()) << wanted;
+    };
+    for (const auto flag :
+         {key::mediaWhole, key::mediaWritable, key::mediaRemovable, key::deviceInternal}) {
+      hasType(flag, static_cast<const bool*>(nullptr));
+    }
+    for (const auto number : {key::mediaSize, key::mediaBlockSize}) {
+      hasType(number, static_cast<const std::int64_t*>(nullptr));
+    }
+    for (const auto text : {key::mediaName, key::mediaContent, key::volumeKind, key::volumeName,
+                            key::deviceModel, key::deviceProtocol, key::busName}) {
+      hasType(text, static_cast<const std::string*>(nullptr));
+    }
+    hasType(key::volumePath, static_cast<const platform::FileUrl*>(nullptr));
+    hasType(key::volumeUuid, static_cast<const platform::Uuid*>(nullptr));
+    hasType(key::mediaUuid, static_cast<const platform::Uuid*>(nullptr));
+    EXPECT_TRUE(description->contains(key::mediaWhole));
+    EXPECT_TRUE(description->contains(key::mediaSize));
+  }
+}
+
+TYPED_TEST_P(PortContracts, aMountedVolumesPathHasItsStatistics) {
+  const auto volume = this->volume();
+  if (!volume) GTEST_SKIP() << "this machine has no mounted volume";
+  const auto description = this->session()->describe(*volume);
+  ASSERT_TRUE(description);
+  const auto* url = description->at(std::string(platform::disk_description::volumePath))
+                        .template as<platform::FileUrl>();
+  ASSERT_TRUE(url);
+  EXPECT_TRUE(url->path == "/" || !url->path.ends_with('/'));
+  const auto statistics = this->platform().fileSystems->statistics(url->path);
+  ASSERT_TRUE(statistics);
+  EXPECT_FALSE(statistics->typeName.empty());
+  EXPECT_FALSE(statistics->mountedFrom.empty());
+  EXPECT_GT(statistics->blockSize, 0u);
+  EXPECT_LE(statistics->availableBlocks, statistics->blocks);
+  EXPECT_FALSE(this->platform().fileSystems->statistics("/no/such\x01place"));
+}
+
+TYPED_TEST_P(PortContracts, theLogTakesAnyText) {
+  auto& log = *this->platform().systemLog;
+  log.write(platform::LogLevel::info, "");
+  log.write(platform::LogLevel::error, std::string_view("\0%s\xff\n", 5));
+}
+
+REGISTER_TYPED_TEST_SUITE_P(PortContracts, clockCallsInTheOrderOfTheDeadlinesAndNeverAtOnce,
+                            bootSessionEndsWithAZeroByteAndStaysTheSame,
+                            onlyOurContainersAreGivenAndTheyExist,
+                            everyMediumIsFoundByItsNameAndHasItsOwnId, theWayUpTheRegistryEnds,
+                            aSessionReplaysEveryDiskOfTheRegistryLater,
+                            aDescriptionHasTheTypesOfTheKeys, aMountedVolumesPathHasItsStatistics,
+                            theLogTakesAnyText);
+
+}  // namespace halvercine::tests

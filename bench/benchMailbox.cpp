@@ -4,6 +4,7 @@
 #include <optional>
 #include <stdlib.h>
 #include <string>
+#include <unistd.h>
 
 #include <benchmark/benchmark.h>
 

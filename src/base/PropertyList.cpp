@@ -1,5 +1,6 @@
 #include "base/PropertyList.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -71,21 +72,17 @@ std::optional<PropertyValue> convertInteger(plist_t node) {
 }
 
 Blob convertBytes(plist_t node) {
-  char* raw = nullptr;
   std::uint64_t size = 0;
-  plist_get_data_val(node, &raw, &size);
-  const std::unique_ptr<char, Free> owner(raw);
-  if (!raw) return {};
-  const auto* bytes = reinterpret_cast<const std::byte*>(raw);
+  const auto* bytes = reinterpret_cast<const std::byte*>(plist_get_data_ptr(node, &size));
+  if (!bytes) return {};
   return Blob{std::vector<std::byte>(bytes, bytes + size)};
 }
 
 std::optional<PropertyValue> convertText(plist_t node) {
-  char* raw = nullptr;
-  plist_get_string_val(node, &raw);
-  const std::unique_ptr<char, Free> text(raw);
+  std::uint64_t size = 0;
+  const char* text = plist_get_string_ptr(node, &size);
   if (!text) return std::nullopt;
-  return PropertyValue(text.get());
+  return PropertyValue(std::string(text, size));
 }
 
 std::optional<PropertyValue> convert(plist_t node, int level) {
@@ -116,6 +113,17 @@ std::optional<PropertyValue> convert(plist_t node, int level) {
   }
 }
 
+/// Whether a text names the character zero, as "&#0;" or "&#x0;".
+bool refersToZero(std::string_view text) {
+  for (auto at = text.find("&#"); at != std::string_view::npos; at = text.find("&#", at + 1)) {
+    auto digits = text.substr(at + 2);
+    if (digits.starts_with('x') || digits.starts_with('X')) digits.remove_prefix(1);
+    const auto end = std::min(digits.find_first_not_of('0'), digits.size());
+    if (end > 0 && digits.substr(end).starts_with(';')) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 std::optional<PropertyValue> parsePropertyList(std::string_view bytes) {
@@ -126,6 +134,8 @@ std::optional<PropertyValue> parsePropertyList(std::string_view bytes) {
     if (!screenBinaryPropertyList(bytes)) return std::nullopt;
     plist_from_bin(bytes.data(), length, &raw);
   } else {
+    // The library ends the program over a key with a zero byte in it.
+    if (bytes.find('\0') != std::string_view::npos || refersToZero(bytes)) return std::nullopt;
     // The parser looks at the byte behind the text.
     const std::string terminated(bytes);
     plist_from_xml(terminated.c_str(), length, &raw);

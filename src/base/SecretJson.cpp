@@ -11,12 +11,12 @@ namespace halvercine::base {
 namespace {
 
 class WipingResource final : public boost::json::memory_resource {
-  void* do_allocate(std::size_t size, std::size_t alignment) override {
-    return ::operator new(size, std::align_val_t(alignment));
-  }
-  void do_deallocate(void* memory, std::size_t size, std::size_t alignment) override {
+  // Boost asks for no more than the usual alignment, and gives back with another one than it asked
+  // for.
+  void* do_allocate(std::size_t size, std::size_t) override { return ::operator new(size); }
+  void do_deallocate(void* memory, std::size_t size, std::size_t) override {
     wipe(memory, size);
-    ::operator delete(memory, std::align_val_t(alignment));
+    ::operator delete(memory);
   }
   bool do_is_equal(const boost::json::memory_resource& other) const noexcept override {
     return this == &other;

@@ -11,6 +11,8 @@ constexpr std::size_t trailerSize = 32;
 constexpr int deepestLevel = 32;
 
 // Kinds of values, the upper half of their first byte.
+constexpr std::uint64_t plainBytes = 0x4;
+constexpr std::uint64_t wideText = 0x6;  // of 16-bit units
 constexpr std::uint64_t firstContainer = 0xA;
 constexpr std::uint64_t dictionary = 0xD;
 
@@ -65,7 +67,7 @@ class Screen {
     auto at = *offset + 1;
     const auto length = lengthOf(*marker, at);
     if (!length || *length > bytes_.size()) return false;
-    if (kind < firstContainer) return spend(*length * 2);
+    if (kind < firstContainer) return visitText(kind, at, *length);
     return visitMembers(at, kind == dictionary ? *length * 2 : *length, level);
   }
 
@@ -80,6 +82,15 @@ class Screen {
     const auto length = number(at + 1, size);
     at += 1 + size;
     return length;
+  }
+
+  /// A text without a zero in it, or plain bytes.
+  bool visitText(std::uint64_t kind, std::uint64_t at, std::uint64_t length) {
+    for (const auto width = kind == wideText ? 2 : 1; length > 0; --length, at += width) {
+      const auto unit = number(at, width);
+      if (!unit || (*unit == 0 && kind != plainBytes) || !spend(2)) return false;
+    }
+    return true;
   }
 
   bool visitMembers(std::uint64_t at, std::uint64_t members, int level) {

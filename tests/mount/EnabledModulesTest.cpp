@@ -43,9 +43,9 @@ TEST(EnabledModulesTest, readsDictionariesOfFlags) {
 }
 
 TEST(EnabledModulesTest, findsNothingInWhatIsNoSuchList) {
-  // Each of the binary ones takes seconds, or the stack, to unfold.
-  for (const auto* name :
-       {"many-references-binary.plist", "deep-binary.plist", "cycle-binary.plist"}) {
+  // The parser needs seconds for the first, the stack for the second, and aborts on the last.
+  for (const auto* name : {"many-references-binary.plist", "deep-binary.plist",
+                           "cycle-binary.plist", "zero-key-binary.plist"}) {
     EXPECT_TRUE(enabledModules(fixture(name)).empty()) << name;
   }
   const struct {
@@ -60,6 +60,8 @@ TEST(EnabledModulesTest, findsNothingInWhatIsNoSuchList) {
       {"other values", xml("<array><integer>1</integer><string></string><array/></array>")},
       {"binary, header only", "bplist00"},
       {"binary, cut short", fixture("enabledModules-binary.plist").substr(0, 120)},
+      {"a key with a zero", xml("<dict><key>a&#0;</key><true/></dict>")},
+      {"a key with another zero", xml("<dict><key>&#x00;</key><true/></dict>")},
       {"too large", xml("<array><string>a</string></array>" + std::string(70'000, ' '))},
   };
   for (const auto& [name, content] : cases) EXPECT_TRUE(enabledModules(content).empty()) << name;

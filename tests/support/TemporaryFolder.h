@@ -5,8 +5,10 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <stdlib.h>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 

@@ -72,9 +72,7 @@ using Members = boost::describe::describe_members<T, boost::describe::mod_public
 /// through base/SecretJson.h, which wipes that memory.
 template <class T>
 boost::json::value toJson(const T& value, const boost::json::storage_ptr& storage = {}) {
-  if constexpr (std::same_as<T, boost::json::value>) {
-    return boost::json::value(value, storage);
-  } else if constexpr (std::is_arithmetic_v<T>) {
+  if constexpr (std::same_as<T, boost::json::value> || std::is_arithmetic_v<T>) {
     return boost::json::value(value, storage);
   } else if constexpr (std::same_as<T, Secret>) {
     return boost::json::value(value.reveal(), storage);

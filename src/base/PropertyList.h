@@ -11,7 +11,7 @@ namespace halvercine::base {
 
 /// The largest list that is read, in bytes. It also bounds how deep an XML list can nest, which the
 /// parser takes back by recursion.
-inline constexpr std::size_t propertyListLimit = 64 * 1024;
+inline constexpr std::size_t propertyListLimit = std::size_t{64} * 1024;
 
 /// The value of a property list, XML or binary; nothing when it is neither, is too large, or is a
 /// binary list that nests very deep or unfolds to far more than it holds. Values below the 32nd

@@ -19,7 +19,7 @@ constexpr std::uint64_t dictionary = 0xD;
 // What a value costs beside its text, about, and what all may cost: more than any list of a size
 // that is read needs, unless it refers to the same long texts over and over.
 constexpr std::uint64_t valueCost = 16;
-constexpr std::uint64_t unfoldedLimit = 1024 * 1024;
+constexpr std::uint64_t unfoldedLimit = std::uint64_t{1024} * 1024;
 
 /// Walks the tree that the list unfolds to, and stops when it gets too deep or too large.
 class Screen {

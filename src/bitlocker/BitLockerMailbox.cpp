@@ -25,7 +25,7 @@ constexpr std::string_view suffix = ".json";
 constexpr auto requestLifetime = std::chrono::seconds(300);
 
 // Records are some hundred bytes; whatever is larger is none.
-constexpr std::size_t recordLimit = 64 * 1024;
+constexpr std::size_t recordLimit = std::size_t{64} * 1024;
 
 bool isRecordName(std::string_view name, std::string_view prefix) {
   return name.starts_with(prefix) && name.ends_with(suffix);

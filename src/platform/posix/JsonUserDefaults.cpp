@@ -18,7 +18,7 @@ namespace {
 namespace json = boost::json;
 
 // Settings are a few kilobytes; far more is not ours.
-constexpr std::size_t sizeLimit = 4 * 1024 * 1024;
+constexpr std::size_t sizeLimit = std::size_t{4} * 1024 * 1024;
 
 constexpr auto lockRetryInterval = std::chrono::milliseconds(1);
 

@@ -31,8 +31,7 @@ void addGlobalOptions(CLI::App& program, Options& options, std::string& scenario
   program.add_flag("--fast", options.fast, "Let simulated time pass as fast as it can");
   program.add_option("--lang", options.language, "Language of the texts: en, zh-Hans")
       ->option_text("LANGUAGE")
-      ->transform(CLI::Transformer(languages).description(""))
-      ->check(CLI::IsMember(languages));
+      ->transform(CLI::CheckedTransformer(languages).description(""));
   program.add_flag("--json", options.json, "Print one JSON document");
   program.add_flag("--no-color", options.noColor, "Print without colours");
 }

@@ -49,7 +49,8 @@ TEST(ProgramTest, JsonCarriesTheRecordAndTheCause) {
       {"--simulate", "--json", "info", std::string(writable.at("id").as_string())}));
   EXPECT_EQ(info.at_pointer("/result/disk"), writable);
   bool retryHelpsSomewhere = false;
-  for (const auto& disk : document(run).at_pointer("/result/disks").as_array()) {
+  const auto answer = document(run);
+  for (const auto& disk : answer.at_pointer("/result/disks").as_array()) {
     if (!disk.as_object().contains("readOnly")) continue;
     const auto& explanation = disk.at("readOnly");
     EXPECT_THAT(std::string(explanation.at("key").as_string()), HasSubstr("disk.ux.readonly."));

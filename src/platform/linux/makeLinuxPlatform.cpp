@@ -7,6 +7,7 @@
 #include "platform/linux/LinuxSystemInfo.h"
 #include "platform/linux/XdgContainers.h"
 #include "platform/posix/AsioClock.h"
+#include "platform/posix/JsonUserDefaults.h"
 #include "platform/posix/SyslogSystemLog.h"
 
 namespace halvercine::platform::gnulinux {
@@ -21,6 +22,10 @@ Platform makeLinuxPlatform(base::MainActor& actor) {
   platform.fileSystems = std::make_unique<LinuxFileSystems>(storage);
   platform.mediaRegistry = std::make_unique<LinuxMediaRegistry>(storage);
   platform.diskArbitration = std::make_unique<LinuxDiskArbitration>(actor, storage);
+  if (const auto support = platform.containers->applicationSupport()) {
+    platform.userDefaults =
+        std::make_unique<posix::JsonUserDefaults>(*support / "halvercine" / "defaults.json");
+  }
   platform.directoryWatcher = std::make_unique<InotifyDirectoryWatcher>(actor);
   return platform;
 }

@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdlib>
-#include <map>
 #include <sstream>
 #include <string_view>
 #include <vector>
@@ -18,9 +17,8 @@ base::Language languageOfEnvironment() {
   return base::Language::en;
 }
 
-void addGlobalOptions(CLI::App& program, Options& options, std::string& scenario) {
-  static const std::map<std::string, base::Language> languages = {
-      {"en", base::Language::en}, {"zh-Hans", base::Language::zhHans}};
+void addGlobalOptions(CLI::App& program, Options& options, std::string& scenario,
+                      std::string& language) {
   program
       .add_option("--simulate", scenario,
                   "Work on a simulated Mac: a scenario file, or the name of a bundled one")
@@ -29,9 +27,9 @@ void addGlobalOptions(CLI::App& program, Options& options, std::string& scenario
       ->option_text("SECONDS")
       ->check(CLI::Range(0.0, 1e9));
   program.add_flag("--fast", options.fast, "Let simulated time pass as fast as it can");
-  program.add_option("--lang", options.language, "Language of the texts: en, zh-Hans")
+  program.add_option("--lang", language, "Language of the texts: en, zh-Hans")
       ->option_text("LANGUAGE")
-      ->transform(CLI::CheckedTransformer(languages).description(""));
+      ->check(CLI::IsMember({"en", "zh-Hans"}));
   program.add_flag("--json", options.json, "Print one JSON document");
   program.add_flag("--no-color", options.noColor, "Print without colours");
 }
@@ -81,7 +79,8 @@ std::expected<Options, NothingToRun> readOptions(int argc, const char* const* ar
   Options options;
   options.language = languageOfEnvironment();
   std::string scenario;
-  addGlobalOptions(program, options, scenario);
+  std::string language;
+  addGlobalOptions(program, options, scenario, language);
   program.require_subcommand(1);
   program.fallthrough();
   addCommands(program, options);
@@ -101,6 +100,7 @@ std::expected<Options, NothingToRun> readOptions(int argc, const char* const* ar
                                         isHelp ? out.str() : problem.str()});
   }
   if (program.count("--simulate") > 0) options.scenario = scenario;
+  if (!language.empty()) options.language = base::languageOf(language);
   return options;
 }
 

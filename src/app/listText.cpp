@@ -1,7 +1,10 @@
 #include "app/listText.h"
 
+#include <set>
+
 #include "app/Table.h"
 #include "app/sizeText.h"
+#include "base/BsdName.h"
 
 namespace halvercine::app {
 namespace {
@@ -43,6 +46,11 @@ void addSection(std::string& output, const CommandContext& context, std::string_
   output += table.render(context.terminal, 2);
 }
 
+/// Whether a disk only holds other disks of the list: people look for what is on it.
+bool isContainer(const DiskView& view, const std::set<std::string>& disksWithPartitions) {
+  return !view.disk.isMounted && !view.disk.bitLocker && disksWithPartitions.contains(view.disk.id);
+}
+
 }  // namespace
 
 std::string listText(const CommandContext& context, const std::vector<DiskView>& views) {
@@ -52,7 +60,15 @@ std::string listText(const CommandContext& context, const std::vector<DiskView>&
   }
   std::vector<const DiskView*> ntfs;
   std::vector<const DiskView*> other;
-  for (const auto& view : views) (view.disk.isNtfs() ? ntfs : other).push_back(&view);
+  std::set<std::string> disksWithPartitions;
+  for (const auto& view : views) {
+    const auto whole = base::wholeDiskName(view.disk.id);
+    if (whole && *whole != view.disk.id) disksWithPartitions.insert(*whole);
+  }
+  for (const auto& view : views) {
+    if (isContainer(view, disksWithPartitions)) continue;
+    (view.disk.isNtfs() ? ntfs : other).push_back(&view);
+  }
   std::string output;
   addSection(output, context, "disk.section.ntfs", ntfs);
   addSection(output, context, "disk.section.other", other);

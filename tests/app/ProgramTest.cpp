@@ -99,7 +99,7 @@ TEST(ProgramTest, HostileNamesStayHarmlessOnATerminalAndWholeInJson) {
   }
   EXPECT_THAT(run.output, HasSubstr("\\u{1B}"));
   EXPECT_THAT(runProgram({"--simulate=hostile-names", "list", "--json"}).output,
-              HasSubstr("\\u001B"));
+              HasSubstr("\\u001b"));
 }
 
 TEST(ProgramTest, SimulatedTimePassesBeforeTheAnswer) {

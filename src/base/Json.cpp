@@ -136,8 +136,8 @@ namespace detail {
 std::optional<std::int64_t> signedInteger(const json::value& value) {
   if (const auto* integer = value.if_int64()) return *integer;
   if (const auto* fractional = value.if_double()) {
-    // 2^63 itself is not representable as a signed integer, its negative is.
-    if (*fractional >= -0x1p63 && *fractional < 0x1p63 && std::trunc(*fractional) == *fractional) {
+    // -2^63 is what integers below the range are rounded to; itself it is read as an integer.
+    if (*fractional > -0x1p63 && *fractional < 0x1p63 && std::trunc(*fractional) == *fractional) {
       return static_cast<std::int64_t>(*fractional);
     }
   }

@@ -131,8 +131,9 @@ std::expected<T, JsonError> fromJson(const boost::json::value& value) {
     return mismatch("a text");
   } else if constexpr (detail::DescribedEnum<T>) {
     T result{};
-    if (value.is_string() &&
-        boost::describe::enum_from_string(std::string(value.get_string()).c_str(), result)) {
+    // The look-up ends at a zero byte, the word must not.
+    if (value.is_string() && value.get_string().find('\0') == boost::json::string::npos &&
+        boost::describe::enum_from_string(value.get_string().c_str(), result)) {
       return result;
     }
     return mismatch("one of the known words");

@@ -3,6 +3,10 @@
 #include <fmt/args.h>
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+
 #include "base/Json.h"
 #include "base/Resources.h"
 #include "base/Text.h"
@@ -10,15 +14,18 @@
 namespace halvercine::base {
 
 Language languageOf(std::string_view tag) {
-  const auto lowered = asciiLowered(tag);
-  const bool chinese =
-      lowered.starts_with("zh") && (lowered.size() == 2 || lowered[2] == '-' || lowered[2] == '_' ||
-                                    lowered[2] == '.' || lowered[2] == '@');
-  const bool traditional = lowered.find("hant") != std::string::npos ||
-                           lowered.find("tw") != std::string::npos ||
-                           lowered.find("hk") != std::string::npos ||
-                           lowered.find("mo") != std::string::npos;
-  return chinese && !traditional ? Language::zhHans : Language::en;
+  // A locale name's character set and variant follow a point or an at sign.
+  const auto lowered = asciiLowered(tag.substr(0, tag.find_first_of(".@")));
+  std::vector<std::string> parts;
+  boost::algorithm::split(parts, lowered, boost::algorithm::is_any_of("-_"));
+  const auto has = [&parts](std::string_view part) {
+    return std::find(parts.begin(), parts.end(), part) != parts.end();
+  };
+  if (parts.front() != "zh") return Language::en;
+  // A named script outweighs what the region writes: "zh-Hans-HK" is simplified.
+  if (has("hans")) return Language::zhHans;
+  const bool isTraditional = has("hant") || has("tw") || has("hk") || has("mo");
+  return isTraditional ? Language::en : Language::zhHans;
 }
 
 std::string_view languageTag(Language language) {

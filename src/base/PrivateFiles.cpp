@@ -16,6 +16,7 @@ namespace {
 
 constexpr mode_t privateMode = 0600;
 constexpr mode_t permissionBits = 0777;
+constexpr std::size_t smallestRead = 4096;
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
@@ -98,21 +99,21 @@ std::expected<std::string, std::error_code> readRegularFileAt(int directory, con
     return std::unexpected(std::make_error_code(std::errc::not_supported));
   }
   std::string content;
-  // The size is a hint: a file that grows meanwhile is read to its end, or to the limit.
-  std::size_t capacity = static_cast<std::size_t>(status.st_size) + 1;
-  while (true) {
-    if (content.size() > limit || capacity > limit + 1) {
-      return std::unexpected(std::make_error_code(std::errc::file_too_large));
-    }
+  // The size is a hint, and zero for the files of the kernel: a file that grows meanwhile is read to
+  // its end, or to the limit. One byte more than the size shows the end.
+  const auto size = static_cast<std::size_t>(status.st_size);
+  std::size_t room = size + 1;
+  while (size <= limit && content.size() <= limit) {
     const auto have = content.size();
-    content.resize(std::max(capacity, have + 1));
+    content.resize(have + std::max(room, smallestRead));
     const auto got = ::read(file.get(), content.data() + have, content.size() - have);
     content.resize(have + (got > 0 ? static_cast<std::size_t>(got) : 0));
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) return std::unexpected(lastError());
     if (got == 0) return content;
-    capacity = std::max(capacity, content.size() + 1);
+    room = smallestRead;
   }
+  return std::unexpected(std::make_error_code(std::errc::file_too_large));
 }
 
 }  // namespace halvercine::base

@@ -1,0 +1,5 @@
+# The fuzz targets: fuzz_target(NAME LIBRARY) stands for NAME.cpp with the seeds in corpus/NAME/. Whoever
+# includes this file says what becomes of one.
+fuzz_target(json halvercine_base)
+fuzz_target(propertyList halvercine_base)
+fuzz_target(text halvercine_base)

@@ -1,0 +1,163 @@
+#include "base/Text.h"
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "base/BsdName.h"
+#include "base/Properties.h"
+
+namespace halvercine::base {
+namespace {
+
+using namespace std::string_literals;
+
+TEST(TextTest, trimsUnicodeWhiteSpaceAndNothingElse) {
+  for (const auto& [text, expected] : std::initializer_list<std::pair<std::string, std::string>>{
+           {" a b\t\r\n", "a b"},
+           {"\u00A0\u3000a\u2028\u0085", "a"},
+           {" \u2003 ", ""},
+           {"", ""},
+           {"\u200Ba", "\u200Ba"},
+           {" \x80 ", "\x80"},
+           {" \xE3\x80", "\xE3\x80"}}) {  // an ideographic blank cut short
+    EXPECT_EQ(trimmed(text), expected);
+  }
+}
+
+TEST(TextTest, lowersAsciiOnly) { EXPECT_EQ(asciiLowered("NTFS-3G Ä\x80"), "ntfs-3g Ä\x80"); }
+
+TEST(TextTest, repairsEachInvalidPartOnce) {
+  for (const auto& [bytes, expected] : std::initializer_list<std::pair<std::string, std::string>>{
+           {"aé漢😀", "aé漢😀"},
+           {"a\x80z", "a\uFFFDz"},
+           {"\xE2\x82z", "\uFFFDz"},                          // cut short
+           {"\xF0\x9F\x98", "\uFFFD"},                        // at the end
+           {"\xC0\xAF", "\uFFFD\uFFFD"},                      // overlong
+           {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},            // a surrogate
+           {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},  // beyond U+10FFFF
+           {"\xFF\xF8", "\uFFFD\uFFFD"},
+           {"a\0b"s, "a\0b"s}}) {
+    EXPECT_EQ(repairedUtf8(bytes), expected);
+  }
+}
+
+TEST(TextTest, shownTextCannotMoveWhatStandsAroundIt) {
+  for (const auto& [text, expected] : std::initializer_list<std::pair<std::string, std::string>>{
+           {"My Disk é漢", "My Disk é漢"},
+           {"a\nb\x1b[31m", "a\\u{A}b\\u{1B}[31m"},
+           {"\u202Egpj.exe", "\\u{202E}gpj.exe"},
+           {"\u2066x\u2069", "\\u{2066}x\\u{2069}"},
+           {"a\u200Bb\uFEFF", "a\\u{200B}b\\u{FEFF}"},
+           {"\U000E0041", "\\u{E0041}"},
+           {"\u2028\u0085\x7f", "\\u{2028}\\u{85}\\u{7F}"},
+           {"\u3164", "\\u{3164}"},
+           {"👨\u200D👩", "👨\u200D👩"},
+           {"\xFFx", "\uFFFDx"},
+           {"a\0"s, "a\\u{0}"}}) {
+    EXPECT_EQ(displayText(text), expected);
+  }
+}
+
+TEST(TextTest, measuresTerminalColumns) {
+  for (const auto& [text, width] :
+       std::initializer_list<std::pair<std::string, std::size_t>>{{"", 0},
+                                                                  {"abc", 3},
+                                                                  {"漢字", 4},
+                                                                  {"e\u0301", 1},
+                                                                  {"é", 1},
+                                                                  {"😀", 2},
+                                                                  {"👨\u200D👩", 2},
+                                                                  {"❤\uFE0F", 2},
+                                                                  {"한", 2},
+                                                                  {"ｱ", 1},
+                                                                  {"\xFF", 1}}) {
+    EXPECT_EQ(displayWidth(text), width) << text;
+  }
+}
+
+TEST(TextTest, composesForComparison) {
+  EXPECT_EQ(composed("e\u0301"), "é");
+  EXPECT_EQ(composed("\u1112\u1161\u11AB"), "한");
+  EXPECT_EQ(composed("ﬁ"), "ﬁ");  // compatibility characters stay
+  EXPECT_EQ(composed("a\x80"), "a\x80");
+  EXPECT_EQ(composed(""), "");
+}
+
+TEST(BsdNameTest, tellsDisksFromPartitions) {
+  struct Case {
+    std::string name;
+    bool isPartition;
+    std::optional<std::string> whole;
+    std::string suffix;
+  };
+  for (const auto& [name, isPartition, whole, suffix] :
+       std::initializer_list<Case>{{"disk4", false, "disk4", ""},
+                                   {"disk4s1", true, "disk4", "s1"},
+                                   {"disk12s34", true, "disk12", "s34"},
+                                   {"disk4s1s1", false, "disk4", "s1"},
+                                   {"disk4s", false, "disk4", ""},
+                                   {"disk4s1x", false, "disk4", ""},
+                                   {"disks1", false, std::nullopt, "s1"},
+                                   {"Disk4s1", false, std::nullopt, "s1"},
+                                   {"/dev/disk4s1", false, std::nullopt, "s1"},
+                                   {"disk٤s1", false, std::nullopt, "s1"},
+                                   {"disk4s1\0"s, false, "disk4", ""},
+                                   {"", false, std::nullopt, ""}}) {
+    EXPECT_EQ(isPartitionName(name), isPartition) << name;
+    EXPECT_EQ(wholeDiskName(name), whole) << name;
+    EXPECT_EQ(partitionSuffix(name), suffix) << name;
+  }
+  EXPECT_EQ(devicePath("disk4s1"), "/dev/disk4s1");
+}
+
+TEST(BsdNameTest, ordersByTheNumbers) {
+  const std::vector<std::string> ordered{"",
+                                         "disk",
+                                         "disk1",
+                                         "disk2",
+                                         "disk2s1",
+                                         "disk2s2",
+                                         "disk2s10",
+                                         "disk3",
+                                         "disk10",
+                                         "disk99999999999999999998",
+                                         "disk99999999999999999999",
+                                         "x"};
+  for (std::size_t left = 0; left < ordered.size(); ++left) {
+    for (std::size_t right = 0; right < ordered.size(); ++right) {
+      EXPECT_EQ(comesBefore(ordered[left], ordered[right]), left < right)
+          << ordered[left] << " and " << ordered[right];
+    }
+  }
+}
+
+TEST(PropertiesTest, valuesAreOfTheirOwnTypeOnly) {
+  using platform::PropertyValue;
+  EXPECT_EQ(booleanValue(true), true);
+  EXPECT_EQ(booleanValue(1), std::nullopt);
+  EXPECT_EQ(integerValue(PropertyValue(3.0)), 3);
+  EXPECT_EQ(integerValue(PropertyValue(-0x1p63)), std::numeric_limits<std::int64_t>::min());
+  for (const PropertyValue& value :
+       {PropertyValue(3.5), PropertyValue(0x1p63), PropertyValue(std::nan("")), PropertyValue(true),
+        PropertyValue("3")}) {
+    EXPECT_EQ(integerValue(value), std::nullopt);
+  }
+  EXPECT_EQ(textValue(" a "), " a ");
+  EXPECT_EQ(textValue("\u00A0"), std::nullopt);
+  EXPECT_EQ(trimmedTextValue(" a "), "a");
+  EXPECT_EQ(trimmedTextValue(1), std::nullopt);
+  const platform::Uuid uuid{{0xAB, 0xCD, 0xEF, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13}};
+  EXPECT_EQ(uuidValue(uuid), "ABCDEF01-0203-0405-0607-08090A0B0C0D");
+  EXPECT_EQ(uuidValue("ABCDEF01-0203-0405-0607-08090A0B0C0D"), std::nullopt);
+  EXPECT_EQ(pathValue(platform::FileUrl{"/Volumes/A"}), "/Volumes/A");
+  EXPECT_EQ(pathValue("/Volumes/A"), std::nullopt);
+  const platform::PropertyDictionary dictionary{{"name", "a"}};
+  EXPECT_EQ(read(dictionary, "name", textValue), "a");
+  EXPECT_EQ(read(dictionary, "other", textValue), std::nullopt);
+}
+
+}  // namespace
+}  // namespace halvercine::base

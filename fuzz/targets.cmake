@@ -3,3 +3,6 @@
 fuzz_target(json halvercine_base)
 fuzz_target(propertyList halvercine_base)
 fuzz_target(text halvercine_base)
+fuzz_target(mailbox halvercine_bitlocker)
+fuzz_target(enabledModules halvercine_mount)
+fuzz_target(scenario halvercine_simulated)

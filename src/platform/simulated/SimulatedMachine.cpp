@@ -36,7 +36,8 @@ SimulatedMachine::SimulatedMachine(base::MainActor& actor, std::shared_ptr<Clock
     : actor_(actor),
       clock_(std::move(clock)),
       macOSVersion_(versionFromText(scenario.system.macOS)),
-      sessions_(actor), folderWatches_(actor),
+      sessions_(actor),
+      folderWatches_(actor),
       arbitrationAvailable_(scenario.system.diskArbitration),
       groupContainerAvailable_(scenario.system.groupContainer),
       bootSession_(scenario.system.bootSession) {

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "base/Text.h"
+
 namespace halvercine::platform::simulated {
 namespace {
 
@@ -116,18 +118,31 @@ void completeWhole(ScenarioDevice& device) {
   setDefault(device.content, std::string(wholeContent(device)));
   setDefault(device.className, kind == Attachment::apfs ? "AppleAPFSMedia" : "IOMedia");
   const auto vendor = device.vendor && !device.vendor->empty() ? *device.vendor + " " : "";
-  setDefault(device.mediaName,
-             kind == Attachment::apfs ? "AppleAPFSMedia" : vendor + *device.model + " Media");
+  setDefault(device.mediaName, kind == Attachment::apfs
+                                   ? "AppleAPFSMedia"
+                                   : vendor + std::string(base::trimmed(*device.model)) + " Media");
   setDefault(device.uuid, device.kind ? standardUuid(device, device, "volume") : std::nullopt);
   setDefault(device.mediaUUID,
              kind == Attachment::apfs ? standardUuid(device, device, "media") : std::nullopt);
 }
 
-void completeVolume(const ScenarioDevice& device, std::size_t number, ScenarioMedia& volume) {
+/// An equal part of what the volumes with a size of their own leave. The volumes of an APFS
+/// container share its space instead.
+std::int64_t standardVolumeSize(const ScenarioDevice& device) {
+  if (device.attachment == Attachment::apfs) return *device.size;
+  std::int64_t left = *device.size;
+  std::int64_t parts = 0;
+  for (const auto& volume : device.volumes) {
+    left -= std::min(volume.size.value_or(0), left);
+    if (!volume.size) ++parts;
+  }
+  return left / std::max<std::int64_t>(parts, 1);
+}
+
+void completeVolume(const ScenarioDevice& device, std::size_t number, std::int64_t volumeSize,
+                    ScenarioMedia& volume) {
   const bool apfs = device.attachment == Attachment::apfs;
-  // The volumes of an APFS container share its space.
-  const auto parts = apfs ? std::size_t{1} : device.volumes.size();
-  setDefault(volume.size, *device.size / static_cast<std::int64_t>(parts));
+  setDefault(volume.size, volumeSize);
   setDefault(volume.writable, *device.writable);
   setDefault(volume.content, std::string(volumeContent(device, volume)));
   setDefault(volume.className, apfs ? "AppleAPFSVolume" : "IOMedia");
@@ -147,8 +162,9 @@ std::int64_t bytes(std::uint64_t blocks, std::uint64_t blockSize) {
 
 ScenarioDevice completeDevice(ScenarioDevice device) {
   completeWhole(device);
+  const auto volumeSize = standardVolumeSize(device);
   std::size_t number = 0;
-  for (auto& volume : device.volumes) completeVolume(device, ++number, volume);
+  for (auto& volume : device.volumes) completeVolume(device, ++number, volumeSize, volume);
   return device;
 }
 

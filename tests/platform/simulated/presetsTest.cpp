@@ -64,6 +64,19 @@ TEST(Presets, lookLikeTheirHardware) {
             (Facts{"Virtual Interface", std::nullopt, false, false, false, false}));
 }
 
+TEST(Presets, volumesShareWhatTheOthersLeave) {
+  ScenarioDevice device;
+  device.disk = "disk4";
+  device.size = 1000;
+  device.volumes.resize(3);
+  device.volumes[1].size = 400;
+  const auto complete = completeDevice(device);
+  EXPECT_EQ(complete.volumes[0].size, 300);
+  EXPECT_EQ(complete.volumes[2].size, 300);
+  device.volumes[1].size = 5000;
+  EXPECT_EQ(completeDevice(device).volumes[0].size, 0);
+}
+
 TEST(Presets, identitiesFollowTheDeviceAndNotThePlace) {
   ScenarioDevice device;
   device.disk = "disk4";

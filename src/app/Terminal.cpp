@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -41,9 +42,11 @@ std::string Terminal::tinted(std::string_view text, Tint tint) const {
   return std::string(sequence(tint)).append(text).append("\x1b[0m");
 }
 
-bool writeOutput(std::string_view text) {
-  return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-         std::fflush(stdout) == 0;
+Written writeOutput(std::string_view text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) {
+    return Written::all;
+  }
+  return errno == EPIPE ? Written::nobodyListens : Written::failed;
 }
 
 void writeDiagnostic(std::string_view line) {

@@ -25,8 +25,15 @@ class Terminal {
   bool colours_;
 };
 
-/// Writes a whole answer to standard output. False when not all of it could be written (a full disk).
-bool writeOutput(std::string_view text);
+/// What became of a text for standard output.
+enum class Written {
+  all,
+  nobodyListens,  ///< the reader has closed the pipe: a reason to end, not a fault
+  failed,         ///< such as a full disk
+};
+
+/// Writes a whole answer to standard output, at once.
+Written writeOutput(std::string_view text);
 
 /// Writes a diagnostic line to standard error.
 void writeDiagnostic(std::string_view line);

@@ -1,6 +1,7 @@
 #include "app/runProgram.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <string_view>
@@ -49,16 +50,22 @@ Answer misuse(const NothingToRun& nothing, bool json) {
 
 int print(const Answer& answer) {
   if (!answer.diagnostic.empty()) writeDiagnostic(answer.diagnostic);
-  if (!writeOutput(answer.output)) {
-    writeDiagnostic("halvercine: standard output cannot be written");
-    return static_cast<int>(ExitStatus::failed);
+  switch (writeOutput(answer.output)) {
+    case Written::all:
+    case Written::nobodyListens:
+      return static_cast<int>(answer.status);
+    case Written::failed:
+      break;
   }
-  return static_cast<int>(answer.status);
+  writeDiagnostic("halvercine: standard output cannot be written");
+  return static_cast<int>(ExitStatus::failed);
 }
 
 }  // namespace
 
 int runProgram(int argc, const char* const* argv) {
+  // A reader that has gone is found when writing: ending on the spot would leave things half done.
+  std::signal(SIGPIPE, SIG_IGN);
   try {
     const auto options = readOptions(argc, argv);
     if (options) return print(run(*options));

@@ -22,7 +22,8 @@ std::string isoTime(platform::WallTime time) {
 /// Shows the monitor's list until the output is closed or somebody ends it.
 class Watch {
  public:
-  Watch(const CommandContext& context, disks::DiskMonitor& monitor, std::function<void()> end)
+  Watch(const CommandContext& context, disks::DiskMonitor& monitor,
+        std::function<void(ExitStatus)> end)
       : context_(context), monitor_(monitor), end_(std::move(end)) {
     monitor_.refreshed.connect([this] { show(); });
     monitor_.disksChanged.connect([this] { show(); });
@@ -79,12 +80,14 @@ class Watch {
   }
 
   void print(const std::string& text) {
-    if (!writeOutput(text)) end_();
+    const auto written = writeOutput(text);
+    if (written == Written::nobodyListens) end_(ExitStatus::done);
+    if (written == Written::failed) end_(ExitStatus::failed);
   }
 
   const CommandContext& context_;
   disks::DiskMonitor& monitor_;
-  std::function<void()> end_;
+  std::function<void(ExitStatus)> end_;
   std::vector<DiskView> views_;
   bool isFirst_ = true;
 };
@@ -92,29 +95,27 @@ class Watch {
 }  // namespace
 
 Answer watchCommand(const CommandContext& context, Machine& machine) {
-  Answer answer;
-  bool ended = false;
-  const auto end = [&ended, &machine](ExitStatus status, Answer& result) {
-    result.status = status;
-    ended = true;
+  std::optional<ExitStatus> ended;
+  const auto end = [&ended, &machine](ExitStatus status) {
+    if (!ended) ended = status;
     machine.actor().post([] {});
   };
   const platform::posix::TerminationSignals signals(
-      machine.actor(), [&](int) { end(ExitStatus::interrupted, answer); });
+      machine.actor(), [&end](int) { end(ExitStatus::interrupted); });
   if (context.options.seconds) {
     const auto limit = std::chrono::duration<double>(*context.options.seconds);
     context.platform.clock->callAt(
         context.platform.clock->uptime() + std::chrono::duration_cast<platform::Uptime>(limit),
-        [&] { end(ExitStatus::done, answer); });
+        [&end] { end(ExitStatus::done); });
   }
   disks::DiskMonitor monitor(machine.actor(), context.platform, context.localization);
-  Watch watch(context, monitor, [&] { end(ExitStatus::failed, answer); });
+  Watch watch(context, monitor, end);
   if (!monitor.start()) {
     return failure(context.options, ExitStatus::failed, "no-disk-arbitration",
                    context.text("ui.error.noarbitration"));
   }
-  machine.actor().runUntil([&ended] { return ended; });
-  return answer;
+  machine.actor().runUntil([&ended] { return ended.has_value(); });
+  return {ended.value_or(ExitStatus::done), "", ""};
 }
 
 }  // namespace halvercine::app

@@ -1,9 +1,9 @@
-#include <boost/json/array.hpp>
 #include <fmt/format.h>
 
 #include "app/DiskSelector.h"
 #include "app/Table.h"
 #include "app/commands.h"
+#include "app/selectionFailure.h"
 #include "app/sizeText.h"
 #include "base/Text.h"
 
@@ -94,23 +94,6 @@ std::string infoText(const CommandContext& context, const DiskView& view) {
   addDevice(fields, context, view);
   const auto title = base::displayText(view.disk.name) + " — " + view.disk.id;
   return context.terminal.tinted(title, Tint::heading) + '\n' + fields.render();
-}
-
-Answer selectionFailure(const CommandContext& context, const SelectionError& error) {
-  const auto wanted = base::displayText(context.options.disk);
-  if (!error.isAmbiguous()) {
-    return failure(context.options, ExitStatus::noSuchDisk, "disk-not-found",
-                   context.text("ui.error.nodisk", {wanted}));
-  }
-  boost::json::array candidates;
-  std::string names;
-  for (const auto& candidate : error.candidates) {
-    candidates.emplace_back(candidate);
-    names += names.empty() ? candidate : ", " + candidate;
-  }
-  return failure(context.options, ExitStatus::usage, "disk-ambiguous",
-                 context.text("ui.error.ambiguous", {wanted, names}),
-                 {{"candidates", std::move(candidates)}});
 }
 
 }  // namespace

@@ -16,7 +16,9 @@ namespace halvercine::app {
 namespace {
 
 std::string isoTime(platform::WallTime time) {
-  return fmt::format("{:%FT%T}Z", std::chrono::floor<std::chrono::milliseconds>(time));
+  const auto second = std::chrono::floor<std::chrono::seconds>(time);
+  const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(time - second);
+  return fmt::format("{:%FT%T}.{:03}Z", second, milliseconds.count());
 }
 
 /// Shows the monitor's list until the output is closed or somebody ends it.

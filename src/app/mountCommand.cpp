@@ -1,0 +1,147 @@
+#include <boost/json/array.hpp>
+#include <fmt/format.h>
+
+#include "app/DiskSelector.h"
+#include "app/commands.h"
+#include "app/runToAnswer.h"
+#include "app/selectionFailure.h"
+#include "base/BsdName.h"
+#include "base/Text.h"
+#include "disks/DiskUtility.h"
+#include "disks/DiskUtilityText.h"
+
+namespace halvercine::app {
+namespace {
+
+using disks::Occupant;
+
+/// What stands in the way, for the two keys that mean that something does.
+bool mayBeOccupied(std::string_view key) {
+  return key == "disk.err.busy" || key == "disk.err.dissenter";
+}
+
+ExitStatus statusOf(std::string_view key) {
+  if (mayBeOccupied(key)) return ExitStatus::busy;
+  if (key == "disk.err.perm") return ExitStatus::notPermitted;
+  if (key == "disk.err.notfound") return ExitStatus::noSuchDisk;
+  return ExitStatus::failed;
+}
+
+/// Everything that has files open on the volume, and what holds its device.
+base::Task<std::vector<Occupant>> findHolders(const disks::DiskUtility& utility,
+                                              disks::Disk disk) {
+  std::vector<Occupant> holders;
+  if (disk.mountPath) {
+    std::vector<std::string> paths;
+    paths.push_back(*disk.mountPath);
+    holders = co_await utility.volumeOccupants(std::move(paths));
+  }
+  const auto device = co_await utility.deviceHolderPid(disk.id);
+  const bool isKnown = device && std::any_of(holders.begin(), holders.end(), [&](const auto& holder) {
+    return holder.pid == *device;
+  });
+  if (device && !isKnown) holders.push_back({*device, "", base::devicePath(disk.id)});
+  co_return holders;
+}
+
+Answer toolFailure(const CommandContext& context, std::string toolText,
+                   const std::vector<Occupant>& holders) {
+  const auto key = disks::text::errorKey(toolText);
+  boost::json::array list;
+  std::string message = context.text(key);
+  if (!toolText.empty()) message += "\n  " + base::displayText(toolText);
+  for (const auto& holder : holders) {
+    list.push_back({{"pid", holder.pid}, {"command", holder.command}, {"path", holder.path}});
+    message += "\n  " + context.text("ui.holder", {std::to_string(holder.pid),
+                                                  base::displayText(holder.command),
+                                                  base::displayText(holder.path)});
+  }
+  return failure(context.options, statusOf(key), key, message,
+                 {{"toolText", toolText}, {"holders", std::move(list)}});
+}
+
+base::Task<Answer> explainFailure(const CommandContext& context,
+                                  const disks::DiskUtility& utility, disks::Disk disk,
+                                  std::string toolText) {
+  std::vector<Occupant> holders;
+  if (mayBeOccupied(disks::text::errorKey(toolText))) {
+    holders = co_await findHolders(utility, std::move(disk));
+  }
+  co_return toolFailure(context, std::move(toolText), holders);
+}
+
+/// The volume as it is after the command.
+Answer success(const CommandContext& context, const std::string& bsdName, bool wasSoBefore) {
+  const auto views = viewDisks(context);
+  const auto found = selectDisk(views, bsdName);
+  if (!found) return selectionFailure(context, found.error());
+  const auto& disk = (*found)->disk;
+  if (context.options.json) {
+    return jsonAnswer(context.options, {{"disk", (*found)->toJson(context.localization)},
+                                        {"nothingToDo", wasSoBefore}});
+  }
+  const auto name = base::displayText(disk.name);
+  if (!disk.isMounted) {
+    return {ExitStatus::done,
+            context.text(wasSoBefore ? "ui.unmount.already" : "ui.unmount.done", {name}) + '\n', ""};
+  }
+  const auto access = context.text(disk.isWritable ? "ui.access.readwrite" : "ui.access.readonly");
+  return {ExitStatus::done,
+          context.text(wasSoBefore ? "ui.mount.already" : "ui.mount.done",
+                       {name, base::displayText(*disk.mountPath), access}) +
+              '\n',
+          ""};
+}
+
+base::Task<Answer> mount(const CommandContext& context, const disks::DiskUtility& utility,
+                         disks::Disk disk) {
+  if (disk.isMounted) co_return success(context, disk.id, true);
+  const auto access =
+      context.options.readOnly ? disks::MountAccess::readOnly : disks::MountAccess::readWrite;
+  const auto outcome = co_await utility.mount(disk.id, access);
+  if (const auto* failed = std::get_if<disks::MountFailure>(&outcome)) {
+    co_return co_await explainFailure(context, utility, disk, failed->text);
+  }
+  if (const auto* driver = std::get_if<disks::ThirdPartyDriver>(&outcome)) {
+    co_return failure(context.options, ExitStatus::failed, "third-party-driver",
+                      context.text("disk.unmounted.reason.thirdparty", {driver->name}));
+  }
+  if (std::holds_alternative<disks::UnsafeVolume>(outcome)) {
+    co_return failure(context.options, ExitStatus::failed, "unsafe-volume",
+                      context.text("disk.unmounted.reason.needscheck"));
+  }
+  co_return success(context, disk.id, false);
+}
+
+base::Task<Answer> unmount(const CommandContext& context, const disks::DiskUtility& utility,
+                           disks::Disk disk) {
+  if (!disk.isMounted) co_return success(context, disk.id, true);
+  auto operation = context.options.force ? utility.forceUnmount(disk.id) : utility.unmount(disk.id);
+  const auto result = co_await std::move(operation);
+  if (result.status == 0) co_return success(context, disk.id, false);
+  co_return co_await explainFailure(context, utility, disk, result.text);
+}
+
+using Operation = base::Task<Answer> (*)(const CommandContext&, const disks::DiskUtility&,
+                                         disks::Disk);
+
+Answer runOn(const CommandContext& context, Machine& machine, Operation operation) {
+  const auto views = viewDisks(context);
+  const auto selected = selectDisk(views, context.options.disk);
+  if (!selected) return selectionFailure(context, selected.error());
+  const disks::DiskUtility utility(*context.platform.toolRunner, *context.platform.clock,
+                                   *context.platform.mediaRegistry);
+  return runToAnswer(machine, operation(context, utility, (*selected)->disk));
+}
+
+}  // namespace
+
+Answer mountCommand(const CommandContext& context, Machine& machine) {
+  return runOn(context, machine, mount);
+}
+
+Answer unmountCommand(const CommandContext& context, Machine& machine) {
+  return runOn(context, machine, unmount);
+}
+
+}  // namespace halvercine::app

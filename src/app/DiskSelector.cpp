@@ -3,6 +3,7 @@
 #include <array>
 #include <filesystem>
 #include <functional>
+#include <optional>
 
 #include "base/Text.h"
 
@@ -28,23 +29,29 @@ std::expected<const DiskView*, SelectionError> selectDisk(const std::vector<Disk
                                                           std::string_view argument) {
   const std::string wanted(argument);
   const auto path = withoutTrailingSlash(argument);
-  const auto link = path.starts_with('/') ? resolved(path) : path;
   const auto uuid = base::asciiLowered(argument);
   const auto name = base::composed(argument);
+  std::optional<std::string> link;
   using Fits = std::function<bool(const DiskView&)>;
-  const std::array<Fits, 5> ways = {
+  const std::array<Fits, 6> ways = {
       [&](const DiskView& view) { return view.disk.id == wanted; },
       [&](const DiskView& view) {
         return path == "/dev/" + view.disk.id || path == "/dev/r" + view.disk.id ||
-               path == view.deviceNode || link == view.deviceNode;
+               path == view.deviceNode;
       },
       [&](const DiskView& view) {
         return view.disk.volumeUUID && base::asciiLowered(*view.disk.volumeUUID) == uuid;
       },
       [&](const DiskView& view) {
-        return view.disk.mountPath && (*view.disk.mountPath == path || *view.disk.mountPath == link);
+        return view.disk.mountPath == path;
       },
       [&](const DiskView& view) { return base::composed(view.disk.name) == name; },
+      // Last, since a path on a volume that does not answer cannot be resolved.
+      [&](const DiskView& view) {
+        if (!path.starts_with('/')) return false;
+        if (!link) link = resolved(path);
+        return *link == view.deviceNode || view.disk.mountPath == *link;
+      },
   };
   for (const auto& fits : ways) {
     SelectionError several;

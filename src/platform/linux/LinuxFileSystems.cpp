@@ -8,14 +8,20 @@
 namespace halvercine::platform::gnulinux {
 
 std::optional<FileSystemStatistics> LinuxFileSystems::statistics(const std::string& path) {
+  const auto mount = mountAt(path);
+  const bool isServed = mount && mount->isServedByProcess();
   struct statvfs status {};
-  if (::statvfs(path.c_str(), &status) != 0) return std::nullopt;
+  if (isServed) {
+    status = boundedStatvfs_(path).value_or(status);
+  } else if (::statvfs(path.c_str(), &status) != 0) {
+    return std::nullopt;
+  }
   FileSystemStatistics statistics;
   statistics.readOnly = (status.f_flag & ST_RDONLY) != 0;
   statistics.blockSize = status.f_frsize;  // the unit of the counts; f_bsize is one for transfers
   statistics.blocks = status.f_blocks;
   statistics.availableBlocks = status.f_bavail;
-  if (const auto mount = mountAt(path)) putMount(statistics, *mount);
+  if (mount) putMount(statistics, *mount);
   return statistics;
 }
 
@@ -29,9 +35,11 @@ VolumeResourceValues LinuxFileSystems::resourceValues(const std::string& path) {
 }
 
 std::optional<Mount> LinuxFileSystems::mountAt(const std::string& path) const {
+  const auto mounts = storage_->mounts.current();
+  // A mount point needs no question to the file system, which might never answer.
+  if (const auto* mount = mounts->at(path)) return *mount;
   struct statx status {};
   if (::statx(AT_FDCWD, path.c_str(), 0, STATX_MNT_ID, &status) != 0) return std::nullopt;
-  const auto mounts = storage_->mounts.current();
   const Mount* mount = nullptr;
   if ((status.stx_mask & STATX_MNT_ID) != 0) {
     mount = mounts->find(static_cast<int>(status.stx_mnt_id));

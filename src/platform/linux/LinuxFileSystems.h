@@ -4,12 +4,13 @@
 #include <memory>
 
 #include "platform/FileSystems.h"
+#include "platform/linux/BoundedStatvfs.h"
 #include "platform/linux/Storage.h"
 
 namespace halvercine::platform::gnulinux {
 
 /// Devices are named as macOS would name them, and a type that hides behind FUSE's own is what the
-/// device holds.
+/// device holds. A mount whose server has stopped answering is still described, without its sizes.
 class LinuxFileSystems : public FileSystems {
  public:
   explicit LinuxFileSystems(std::shared_ptr<Storage> storage) : storage_(std::move(storage)) {}
@@ -22,6 +23,7 @@ class LinuxFileSystems : public FileSystems {
   void putMount(FileSystemStatistics& statistics, const Mount& mount) const;
 
   std::shared_ptr<Storage> storage_;
+  BoundedStatvfs boundedStatvfs_;
 };
 
 }  // namespace halvercine::platform::gnulinux

@@ -54,6 +54,7 @@ MountSnapshot::MountSnapshot(std::vector<Mount> mounts) {
   for (auto& mount : mounts) {
     if (major(mount.device) != 0) byDevice_[mount.device].push_back(mount);
     const int id = mount.id;
+    topmost_.insert_or_assign(mount.target, id);
     byId_.emplace(id, std::move(mount));
   }
 }
@@ -61,6 +62,11 @@ MountSnapshot::MountSnapshot(std::vector<Mount> mounts) {
 const Mount* MountSnapshot::find(int id) const {
   const auto found = byId_.find(id);
   return found == byId_.end() ? nullptr : &found->second;
+}
+
+const Mount* MountSnapshot::at(const std::string& target) const {
+  const auto found = topmost_.find(target);
+  return found == topmost_.end() ? nullptr : find(found->second);
 }
 
 const std::vector<Mount>* MountSnapshot::of(dev_t device) const {

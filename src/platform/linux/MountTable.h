@@ -24,6 +24,9 @@ struct Mount {
   /// Whether `type` only says that a process serves the file system, and not which it is.
   bool hidesType() const { return type == "fuseblk" || type == "fuse"; }
 
+  /// Whether a process serves it, and can keep everybody waiting.
+  bool isServedByProcess() const { return type.starts_with("fuse"); }
+
   bool operator==(const Mount&) const = default;
 };
 
@@ -35,6 +38,9 @@ class MountSnapshot {
 
   /// The mount of that ID, or null.
   const Mount* find(int id) const;
+
+  /// What shows at a mount point: the mount that came last; null when nothing is mounted there.
+  const Mount* at(const std::string& target) const;
 
   /// All mounts of a block device in the order of the table; null when there are none.
   const std::vector<Mount>* of(dev_t device) const;
@@ -49,6 +55,7 @@ class MountSnapshot {
  private:
   std::unordered_map<dev_t, std::vector<Mount>> byDevice_;
   std::unordered_map<int, Mount> byId_;
+  std::unordered_map<std::string, int> topmost_;  // IDs by mount point
 };
 
 /// Reads a file in the format of /proc/self/mountinfo; empty when that fails.

@@ -148,17 +148,18 @@ TEST_F(EitherAsyncTest, cancelledFromOutsideEndsBothAndNothingAfterIt) {
   EXPECT_TRUE(log.lines().empty());
 }
 
-Task<int> cancelledBy(TaskScope& scope) {
+Task<int> cancelAndSleep(TaskScope& scope, platform::Clock& clock) {
   scope.cancelAll();
+  co_await sleepFor(clock, 600s);
   co_return 1;
 }
 
 TEST_F(EitherAsyncTest, aMemberThatCancelsTheWholeAtOnceEndsIt) {
   Count count;
   bool survived = false;
-  scope->spawn(
-      "nested",
-      noteSurvival(eitherNumber(cancelledBy(*scope), perform(clock, {600s}, 2, count)), survived));
+  scope->spawn("nested", noteSurvival(eitherNumber(cancelAndSleep(*scope, clock),
+                                                   perform(clock, {600s}, 2, count)),
+                                      survived));
   settle();
   EXPECT_FALSE(survived);
   EXPECT_EQ(scope->running(), 0U);

@@ -1,22 +1,22 @@
 #include "platform/posix/PosixToolRunner.h"
 
-#include <signal.h>
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <array>
-#include <boost/asio/buffer.hpp>
-#include <boost/asio/posix/stream_descriptor.hpp>
-#include <boost/asio/signal_set.hpp>
 #include <cerrno>
 #include <chrono>
 #include <functional>
 #include <optional>
+#include <signal.h>
 #include <string_view>
+#include <sys/wait.h>
 #include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/signal_set.hpp>
 
 #include "platform/posix/spawnChild.h"
 
@@ -220,7 +220,8 @@ class PosixToolProcess : public ToolProcess {
 
 }  // namespace
 
-PosixToolRunner::PosixToolRunner(base::MainActor& actor, std::map<std::string, std::string> programs)
+PosixToolRunner::PosixToolRunner(base::MainActor& actor,
+                                 std::map<std::string, std::string> programs)
     : actor_(actor), programs_(std::move(programs)) {}
 
 PosixToolRunner::~PosixToolRunner() = default;

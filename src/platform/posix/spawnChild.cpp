@@ -1,12 +1,11 @@
 #include "platform/posix/spawnChild.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <string_view>
+#include <unistd.h>
 #include <utility>
 
 extern char** environ;
@@ -16,8 +15,8 @@ namespace {
 
 constexpr int firstOwnDescriptor = 3;
 
-/// A program may have been started with its standard descriptors closed. A pipe in their place would
-/// be overwritten while the child is set up.
+/// A program may have been started with its standard descriptors closed. A pipe in their place
+/// would be overwritten while the child is set up.
 std::expected<base::UniqueFd, int> aboveStandard(base::UniqueFd descriptor) {
   if (descriptor.get() >= firstOwnDescriptor) return descriptor;
   base::UniqueFd moved(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, firstOwnDescriptor));

@@ -1,10 +1,9 @@
 // Starting a child process with nothing of ours but its three standard descriptors.
 #pragma once
 
-#include <sys/types.h>
-
 #include <expected>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 #include "base/UniqueFd.h"
@@ -20,10 +19,10 @@ struct Pipe {
 /// Makes a pipe, or answers an errno value. Any thread.
 std::expected<Pipe, int> makePipe();
 
-/// Starts `file` (a path; PATH is not searched) as the leader of a process group of its own, with the
-/// null device as standard input, no other descriptor but `output` and `errors`, no signal ignored or
-/// blocked, and this program's environment with LC_ALL=C. Answers an errno value when it cannot be
-/// started, also when the file is missing or is no program. Any thread.
+/// Starts `file` (a path; PATH is not searched) as the leader of a process group of its own, with
+/// the null device as standard input, no other descriptor but `output` and `errors`, no signal
+/// ignored or blocked, and this program's environment with LC_ALL=C. Answers an errno value when it
+/// cannot be started, also when the file is missing or is no program. Any thread.
 std::expected<pid_t, int> spawnChild(const std::string& file, const std::string& name,
                                      const std::vector<std::string>& arguments, int output,
                                      int errors);

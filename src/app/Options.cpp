@@ -55,6 +55,16 @@ void addCommands(CLI::App& program, Options& options) {
       ->add_option("--for", options.seconds, "End after so many seconds")
       ->option_text("SECONDS")
       ->check(CLI::Range(0.0, 1e9));
+  auto* mount = add(Command::mount, "Mount a volume");
+  addDisk(mount, options);
+  mount->add_flag("--read-only", options.readOnly, "Mount it so that it cannot be changed");
+  auto* unmount = add(Command::unmount, "Unmount a volume");
+  addDisk(unmount, options);
+  unmount->add_flag("--force", options.force, "Unmount it although files on it are open");
+  add(Command::occupants, "Show which programs have files open below mount points")
+      ->add_option("PATH", options.paths, "Mount points")
+      ->required();
+  add(Command::drivers, "Show other vendors' NTFS drivers on this machine");
   add(Command::version, "Show the version");
 }
 
@@ -68,6 +78,14 @@ std::string_view commandName(Command command) {
       return "info";
     case Command::watch:
       return "watch";
+    case Command::mount:
+      return "mount";
+    case Command::unmount:
+      return "unmount";
+    case Command::occupants:
+      return "occupants";
+    case Command::drivers:
+      return "drivers";
     case Command::version:
       return "version";
   }

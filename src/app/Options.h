@@ -11,7 +11,7 @@
 
 namespace halvercine::app {
 
-enum class Command { list, info, watch, version };
+enum class Command { list, info, watch, mount, unmount, occupants, drivers, version };
 
 /// What the user asked for.
 struct Options {
@@ -22,6 +22,9 @@ struct Options {
   bool json = false;
   bool noColor = false;
   std::string disk;  ///< the DISK argument of commands that have one
+  std::vector<std::string> paths;  ///< of `occupants`
+  bool readOnly = false;           ///< of `mount`
+  bool force = false;              ///< of `unmount`
   std::optional<double> seconds;   ///< of `watch`: how long, without an end if absent
   bool fast = false;               ///< simulated time passes as fast as it can
 

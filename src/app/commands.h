@@ -30,6 +30,10 @@ std::vector<DiskView> viewDisks(const CommandContext& context);
 
 Answer listCommand(const CommandContext& context);
 Answer infoCommand(const CommandContext& context);
+Answer mountCommand(const CommandContext& context, Machine& machine);
+Answer unmountCommand(const CommandContext& context, Machine& machine);
+Answer occupantsCommand(const CommandContext& context, Machine& machine);
+Answer driversCommand(const CommandContext& context);
 Answer watchCommand(const CommandContext& context, Machine& machine);
 Answer versionCommand(const Options& options);
 

@@ -1,5 +1,5 @@
+#include <algorithm>
 #include <boost/json/array.hpp>
-#include <fmt/format.h>
 
 #include "app/DiskSelector.h"
 #include "app/commands.h"
@@ -46,7 +46,7 @@ base::Task<std::vector<Occupant>> findHolders(const disks::DiskUtility& utility,
 
 Answer toolFailure(const CommandContext& context, std::string toolText,
                    const std::vector<Occupant>& holders) {
-  const auto key = disks::text::errorKey(toolText);
+  const auto key = disks::errorKey(toolText);
   boost::json::array list;
   std::string message = context.text(key);
   if (!toolText.empty()) message += "\n  " + base::displayText(toolText);
@@ -64,7 +64,7 @@ base::Task<Answer> explainFailure(const CommandContext& context,
                                   const disks::DiskUtility& utility, disks::Disk disk,
                                   std::string toolText) {
   std::vector<Occupant> holders;
-  if (mayBeOccupied(disks::text::errorKey(toolText))) {
+  if (mayBeOccupied(disks::errorKey(toolText))) {
     holders = co_await findHolders(utility, std::move(disk));
   }
   co_return toolFailure(context, std::move(toolText), holders);

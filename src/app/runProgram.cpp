@@ -32,6 +32,14 @@ Answer run(const Options& options) {
       return infoCommand(context);
     case Command::watch:
       return watchCommand(context, **machine);
+    case Command::mount:
+      return mountCommand(context, **machine);
+    case Command::unmount:
+      return unmountCommand(context, **machine);
+    case Command::occupants:
+      return occupantsCommand(context, **machine);
+    case Command::drivers:
+      return driversCommand(context);
     case Command::version:
       break;
   }

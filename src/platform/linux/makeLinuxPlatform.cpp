@@ -1,5 +1,8 @@
 #include "platform/linux/makeLinuxPlatform.h"
 
+#include <filesystem>
+#include <map>
+
 #include "platform/linux/InotifyDirectoryWatcher.h"
 #include "platform/linux/LinuxDiskArbitration.h"
 #include "platform/linux/LinuxFileSystems.h"
@@ -8,9 +11,22 @@
 #include "platform/linux/XdgContainers.h"
 #include "platform/posix/AsioClock.h"
 #include "platform/posix/JsonUserDefaults.h"
+#include "platform/posix/PosixToolRunner.h"
 #include "platform/posix/SyslogSystemLog.h"
 
 namespace halvercine::platform::gnulinux {
+namespace {
+
+/// Where the tools are that macOS has at fixed places: our own stand-in for the disk tool beside this
+/// program, and the system's lsof.
+std::map<std::string, std::string> toolPaths() {
+  std::error_code error;
+  const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+  return {{"/usr/sbin/diskutil", (program.parent_path() / "halvercine-diskutil").string()},
+          {"/usr/sbin/lsof", "/usr/bin/lsof"}};
+}
+
+}  // namespace
 
 Platform makeLinuxPlatform(base::MainActor& actor) {
   const auto storage = std::make_shared<Storage>();
@@ -26,6 +42,7 @@ Platform makeLinuxPlatform(base::MainActor& actor) {
     platform.userDefaults =
         std::make_unique<posix::JsonUserDefaults>(*support / "halvercine" / "defaults.json");
   }
+  platform.toolRunner = std::make_unique<posix::PosixToolRunner>(actor, toolPaths());
   platform.directoryWatcher = std::make_unique<InotifyDirectoryWatcher>(actor);
   return platform;
 }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <boost/json/array.hpp>
+#include <sstream>
 
 #include "app/DiskSelector.h"
 #include "app/commands.h"
@@ -27,37 +28,49 @@ ExitStatus statusOf(std::string_view key) {
   return ExitStatus::failed;
 }
 
-/// Everything that has files open on the volume, and what holds its device.
+/// What has files open on the volume; of one that is not mounted, what holds its device. (While it is
+/// mounted, that is whoever serves the file system.)
 base::Task<std::vector<Occupant>> findHolders(const disks::DiskUtility& utility,
                                               disks::Disk disk) {
-  std::vector<Occupant> holders;
   if (disk.mountPath) {
     std::vector<std::string> paths;
     paths.push_back(*disk.mountPath);
-    holders = co_await utility.volumeOccupants(std::move(paths));
+    co_return co_await utility.volumeOccupants(std::move(paths));
   }
+  std::vector<Occupant> holders;
   const auto device = co_await utility.deviceHolderPid(disk.id);
-  const bool isKnown = device && std::any_of(holders.begin(), holders.end(), [&](const auto& holder) {
-    return holder.pid == *device;
-  });
-  if (device && !isKnown) holders.push_back({*device, "", base::devicePath(disk.id)});
+  if (device) holders.push_back({*device, "", base::devicePath(disk.id)});
   co_return holders;
 }
 
-Answer toolFailure(const CommandContext& context, std::string toolText,
-                   const std::vector<Occupant>& holders) {
-  const auto key = disks::errorKey(toolText);
+std::string holderLine(const CommandContext& context, const Occupant& holder) {
+  const auto path = base::displayText(holder.path);
+  const auto pid = std::to_string(holder.pid);
+  if (holder.command.empty()) return context.text("ui.holder.unnamed", {pid, path});
+  return context.text("ui.holder", {pid, base::displayText(holder.command), path});
+}
+
+boost::json::array toJsonList(const std::vector<Occupant>& holders) {
   boost::json::array list;
-  std::string message = context.text(key);
-  if (!toolText.empty()) message += "\n  " + base::displayText(toolText);
   for (const auto& holder : holders) {
     list.push_back({{"pid", holder.pid}, {"command", holder.command}, {"path", holder.path}});
-    message += "\n  " + context.text("ui.holder", {std::to_string(holder.pid),
-                                                  base::displayText(holder.command),
-                                                  base::displayText(holder.path)});
   }
-  return failure(context.options, statusOf(key), key, message,
-                 {{"toolText", toolText}, {"holders", std::move(list)}});
+  return list;
+}
+
+/// The localized text, under it the tool's own words and then what is in the way.
+Answer toolFailure(const CommandContext& context, const std::string& toolText,
+                   const std::vector<Occupant>& holders) {
+  const auto key = disks::errorKey(toolText);
+  auto answer = failure(context.options, statusOf(key), key, context.text(key),
+                        {{"toolText", toolText}, {"holders", toJsonList(holders)}});
+  if (context.options.json) return answer;
+  std::istringstream words(toolText);
+  for (std::string line; std::getline(words, line);) {
+    answer.diagnostic += "\n  " + base::displayText(line);
+  }
+  for (const auto& holder : holders) answer.diagnostic += "\n  " + holderLine(context, holder);
+  return answer;
 }
 
 base::Task<Answer> explainFailure(const CommandContext& context,
@@ -67,7 +80,7 @@ base::Task<Answer> explainFailure(const CommandContext& context,
   if (mayBeOccupied(disks::errorKey(toolText))) {
     holders = co_await findHolders(utility, std::move(disk));
   }
-  co_return toolFailure(context, std::move(toolText), holders);
+  co_return toolFailure(context, toolText, holders);
 }
 
 /// The volume as it is after the command.

@@ -108,8 +108,8 @@ base::Task<std::vector<Occupant>> DiskUtility::openFiles(platform::ToolInvocatio
   const auto shared = std::make_shared<LsofOutput>(std::move(parser));
   // The exit status says nothing: lsof fails when it finds nothing, and also when it finds
   // something but a part of the search has failed.
-  (void)co_await streamTool(runner_, clock_, std::move(lsof),
-                            [shared](std::string_view bytes) { shared->add(bytes); });
+  const auto add = [shared](std::string_view bytes) { shared->add(bytes); };
+  (void)co_await streamTool(runner_, clock_, std::move(lsof), add);
   co_return std::move(*shared).occupants();
 }
 

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <expected>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,7 +20,8 @@
 namespace halvercine::platform::simulated {
 
 BOOST_DEFINE_ENUM_CLASS(Attachment, usb, uas, nvme, sata, sd, thunderbolt, image, apfs)
-BOOST_DEFINE_ENUM_CLASS(EventKind, plug, unplug, mount, unmount, protect, describe, report, replace)
+BOOST_DEFINE_ENUM_CLASS(EventKind, plug, unplug, mount, unmount, protect, describe, report, replace,
+                        startProcess, endProcess, open, close)
 
 struct ScenarioSystem {
   std::string macOS = "26.4.0";
@@ -60,6 +62,41 @@ struct ScenarioReport {
 };
 BOOST_DESCRIBE_STRUCT(ScenarioReport, (), (reason, age, deviceID, bootSession, ownerID, raw))
 
+/// One text, or a list of them.
+struct TextOrList {
+  std::vector<std::string> texts;
+};
+
+/// Which driver mounts a volume when the system is asked to, and how the file-system module serves
+/// it.
+struct ScenarioModule {
+  std::string driver = "module";  ///< "module", "system", or another vendor's name
+  TextOrList mounts{{"readWrite"}};  ///< what the module reports, one for each mount; the last stays
+  double refreshSeconds = 60;        ///< between two writings of the report; 0: written once
+  double reportDelay = 0;            ///< seconds from the mount to its report
+  std::optional<double> diesAfter;   ///< seconds from the mount to the module's end
+};
+BOOST_DESCRIBE_STRUCT(ScenarioModule, (), (driver, mounts, refreshSeconds, reportDelay, diesAfter))
+
+/// The module's record of a BitLocker volume.
+struct ScenarioBitLocker {
+  std::optional<std::string> guid;
+  std::optional<std::string> label;
+  std::string state = "locked";
+  bool hasPasswordProtector = true;
+  bool hasRecoveryProtector = true;
+  bool hasClearKey = false;
+  bool hasStartupKeyProtector = false;
+  bool tpmOnly = false;
+  std::optional<std::uint32_t> encryptionMethod;
+  std::optional<std::string> errorMessage;
+  std::optional<bool> usedSpaceOnly;
+};
+BOOST_DESCRIBE_STRUCT(ScenarioBitLocker, (),
+                      (guid, label, state, hasPasswordProtector, hasRecoveryProtector, hasClearKey,
+                       hasStartupKeyProtector, tpmOnly, encryptionMethod, errorMessage,
+                       usedSpaceOnly))
+
 /// One entry of the registry above a medium.
 struct ScenarioChainLink {
   static constexpr std::string_view requiredKeys[] = {"class"};
@@ -88,10 +125,12 @@ struct ScenarioMedia {
   PropertyOverrides registry;
   std::optional<ScenarioMount> mount;
   std::optional<ScenarioReport> report;
+  std::optional<ScenarioModule> module;
+  std::optional<ScenarioBitLocker> bitLocker;
 };
 BOOST_DESCRIBE_STRUCT(ScenarioMedia, (),
                       (disk, name, kind, uuid, mediaUUID, mediaName, className, content, size,
-                       writable, entryID, description, registry, mount, report))
+                       writable, entryID, description, registry, mount, report, module, bitLocker))
 
 struct ScenarioDevice : ScenarioMedia {
   bool plugged = true;
@@ -112,12 +151,42 @@ BOOST_DESCRIBE_STRUCT(ScenarioDevice, (ScenarioMedia),
                       (plugged, attachment, model, vendor, serial, revision, solidState, speed,
                        blockSize, removable, internal, chain, volumes))
 
+/// A running process, as far as anybody is in its way.
+struct ScenarioProcess {
+  static constexpr std::string_view requiredKeys[] = {"pid", "command"};
+
+  std::int32_t pid = 0;
+  std::string command;
+  std::vector<std::string> files;    ///< absolute paths that it has open
+  std::vector<std::string> devices;  ///< BSD names that it has open, "disk4s1" or raw, "rdisk4s1"
+};
+BOOST_DESCRIBE_STRUCT(ScenarioProcess, (), (pid, command, files, devices))
+
+/// How a command-line tool behaves when it is run with certain arguments.
+struct ScenarioTool {
+  std::optional<std::string> tool;  ///< its name; any when absent
+  std::vector<std::string> match;   ///< the first arguments
+  std::optional<std::int64_t> times;
+  std::optional<double> seconds;
+  std::optional<int> status;
+  std::optional<std::string> text;
+  std::optional<int> signal;
+  bool hang = false;
+  bool ignoresTerminate = false;
+  std::optional<std::string> startError;
+  std::optional<std::int64_t> megabytes;
+  std::optional<std::string> then;  ///< "do" or "nothing": whether it does its work
+};
+BOOST_DESCRIBE_STRUCT(ScenarioTool, (),
+                      (tool, match, times, seconds, status, text, signal, hang, ignoresTerminate,
+                       startError, megabytes, then))
+
 struct ScenarioEvent {
-  static constexpr std::string_view requiredKeys[] = {"at", "event", "disk"};
+  static constexpr std::string_view requiredKeys[] = {"at", "event"};
 
   double at = 0;  ///< seconds after the start
   EventKind event = EventKind::plug;
-  std::string disk;
+  std::string disk;  ///< empty for what happens to a process
   bool silent = false;  ///< the service's callbacks for it are lost
   std::optional<ScenarioMount> mount;
   std::optional<ScenarioReport> report;
@@ -126,10 +195,17 @@ struct ScenarioEvent {
   std::optional<PropertyOverrides> registry;
   std::optional<ScenarioDevice> device;
   std::optional<bool> remove;
+  std::optional<ScenarioProcess> process;
+  std::optional<std::int32_t> pid;
+  std::optional<std::vector<std::string>> files;
+  std::optional<std::vector<std::string>> devices;
 };
 BOOST_DESCRIBE_STRUCT(ScenarioEvent, (),
                       (at, event, disk, silent, mount, report, isProtected, description, registry,
-                       device, remove))
+                       device, remove, process, pid, files, devices))
+
+/// Files and (without a text) folders, by absolute path or below "~/".
+using ScenarioFiles = std::map<std::string, std::optional<std::string>>;
 
 struct Scenario {
   static constexpr std::string_view requiredKeys[] = {"format"};
@@ -138,9 +214,13 @@ struct Scenario {
   std::string description;
   ScenarioSystem system;
   std::vector<ScenarioDevice> devices;
+  std::vector<ScenarioProcess> processes;
+  std::vector<ScenarioTool> tools;
+  ScenarioFiles files;
   std::vector<ScenarioEvent> timeline;
 };
-BOOST_DESCRIBE_STRUCT(Scenario, (), (format, description, system, devices, timeline))
+BOOST_DESCRIBE_STRUCT(Scenario, (),
+                      (format, description, system, devices, processes, tools, files, timeline))
 
 /// What is wrong with a scenario, in English, beginning with the place ("devices[1].volumes[0].…").
 /// It may quote the scenario's own text: clean it for display.

@@ -33,4 +33,16 @@ std::filesystem::path SimulatedFolders::systemPath(const std::filesystem::path& 
   return *root_.path() / inside.lexically_normal().relative_path();
 }
 
+bool SimulatedFolders::create(const ScenarioFiles& files) const {
+  bool made = true;
+  for (const auto& [name, text] : files) {
+    const auto below = name.starts_with("~/") ? home().value_or("/nonexistent") / name.substr(2)
+                                              : systemPath(name);
+    const auto folder = text ? below.parent_path() : below;
+    made = made && !base::makePrivateDirectory(folder);
+    if (text) made = made && !base::replacePrivateFile(below, *text);
+  }
+  return made;
+}
+
 }  // namespace halvercine::platform::simulated

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/simulated/Scenario.h"
 #include "platform/simulated/TemporaryDirectory.h"
 
 namespace halvercine::platform::simulated {
@@ -24,6 +25,9 @@ class SimulatedFolders {
   /// The place inside the folder for an absolute path of the system; it need not exist. Without a
   /// folder a path that leads nowhere.
   std::filesystem::path systemPath(const std::filesystem::path& absolute) const;
+
+  /// Makes the scenario's files; false when one of them could not be made.
+  bool create(const ScenarioFiles& files) const;
 
  private:
   TemporaryDirectory root_;

@@ -1,7 +1,6 @@
 #include "platform/simulated/SimulatedMac.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "platform/posix/AsioClock.h"
@@ -11,7 +10,12 @@
 namespace halvercine::platform::simulated {
 namespace {
 
-Uptime offsetOf(const ScenarioEvent& event) { return Uptime(std::llround(event.at * 1e9)); }
+Uptime offsetOf(const ScenarioEvent& event) { return uptimeOf(event.at); }
+
+std::string subjectOf(const ScenarioEvent& event) {
+  if (!event.disk.empty()) return event.disk;
+  return "process " + std::to_string(event.process ? event.process->pid : event.pid.value_or(0));
+}
 
 }  // namespace
 
@@ -65,7 +69,7 @@ void SimulatedMac::playDueEvents() {
     // The program itself may have changed the disk meanwhile: unmounted what was to be unmounted.
     if (!playEvent(event, *machine_)) {
       machine_->log().write(LogLevel::info, "simulation: the event at " + std::to_string(event.at) +
-                                                " s has no effect on " + event.disk);
+                                                " s has no effect on " + subjectOf(event));
     }
   }
   armTimeline();

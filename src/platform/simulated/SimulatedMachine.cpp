@@ -1,10 +1,8 @@
 #include "platform/simulated/SimulatedMachine.h"
 
 #include <ranges>
-#include <system_error>
 #include <utility>
 
-#include "base/PrivateFiles.h"
 #include "platform/simulated/completeDevice.h"
 #include "platform/simulated/moduleReport.h"
 #include "platform/simulated/presets.h"
@@ -38,9 +36,16 @@ SimulatedMachine::SimulatedMachine(base::MainActor& actor, std::shared_ptr<Clock
       macOSVersion_(versionFromText(scenario.system.macOS)),
       sessions_(actor),
       folderWatches_(actor),
+      container_(folders_, folderWatches_, scenario.system.groupContainer),
+      bitLocker_(clock_, container_),
+      toolScripts_(scenario.tools),
       arbitrationAvailable_(scenario.system.diskArbitration),
-      groupContainerAvailable_(scenario.system.groupContainer),
-      bootSession_(scenario.system.bootSession) {
+      bootSession_(scenario.system.bootSession),
+      module_(*this, clock_) {
+  if (!folders_.create(scenario.files)) {
+    log_.write(LogLevel::error, "simulation: not all files could be made");
+  }
+  for (const auto& process : scenario.processes) processes_.start(process);
   reserveEntryIds(scenario, registry_);
   for (const auto& device : scenario.devices) add(device);
 }
@@ -86,10 +91,15 @@ bool SimulatedMachine::mount(const std::string& disk, const ScenarioMount& mount
 }
 
 bool SimulatedMachine::unmount(const std::string& disk) {
-  const std::lock_guard lock(mutex_);
-  auto* media = find(disk);
-  if (!media || !mounts_.unmount(disk)) return false;
-  refresh(*media);
+  {
+    const std::lock_guard lock(mutex_);
+    auto* media = find(disk);
+    const auto path = mounts_.pathOf(disk);
+    if (!media || !mounts_.unmount(disk)) return false;
+    processes_.loseBelow(*path);
+    refresh(*media);
+  }
+  module_.unmounted(disk);
   return true;
 }
 
@@ -119,21 +129,20 @@ bool SimulatedMachine::change(const std::string& disk, const PropertyOverrides& 
 }
 
 bool SimulatedMachine::writeReport(const std::string& disk, const ScenarioReport& report) {
-  const auto path = reportPath(disk);
-  if (!path) return false;
-  const auto text = moduleReportText(report, entryId(disk).value_or(0), bootSession().value_or(""),
-                                     clock_->now());
-  if (base::replacePrivateFile(*path, text)) return false;
-  folderWatches_.announce(path->parent_path());
+  if (!putReport(disk, report)) return false;
+  const auto view = look(disk);
+  if (view && view->mountPath) module_.adopt(view->media, report);
   return true;
 }
 
+bool SimulatedMachine::putReport(const std::string& disk, const ScenarioReport& report) {
+  return container_.write(moduleReportName(disk),
+                          moduleReportText(report, entryId(disk).value_or(0),
+                                           bootSession().value_or(""), clock_->now()));
+}
+
 bool SimulatedMachine::removeReport(const std::string& disk) {
-  const auto path = reportPath(disk);
-  std::error_code error;
-  if (!path || !std::filesystem::remove(*path, error)) return false;
-  folderWatches_.announce(path->parent_path());
-  return true;
+  return container_.remove(moduleReportName(disk));
 }
 
 void SimulatedMachine::setBootSession(std::optional<std::string> bootSession) {
@@ -146,10 +155,12 @@ std::optional<std::string> SimulatedMachine::bootSession() const {
   return bootSession_;
 }
 
-std::optional<std::filesystem::path> SimulatedMachine::groupContainer(
-    std::string_view group) const {
-  if (!groupContainerAvailable_) return std::nullopt;
-  return folders_.groupContainer(group);
+std::optional<MediaView> SimulatedMachine::look(const std::string& disk) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = media_.find(disk);
+  if (found == media_.end()) return std::nullopt;
+  const auto& media = found->second;
+  return MediaView{media.definition, media.device, media.id, media.writable, mounts_.pathOf(disk)};
 }
 
 std::optional<PropertyDictionary> SimulatedMachine::describe(const std::string& disk) const {
@@ -247,6 +258,10 @@ bool SimulatedMachine::removeDevice(const std::string& disk) {
 
 void SimulatedMachine::removeMedia(const std::string& disk) {
   const auto id = media_.at(disk).id;
+  if (const auto path = mounts_.pathOf(disk)) processes_.loseBelow(*path);
+  processes_.loseDevice(disk);
+  module_.lost(disk);
+  bitLocker_.lost(disk);
   mounts_.unmount(disk);
   registry_.removeChain(id);
   disks_.erase(id);
@@ -287,25 +302,24 @@ void SimulatedMachine::settleLater(std::vector<EntryId> ids) {
 }
 
 void SimulatedMachine::settle(const std::vector<EntryId>& ids) {
-  std::vector<std::pair<std::string, ScenarioReport>> reports;
-  {
-    const std::lock_guard lock(mutex_);
-    for (const auto id : ids) {
-      const auto disk = disks_.find(id);
-      if (disk == disks_.end()) continue;
-      auto& media = media_.at(disk->second);
-      const auto& defined = media.definition;
-      if (defined.report) reports.emplace_back(defined.disk, *defined.report);
-      if (defined.mount && mounts_.mount(defined, *defined.mount)) refresh(media);
-    }
+  std::vector<MediaView> settled;
+  for (const auto id : ids) {
+    if (auto view = settleMount(id)) settled.push_back(std::move(*view));
   }
-  for (const auto& [disk, report] : reports) writeReport(disk, report);
+  for (const auto& view : settled) {
+    if (view.media.report) writeReport(view.media.disk, *view.media.report);
+    bitLocker_.appeared(view.media, view.id);
+  }
 }
 
-std::optional<std::filesystem::path> SimulatedMachine::reportPath(const std::string& disk) const {
-  const auto container = groupContainer(sharedGroup);
-  if (!container) return std::nullopt;
-  return *container / moduleReportName(disk);
+std::optional<MediaView> SimulatedMachine::settleMount(EntryId id) {
+  const std::lock_guard lock(mutex_);
+  const auto disk = disks_.find(id);
+  if (disk == disks_.end()) return std::nullopt;
+  auto& media = media_.at(disk->second);
+  const auto& defined = media.definition;
+  if (defined.mount && mounts_.mount(defined, *defined.mount)) refresh(media);
+  return MediaView{defined, media.device, id, media.writable, mounts_.pathOf(defined.disk)};
 }
 
 }  // namespace halvercine::platform::simulated

@@ -16,14 +16,28 @@
 #include "platform/FileSystems.h"
 #include "platform/SystemInfo.h"
 #include "platform/simulated/DiskSessions.h"
+#include "platform/simulated/FileSystemModule.h"
 #include "platform/simulated/FolderWatches.h"
 #include "platform/simulated/MountTable.h"
+#include "platform/simulated/ProcessTable.h"
 #include "platform/simulated/RegistryTree.h"
 #include "platform/simulated/Scenario.h"
+#include "platform/simulated/SharedContainer.h"
+#include "platform/simulated/SimulatedBitLocker.h"
 #include "platform/simulated/SimulatedFolders.h"
 #include "platform/simulated/SimulatedLog.h"
+#include "platform/simulated/ToolScripts.h"
 
 namespace halvercine::platform::simulated {
+
+/// A medium as it is now.
+struct MediaView {
+  ScenarioMedia media;  // with the changes since it was plugged in
+  std::shared_ptr<const ScenarioDevice> device;
+  EntryId id = 0;
+  bool writable = true;
+  std::optional<std::string> mountPath;
+};
 
 /// Disks, mounts, registry and folders in memory. What changes it is called on the main actor and
 /// answers false when the thing cannot happen now (no such disk, mounted already); the service's
@@ -50,6 +64,8 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   /// Mounts a volume; where, is for the system to say when `path` is absent. False also when
   /// something else is mounted there.
   bool mount(const std::string& disk, const ScenarioMount& mount);
+
+  /// Unmounts a volume whether it is in use or not; its open files are lost.
   bool unmount(const std::string& disk);
 
   /// The write protection of a volume, or of a whole disk with all its volumes.
@@ -61,7 +77,9 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
               const PropertyOverrides& registry = {});
 
   /// Writes or removes the module's report on a disk. False also when the file system refuses.
+  /// `putReport` is for the module itself, which keeps fresh what comes through `writeReport`.
   bool writeReport(const std::string& disk, const ScenarioReport& report);
+  bool putReport(const std::string& disk, const ScenarioReport& report);
   bool removeReport(const std::string& disk);
 
   /// While set, the service announces nothing.
@@ -70,14 +88,17 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   /// What the kernel says; nothing makes asking for it fail.
   void setBootSession(std::optional<std::string> bootSession);
   void setArbitrationAvailable(bool available) { arbitrationAvailable_ = available; }
-  void setGroupContainerAvailable(bool available) { groupContainerAvailable_ = available; }
+  void setGroupContainerAvailable(bool available) { container_.setAvailable(available); }
 
   bool arbitrationAvailable() const { return arbitrationAvailable_; }
   std::optional<std::string> bootSession() const;
   std::optional<SystemVersion> macOSVersion() const { return macOSVersion_; }
-  std::optional<std::filesystem::path> groupContainer(std::string_view group) const;
+  std::optional<std::filesystem::path> groupContainer(std::string_view group) const {
+    return container_.path(group);
+  }
   const SimulatedFolders& folders() const { return folders_; }
 
+  std::optional<MediaView> look(const std::string& disk) const;
   std::optional<PropertyDictionary> describe(const std::string& disk) const;
   std::optional<FileSystemStatistics> statistics(const std::string& path) const;
   VolumeResourceValues resourceValues(const std::string& path) const;
@@ -91,9 +112,13 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   std::optional<PropertyValue> registryProperty(EntryId id, std::string_view key) const;
 
   /// Main actor, like what changes the machine.
-  PropertyDictionary& userDefaults() { return userDefaults_; }
   DiskSessions& sessions() { return sessions_; }
+  FileSystemModule& module() { return module_; }
+  ProcessTable& processes() { return processes_; }
+  const ProcessTable& processes() const { return processes_; }
+  ToolScripts& toolScripts() { return toolScripts_; }
   /// Any thread.
+  base::MainActor& actor() { return actor_; }
   SimulatedLog& log() { return log_; }
   FolderWatches& folderWatches() { return folderWatches_; }
 
@@ -119,7 +144,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   void settleLater(std::vector<EntryId> ids);
 
   void settle(const std::vector<EntryId>& ids);
-  std::optional<std::filesystem::path> reportPath(const std::string& disk) const;
+  std::optional<MediaView> settleMount(EntryId id);
 
   base::MainActor& actor_;
   std::shared_ptr<Clock> clock_;
@@ -128,10 +153,12 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   SimulatedLog log_;
   DiskSessions sessions_;
   FolderWatches folderWatches_;
-  PropertyDictionary userDefaults_;
+  SharedContainer container_;
+  SimulatedBitLocker bitLocker_;
+  ProcessTable processes_;
+  ToolScripts toolScripts_;
   bool callbacksLost_ = false;
   std::atomic<bool> arbitrationAvailable_;
-  std::atomic<bool> groupContainerAvailable_;
 
   mutable std::mutex mutex_;
   std::optional<std::string> bootSession_;
@@ -140,6 +167,8 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   std::map<EntryId, std::string> disks_;
   MountTable mounts_;
   RegistryTree registry_;
+
+  FileSystemModule module_;  // uses all of the above
 };
 
 }  // namespace halvercine::platform::simulated

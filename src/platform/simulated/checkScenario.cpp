@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/PrivateFiles.h"
 #include "platform/simulated/scenarioTexts.h"
 
 namespace halvercine::platform::simulated {
@@ -32,6 +33,31 @@ Fault checkNotNegative(const std::optional<std::int64_t>& number, const std::str
   return fault(place, "must not be negative");
 }
 
+Fault checkReason(const std::string& reason, const std::string& place) {
+  if (std::ranges::find(knownReasons, reason) != std::end(knownReasons)) return std::nullopt;
+  std::string known;
+  for (const auto one : knownReasons) known += (known.empty() ? "" : ", ") + std::string(one);
+  return fault(place, "expected one of: " + known);
+}
+
+Fault checkModule(const ScenarioModule& module, const std::string& place) {
+  if (module.driver.empty()) return fault(below(place, "driver"), "must not be empty");
+  for (const auto& reason : module.mounts.texts) {
+    if (auto found = checkReason(reason, below(place, "mounts"))) return found;
+  }
+  if (auto found = checkSeconds(module.refreshSeconds, below(place, "refreshSeconds"))) {
+    return found;
+  }
+  if (auto found = checkSeconds(module.reportDelay, below(place, "reportDelay"))) return found;
+  return checkSeconds(module.diesAfter.value_or(0), below(place, "diesAfter"));
+}
+
+/// The key becomes a file name.
+Fault checkBitLocker(const ScenarioBitLocker& bitLocker, const std::string& place) {
+  if (!bitLocker.guid || base::isPlainFileName(*bitLocker.guid)) return std::nullopt;
+  return fault(below(place, "guid"), "cannot be part of a file name");
+}
+
 Fault checkMedia(const ScenarioMedia& media, const std::string& place, TakenNames& taken) {
   if (!taken.disks.insert(media.disk).second) {
     return fault(below(place, "disk"), "'" + media.disk + "' occurs twice");
@@ -46,7 +72,13 @@ Fault checkMedia(const ScenarioMedia& media, const std::string& place, TakenName
   if (media.mount) {
     if (auto found = checkMount(*media.mount, below(place, "mount"))) return found;
   }
-  if (media.report) return checkReport(*media.report, below(place, "report"));
+  if (media.report) {
+    if (auto found = checkReport(*media.report, below(place, "report"))) return found;
+  }
+  if (media.module) {
+    if (auto found = checkModule(*media.module, below(place, "module"))) return found;
+  }
+  if (media.bitLocker) return checkBitLocker(*media.bitLocker, below(place, "bitLocker"));
   return std::nullopt;
 }
 
@@ -81,10 +113,7 @@ Fault checkMount(const ScenarioMount& mount, const std::string& place) {
 }
 
 Fault checkReport(const ScenarioReport& report, const std::string& place) {
-  if (std::ranges::find(knownReasons, report.reason) != std::end(knownReasons)) return std::nullopt;
-  std::string known;
-  for (const auto reason : knownReasons) known += (known.empty() ? "" : ", ") + std::string(reason);
-  return fault(below(place, "reason"), "expected one of: " + known);
+  return checkReason(report.reason, below(place, "reason"));
 }
 
 Fault checkDevice(const ScenarioDevice& device, const std::string& place, TakenNames& taken) {
@@ -113,6 +142,15 @@ Fault findScenarioFault(const Scenario& scenario) {
     if (auto found = checkDevice(scenario.devices[i], below("devices", i), taken)) return found;
   }
   if (auto found = checkMountPaths(scenario.devices)) return found;
+  std::set<std::int32_t> pids;
+  for (std::size_t i = 0; i < scenario.processes.size(); ++i) {
+    const auto place = below("processes", i);
+    if (auto found = checkProcess(scenario.processes[i], place)) return found;
+    if (!pids.insert(scenario.processes[i].pid).second) {
+      return fault(below(place, "pid"), "occurs twice");
+    }
+  }
+  if (auto found = checkTools(scenario)) return found;
   return checkTimeline(scenario);
 }
 

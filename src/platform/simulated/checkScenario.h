@@ -19,6 +19,16 @@ struct TakenNames {
 Fault checkMount(const ScenarioMount& mount, const std::string& place);
 Fault checkReport(const ScenarioReport& report, const std::string& place);
 
+Fault checkProcess(const ScenarioProcess& process, const std::string& place);
+Fault checkOpen(const std::vector<std::string>& files, const std::vector<std::string>& devices,
+                const std::string& place);
+
+/// Seconds from 0 to a year: far beyond any demonstration, and far from the end of the clock.
+Fault checkSeconds(double seconds, const std::string& place);
+
+/// The scripted behaviour of tools, and the files.
+Fault checkTools(const Scenario& scenario);
+
 /// Adds the device's names to `taken`, or finds one that is there already.
 Fault checkDevice(const ScenarioDevice& device, const std::string& place, TakenNames& taken);
 

@@ -7,9 +7,6 @@
 namespace halvercine::platform::simulated {
 namespace {
 
-/// A year: far beyond any demonstration, and far from the end of the clock.
-constexpr double latest = 366.0 * 24 * 3600;
-
 struct GivenKey {
   std::string_view key;
   bool isGiven;
@@ -31,16 +28,46 @@ std::vector<std::string_view> keysOf(EventKind kind) {
       return {"report", "remove"};
     case EventKind::replace:
       return {"device"};
+    case EventKind::startProcess:
+      return {"process"};
+    case EventKind::endProcess:
+      return {"pid"};
+    case EventKind::open:
+    case EventKind::close:
+      return {"pid", "files", "devices"};
   }
   return {};
 }
 
+bool isOfProcess(EventKind kind) {
+  return kind == EventKind::startProcess || kind == EventKind::endProcess ||
+         kind == EventKind::open || kind == EventKind::close;
+}
+
+/// The disk or the process that an event is about.
+Fault checkSubject(const ScenarioEvent& event, const std::string& place) {
+  if (!isOfProcess(event.event)) {
+    return event.disk.empty() ? fault(below(place, "disk"), "missing") : std::nullopt;
+  }
+  if (!event.disk.empty()) return fault(below(place, "disk"), "has no meaning for this event");
+  if (event.event == EventKind::startProcess) {
+    return event.process ? std::nullopt : fault(below(place, "process"), "missing");
+  }
+  return event.pid ? std::nullopt : fault(below(place, "pid"), "missing");
+}
+
 Fault checkKeys(const ScenarioEvent& event, const std::string& place) {
-  const GivenKey given[] = {
-      {"mount", event.mount.has_value()},           {"report", event.report.has_value()},
-      {"protected", event.isProtected.has_value()}, {"description", event.description.has_value()},
-      {"registry", event.registry.has_value()},     {"device", event.device.has_value()},
-      {"remove", event.remove.has_value()}};
+  const GivenKey given[] = {{"mount", event.mount.has_value()},
+                            {"report", event.report.has_value()},
+                            {"protected", event.isProtected.has_value()},
+                            {"description", event.description.has_value()},
+                            {"registry", event.registry.has_value()},
+                            {"device", event.device.has_value()},
+                            {"remove", event.remove.has_value()},
+                            {"process", event.process.has_value()},
+                            {"pid", event.pid.has_value()},
+                            {"files", event.files.has_value()},
+                            {"devices", event.devices.has_value()}};
   const auto known = keysOf(event.event);
   for (const auto& [key, isGiven] : given) {
     if (isGiven && std::ranges::find(known, key) == known.end()) {
@@ -60,14 +87,20 @@ Fault checkKeys(const ScenarioEvent& event, const std::string& place) {
 
 /// The values inside an event that are checked as they are in a device.
 Fault checkValues(const ScenarioEvent& event, const std::string& place) {
-  if (!(event.at >= 0 && event.at <= latest)) {
-    return fault(below(place, "at"), "expected seconds from 0 to a year");
-  }
+  if (auto found = checkSeconds(event.at, below(place, "at"))) return found;
   if (event.mount) {
     if (auto found = checkMount(*event.mount, below(place, "mount"))) return found;
   }
   if (event.report) {
     if (auto found = checkReport(*event.report, below(place, "report"))) return found;
+  }
+  if (event.process) {
+    if (auto found = checkProcess(*event.process, below(place, "process"))) return found;
+  }
+  using Names = std::vector<std::string>;
+  if (auto found =
+          checkOpen(event.files.value_or(Names()), event.devices.value_or(Names()), place)) {
+    return found;
   }
   if (!event.device) return std::nullopt;
   TakenNames taken;
@@ -80,11 +113,12 @@ Fault checkValues(const ScenarioEvent& event, const std::string& place) {
 /// Which disks are there and mounted while the timeline is played.
 class Play {
  public:
-  explicit Play(const std::vector<ScenarioDevice>& devices) {
-    for (const auto& device : devices) {
+  explicit Play(const Scenario& scenario) {
+    for (const auto& device : scenario.devices) {
       define(device);
       if (device.plugged) add(device);
     }
+    for (const auto& process : scenario.processes) pids_.insert(process.pid);
   }
 
   Fault step(const ScenarioEvent& event, const std::string& place) {
@@ -115,6 +149,16 @@ class Play {
         return needMedia(event, disk);
       case EventKind::report:
         return isKnown(event.disk) ? std::nullopt : unknown(event.disk, disk);
+      case EventKind::startProcess:
+        if (pids_.insert(event.process->pid).second) return std::nullopt;
+        return fault(below(place, "process.pid"), "runs already");
+      case EventKind::endProcess:
+        if (pids_.erase(*event.pid) > 0) return std::nullopt;
+        return fault(below(place, "pid"), "no such process runs at that time");
+      case EventKind::open:
+      case EventKind::close:
+        if (pids_.contains(*event.pid)) return std::nullopt;
+        return fault(below(place, "pid"), "no such process runs at that time");
     }
     return std::nullopt;
   }
@@ -170,6 +214,7 @@ class Play {
   std::map<std::string, const ScenarioDevice*> devices_;
   std::set<std::string> known_;
   std::map<std::string, bool> mounted_;
+  std::set<std::int32_t> pids_;
 };
 
 }  // namespace
@@ -179,12 +224,13 @@ Fault checkTimeline(const Scenario& scenario) {
   for (std::size_t i = 0; i < timeline.size(); ++i) {
     const auto place = below("timeline", i);
     if (auto found = checkValues(timeline[i], place)) return found;
+    if (auto found = checkSubject(timeline[i], place)) return found;
     if (auto found = checkKeys(timeline[i], place)) return found;
   }
   std::vector<std::size_t> order(timeline.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
   std::ranges::stable_sort(order, {}, [&](std::size_t i) { return timeline[i].at; });
-  Play play(scenario.devices);
+  Play play(scenario);
   for (const auto i : order) {
     if (auto found = play.step(timeline[i], below("timeline", i))) return found;
   }

@@ -90,11 +90,17 @@ std::string standardSerial(const ScenarioDevice& device) {
   return made.substr(0, 8) + made.substr(24, 4);
 }
 
+void completeBitLocker(const ScenarioDevice& device, ScenarioMedia& media) {
+  if (!media.bitLocker) return;
+  setDefault(media.bitLocker->guid, *standardUuid(device, media, "BitLocker"));
+}
+
 void completeUuids(const ScenarioDevice& device, ScenarioMedia& media) {
   setDefault(media.uuid, media.kind ? standardUuid(device, media, "volume") : std::nullopt);
   // An old partition table gives its slices no identity.
   const bool identified = device.content == guidScheme || device.content == apfsContainer;
   setDefault(media.mediaUUID, identified ? standardUuid(device, media, "media") : std::nullopt);
+  completeBitLocker(device, media);
 }
 
 void completeWhole(ScenarioDevice& device) {
@@ -124,6 +130,7 @@ void completeWhole(ScenarioDevice& device) {
   setDefault(device.uuid, device.kind ? standardUuid(device, device, "volume") : std::nullopt);
   setDefault(device.mediaUUID,
              kind == Attachment::apfs ? standardUuid(device, device, "media") : std::nullopt);
+  completeBitLocker(device, device);
 }
 
 /// An equal part of what the volumes with a size of their own leave. The volumes of an APFS

@@ -8,6 +8,8 @@ bool playMount(const ScenarioEvent& event, SimulatedMachine& machine) {
   return !event.report || machine.writeReport(event.disk, *event.report);
 }
 
+using Names = std::vector<std::string>;
+
 bool play(const ScenarioEvent& event, SimulatedMachine& machine) {
   switch (event.event) {
     case EventKind::plug:
@@ -28,6 +30,16 @@ bool play(const ScenarioEvent& event, SimulatedMachine& machine) {
                           : machine.removeReport(event.disk);
     case EventKind::replace:
       return event.device && machine.replace(*event.device);
+    case EventKind::startProcess:
+      return event.process && machine.processes().start(*event.process);
+    case EventKind::endProcess:
+      return machine.processes().end(event.pid.value_or(0));
+    case EventKind::open:
+      return machine.processes().open(event.pid.value_or(0), event.files.value_or(Names()),
+                                      event.devices.value_or(Names()));
+    case EventKind::close:
+      return machine.processes().close(event.pid.value_or(0), event.files.value_or(Names()),
+                                       event.devices.value_or(Names()));
   }
   return false;
 }

@@ -2,6 +2,9 @@
 
 #include <utility>
 
+#include "platform/posix/JsonUserDefaults.h"
+#include "platform/simulated/SimulatedToolRunner.h"
+
 namespace halvercine::platform::simulated {
 namespace {
 
@@ -62,29 +65,6 @@ class SimulatedContainers : public Containers {
   std::optional<std::filesystem::path> home() override { return machine_->folders().home(); }
   std::filesystem::path systemPath(const std::filesystem::path& absolute) override {
     return machine_->folders().systemPath(absolute);
-  }
-
- private:
-  Machine machine_;
-};
-
-class SimulatedUserDefaults : public UserDefaults {
- public:
-  explicit SimulatedUserDefaults(Machine machine) : machine_(std::move(machine)) {}
-
-  std::optional<PropertyValue> value(std::string_view key) override {
-    const auto& stored = machine_->userDefaults();
-    const auto found = stored.find(key);
-    if (found == stored.end()) return std::nullopt;
-    return found->second;
-  }
-  bool setValue(std::string_view key, const PropertyValue& value) override {
-    machine_->userDefaults().insert_or_assign(std::string(key), value);
-    return true;
-  }
-  bool remove(std::string_view key) override {
-    machine_->userDefaults().erase(std::string(key));
-    return true;
   }
 
  private:
@@ -202,6 +182,13 @@ class SimulatedDirectoryWatcher : public DirectoryWatcher {
   Machine machine_;
 };
 
+std::unique_ptr<UserDefaults> makeUserDefaults(const SimulatedMachine& machine) {
+  const auto& folders = machine.folders();
+  const auto home = folders.home().value_or(folders.systemPath("/Users/simulated"));
+  return std::make_unique<posix::JsonUserDefaults>(home / "Library" / "Preferences" /
+                                                   "halvercine.json");
+}
+
 }  // namespace
 
 Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
@@ -211,11 +198,12 @@ Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
   platform.systemLog = std::make_unique<SimulatedSystemLog>(machine);
   platform.systemInfo = std::make_unique<SimulatedSystemInfo>(machine);
   platform.containers = std::make_unique<SimulatedContainers>(machine);
-  platform.userDefaults = std::make_unique<SimulatedUserDefaults>(machine);
+  platform.userDefaults = makeUserDefaults(*machine);
   platform.fileSystems = std::make_unique<SimulatedFileSystems>(machine);
   platform.mediaRegistry = std::make_unique<SimulatedMediaRegistry>(machine);
   platform.diskArbitration = std::make_unique<SimulatedDiskArbitration>(machine);
   platform.directoryWatcher = std::make_unique<SimulatedDirectoryWatcher>(machine);
+  platform.toolRunner = std::make_unique<SimulatedToolRunner>(machine, clock);
   return platform;
 }
 

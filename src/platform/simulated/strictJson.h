@@ -103,6 +103,30 @@ inline Fault readStrictly(const boost::json::value& value, const std::string& pl
   return std::nullopt;
 }
 
+inline Fault readStrictly(const boost::json::value& value, const std::string& place,
+                          TextOrList& result) {
+  result.texts.clear();
+  if (!value.is_array()) return readStrictly(value, place, result.texts.emplace_back());
+  if (value.get_array().empty()) return fault(place, "must not be empty");
+  for (const auto& element : value.get_array()) {
+    const auto at = below(place, result.texts.size());
+    if (auto found = readStrictly(element, at, result.texts.emplace_back())) return found;
+  }
+  return std::nullopt;
+}
+
+inline Fault readStrictly(const boost::json::value& value, const std::string& place,
+                          ScenarioFiles& result) {
+  if (!value.is_object()) return fault(place, "expected an object");
+  for (const auto& member : value.get_object()) {
+    auto& content = result[std::string(member.key())];
+    if (member.value().is_null()) continue;
+    const auto at = place + "['" + std::string(member.key()) + "']";
+    if (auto found = readStrictly(member.value(), at, content.emplace())) return found;
+  }
+  return std::nullopt;
+}
+
 template <class T>
 Fault readStrictly(const boost::json::value& value, const std::string& place,
                    std::vector<T>& result) {

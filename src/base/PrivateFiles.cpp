@@ -31,9 +31,11 @@ std::error_code writeFully(int fd, std::string_view content) {
 }
 
 std::filesystem::path temporaryBeside(const std::filesystem::path& path) {
-  const auto unique = to_string(boost::uuids::random_generator()());
-  return path.parent_path() /
-         ("." + path.filename().string() + ".tmp-" + boost::algorithm::to_upper_copy(unique));
+  std::string name = ".";
+  name += path.filename().string();
+  name += ".tmp-";
+  name += boost::algorithm::to_upper_copy(to_string(boost::uuids::random_generator()()));
+  return path.parent_path() / name;
 }
 
 std::error_code replaceFile(const std::filesystem::path& path, std::string_view content,

@@ -13,6 +13,12 @@ namespace {
 namespace json = boost::json;
 using Converted = std::expected<PropertyValue, std::string>;
 
+// Made in place: g++ 12 takes the temporary's other alternatives for uninitialized ones.
+template <class T>
+Converted valueFrom(T&& value) {
+  return Converted(std::in_place, std::forward<T>(value));
+}
+
 std::optional<std::uint8_t> hexDigit(char character) {
   if (character >= '0' && character <= '9') return static_cast<std::uint8_t>(character - '0');
   if (character >= 'a' && character <= 'f') return static_cast<std::uint8_t>(character - 'a' + 10);
@@ -41,16 +47,16 @@ Converted typedValue(std::string_view key, const json::value& value) {
   if (key == "$uuid") {
     const auto uuid = uuidFromText(text);
     if (!uuid) return fault("a UUID such as 5B1C0D7E-2F64-4C0B-9A53-7E1D8C2A4F90");
-    return PropertyValue(*uuid);
+    return valueFrom(*uuid);
   }
   if (key == "$url") {
     if (!text.starts_with('/')) return fault("an absolute path");
-    return PropertyValue(FileUrl{std::string(text)});
+    return valueFrom(FileUrl{std::string(text)});
   }
   if (key == "$data") {
     auto bytes = bytesFromHex(text);
     if (!bytes) return fault("pairs of hexadecimal digits");
-    return PropertyValue(Blob{std::move(*bytes)});
+    return valueFrom(Blob{std::move(*bytes)});
   }
   return std::unexpected("." + std::string(key) + ": unknown type (known: $uuid, $url, $data)");
 }
@@ -64,7 +70,7 @@ Converted arrayValue(const json::array& elements) {
     }
     array.push_back(std::move(*converted));
   }
-  return PropertyValue(std::move(array));
+  return valueFrom(std::move(array));
 }
 
 Converted dictionaryValue(const json::object& members) {
@@ -77,7 +83,7 @@ Converted dictionaryValue(const json::object& members) {
     if (!converted) return std::unexpected("." + std::string(member.key()) + converted.error());
     dictionary.insert_or_assign(std::string(member.key()), std::move(*converted));
   }
-  return PropertyValue(std::move(dictionary));
+  return valueFrom(std::move(dictionary));
 }
 
 }  // namespace
@@ -111,13 +117,13 @@ std::string uuidText(const Uuid& uuid) { return base::uuidValue(uuid).value_or("
 std::expected<PropertyValue, std::string> propertyFromJson(const json::value& value) {
   switch (value.kind()) {
     case json::kind::bool_:
-      return PropertyValue(value.get_bool());
+      return valueFrom(value.get_bool());
     case json::kind::int64:
-      return PropertyValue(std::int64_t{value.get_int64()});
+      return valueFrom(std::int64_t{value.get_int64()});
     case json::kind::double_:
-      return PropertyValue(value.get_double());
+      return valueFrom(value.get_double());
     case json::kind::string:
-      return PropertyValue(std::string(value.get_string()));
+      return valueFrom(std::string(value.get_string()));
     case json::kind::array:
       return arrayValue(value.get_array());
     case json::kind::object:

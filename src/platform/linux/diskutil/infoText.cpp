@@ -105,7 +105,7 @@ class Record {
       put(isWhole ? "Content (IOContent)" : "Partition Type",
           std::string(partitionTypeName(*content)));
     }
-    if (hasFileSystem()) {
+    if (!kind_.empty()) {
       const auto names = namesOf(kind_, state_.isOwn);
       put("File System Personality", std::string(names.personality));
       put("Type (Bundle)", kind_);
@@ -189,13 +189,16 @@ std::string infoText(MediumId id, const PropertyDictionary& description, const M
 
 std::string infoText(const BlockDevice& device, Storage& storage) {
   MountState state;
+  auto description = describeMedium(device, storage);
   const auto mounts = storage.mounts.current();
   if (const Mount* const mount = mounts->principal(device.number)) {
     state.access = mount->readOnly ? MountState::Access::readOnly : MountState::Access::writable;
     const auto directory = MountDirectory::find(device.id);
     state.isOwn = directory && directory->path() == mount->target;
+    // Who may not read the medium still knows what the tool leaves to a process.
+    if (state.isOwn && mount->hidesType()) description.emplace(key::volumeKind, "ntfs");
   }
-  return infoText(device.id, describeMedium(device, storage), state);
+  return infoText(device.id, description, state);
 }
 
 std::string exactSizeText(std::int64_t bytes) {

@@ -104,6 +104,7 @@ class MountAttempt {
     if (!mount || !isSame || !isServed(directory.path())) {
       if (mount) unmountAgain(directory.path());
       directory.remove();
+      if (SignalHold::isPending()) return failed("interrupted");
       if (result.isLate) return {1, volume() + " timed out waiting to mount"};
       return failed(isSame ? result.error : "the medium has gone");
     }

@@ -61,7 +61,7 @@ int detach(const Mount& mount, int flags) {
 // unseen, so such a volume must become read-only first, and when it cannot, it stays.
 int detachByForce(const Mount& mount) {
   if (mount.hidesType()) {
-    detach(mount, MNT_FORCE);
+    if (detach(mount, MNT_FORCE) == 0) return 0;  // else files are open
   } else if (::mount(nullptr, mount.target.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) !=
              0) {
     return errno;

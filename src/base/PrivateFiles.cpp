@@ -59,17 +59,17 @@ bool isPlainFileName(std::string_view name) {
 }
 
 std::error_code makePrivateDirectory(const std::filesystem::path& directory) {
+  std::error_code error;
+  if (std::filesystem::is_directory(directory, error)) return {};
   std::filesystem::path made;
   for (const auto& component : directory) {
     made /= component;
     // Trying first spares a look that another process could overtake.
     if (::mkdir(made.c_str(), 0700) != 0 && errno != EEXIST && errno != EISDIR) {
-      const auto error = lastError();
-      std::error_code ignored;
-      if (!std::filesystem::is_directory(made, ignored)) return error;
+      const auto refused = lastError();
+      if (!std::filesystem::is_directory(made, error)) return refused;
     }
   }
-  std::error_code error;
   if (!std::filesystem::is_directory(directory, error)) {
     return error ? error : std::make_error_code(std::errc::not_a_directory);
   }

@@ -91,6 +91,22 @@ void readHardware(Disk& disk, const PropertyDictionary& description,
   }
 }
 
+std::optional<std::int64_t> capacityOf(const platform::VolumeResourceValues& values) {
+  if (values.availableCapacityForImportantUsage.value_or(0) != 0) {
+    return values.availableCapacityForImportantUsage;
+  }
+  if (values.availableCapacity.value_or(0) != 0) return values.availableCapacity;
+  return std::nullopt;
+}
+
+std::int64_t capacityOf(const platform::FileSystemStatistics& statistics) {
+  std::int64_t bytes = 0;
+  if (__builtin_mul_overflow(statistics.availableBlocks, statistics.blockSize, &bytes)) {
+    return std::numeric_limits<std::int64_t>::max();
+  }
+  return bytes;
+}
+
 std::string shownType(const Disk& disk, const std::string& type,
                       const base::Localization& localization) {
   // An unlocked volume shows what is inside, as soon as that is known.
@@ -134,14 +150,15 @@ void DiskDescriptor::readVolume(Disk& disk, const PropertyDictionary& descriptio
   auto name = base::read(description, key::volumeName, base::textValue);
   bool kernelAllowsWriting = false;
   if (disk.mountPath) {
-    disk.available = availableCapacity(*platform_.fileSystems, *disk.mountPath);
+    const auto values = platform_.fileSystems->resourceValues(*disk.mountPath);
     const auto statistics = platform_.fileSystems->statistics(*disk.mountPath);
+    disk.available = capacityOf(values).value_or(statistics ? capacityOf(*statistics) : 0);
     if (statistics && statistics->mountedFrom == base::devicePath(disk.id)) {
       type = statistics->typeName;
     }
     // Nothing is called writable against the kernel's own word, nor without it.
     kernelAllowsWriting = statistics && !statistics->readOnly;
-    if (!name) name = platform_.fileSystems->resourceValues(*disk.mountPath).name;
+    if (!name) name = values.name;
     if (name && base::trimmed(*name).empty()) name.reset();
   }
   disk.name = name ? *name : disk.mediaName.value_or(disk.hardwareName.value_or(disk.id));
@@ -151,19 +168,9 @@ void DiskDescriptor::readVolume(Disk& disk, const PropertyDictionary& descriptio
 
 std::int64_t DiskDescriptor::availableCapacity(platform::FileSystems& fileSystems,
                                                const std::string& mountPath) {
-  const auto values = fileSystems.resourceValues(mountPath);
-  if (values.availableCapacityForImportantUsage.value_or(0) != 0) {
-    return *values.availableCapacityForImportantUsage;
-  }
-  if (values.availableCapacity.value_or(0) != 0) return *values.availableCapacity;
+  if (const auto capacity = capacityOf(fileSystems.resourceValues(mountPath))) return *capacity;
   const auto statistics = fileSystems.statistics(mountPath);
-  if (!statistics) return 0;
-  constexpr auto most = std::numeric_limits<std::int64_t>::max();
-  std::int64_t bytes = 0;
-  if (__builtin_mul_overflow(statistics->availableBlocks, statistics->blockSize, &bytes)) {
-    return most;
-  }
-  return bytes;
+  return statistics ? capacityOf(*statistics) : 0;
 }
 
 std::optional<std::string> DiskDescriptor::volumeUuid(const PropertyDictionary& description) {

@@ -1,5 +1,8 @@
 #include "platform/linux/LinuxMediaRegistry.h"
 
+#include <algorithm>
+#include <array>
+
 #include "platform/linux/BusEntry.h"
 #include "platform/linux/Hardware.h"
 #include "platform/linux/describeMedium.h"
@@ -40,6 +43,11 @@ class MediaEntry : public RegistryEntry {
   std::optional<std::uint64_t> entryId() const override { return id_.entryId(); }
 
   std::optional<PropertyValue> property(std::string_view key) const override {
+    // Most keys that are asked for belong to the devices above: that needs no look at this one.
+    constexpr std::array<std::string_view, 6> keys{
+        registry_key::bsdName, registry_key::deviceNode, registry_key::writable,
+        registry_key::uuid,    "Size",                   "Whole"};
+    if (std::ranges::find(keys, key) == keys.end()) return std::nullopt;
     const auto device = storage_->devices.find(id_);
     if (!device) return std::nullopt;
     if (key == registry_key::bsdName) return PropertyValue(bsdName(id_));
@@ -53,9 +61,12 @@ class MediaEntry : public RegistryEntry {
 
   std::unique_ptr<RegistryEntry> parent() const override {
     auto disk = storage_->devices.find(MediumId{id_.sequence, 0});
-    if (!disk || !storage_->devices.find(id_)) return nullptr;
-    if (id_.partition != 0) return std::make_unique<MediaEntry>(storage_, disk->id);
-    return std::make_unique<BlockStorageDeviceEntry>(storage_, std::move(*disk));
+    if (!disk) return nullptr;
+    if (id_.partition == 0) {
+      return std::make_unique<BlockStorageDeviceEntry>(storage_, std::move(*disk));
+    }
+    if (!storage_->devices.find(id_)) return nullptr;
+    return std::make_unique<MediaEntry>(storage_, disk->id);
   }
 
  private:
@@ -66,6 +77,7 @@ class MediaEntry : public RegistryEntry {
   }
 
   std::optional<PropertyValue> uuid(const BlockDevice& device) const {
+    if (!device.isPartition()) return std::nullopt;  // spares reading the medium
     auto text = uuidText(storage_->content(device).partitionUuid);
     if (!text) return std::nullopt;
     return PropertyValue(std::move(*text));

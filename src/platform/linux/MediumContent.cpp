@@ -1,8 +1,10 @@
 #include "platform/linux/MediumContent.h"
 
+#include <array>
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <blkid/blkid.h>
 
@@ -34,14 +36,41 @@ base::UniqueFd openDevice(const std::string& node, dev_t number) {
   return isDevice ? std::move(file) : base::UniqueFd();
 }
 
-bool probe(blkid_probe probe, int file) {
+// Where most marks are, those of RAID at the end: two long readings instead of twenty short ones.
+void readAhead(int file) {
+  constexpr off_t start = 64 * 1024;
+  constexpr off_t end = 132 * 1024;
+  const off_t size = ::lseek(file, 0, SEEK_END);
+  ::posix_fadvise(file, 0, start, POSIX_FADV_WILLNEED);
+  if (size > end) ::posix_fadvise(file, size - end, end, POSIX_FADV_WILLNEED);
+}
+
+bool prepare(blkid_probe probe, int file) {
   return blkid_probe_set_device(probe, file, 0, 0) == 0 &&
          blkid_probe_enable_superblocks(probe, 1) == 0 &&
          blkid_probe_set_superblocks_flags(
              probe, BLKID_SUBLKS_TYPE | BLKID_SUBLKS_LABEL | BLKID_SUBLKS_UUID) == 0 &&
          blkid_probe_enable_partitions(probe, 1) == 0 &&
-         blkid_probe_set_partitions_flags(probe, BLKID_PARTS_ENTRY_DETAILS) == 0 &&
-         blkid_do_safeprobe(probe) == 0;
+         blkid_probe_set_partitions_flags(probe, BLKID_PARTS_ENTRY_DETAILS) == 0;
+}
+
+/// Looks for all kinds of content but those that take long to look for, or for those alone. False on
+/// errors, and when what is found contradicts itself.
+bool search(blkid_probe probe, bool isForSlowKinds) {
+  // ZFS has four labels of 256 KiB, and the log of XFS may begin anywhere in the first 256 KiB: reading
+  // all that takes longer than looking for everything else together.
+  std::string zfs = "zfs_member";
+  std::string xfsLog = "xfs_external_log";
+  std::array<char*, 3> slowKinds{zfs.data(), xfsLog.data(), nullptr};
+  const int filter = isForSlowKinds ? BLKID_FLTR_ONLYIN : BLKID_FLTR_NOTIN;
+  return blkid_probe_filter_superblocks_type(probe, filter, slowKinds.data()) == 0 &&
+         blkid_do_safeprobe(probe) >= 0;
+}
+
+bool search(blkid_probe probe) {
+  if (!search(probe, false)) return false;
+  const bool isKnown = !value(probe, "TYPE").empty() || !value(probe, "PTTYPE").empty();
+  return isKnown || search(probe, true);
 }
 
 }  // namespace
@@ -61,9 +90,11 @@ MediumContent contentFromUdev(const UdevProperties& properties) {
 
 MediumContent probeContent(const std::string& node, dev_t number) {
   const auto file = openDevice(node, number);
+  if (!file) return {};
+  readAhead(file.get());
   const std::unique_ptr<blkid_struct_probe, ReleaseProbe> owner(blkid_new_probe());
   const blkid_probe reader = owner.get();
-  if (!file || reader == nullptr || !probe(reader, file.get())) return {};
+  if (reader == nullptr || !prepare(reader, file.get()) || !search(reader)) return {};
   return {
       .kind = value(reader, "TYPE"),
       .label = value(reader, "LABEL"),

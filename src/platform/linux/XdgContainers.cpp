@@ -31,8 +31,7 @@ std::optional<std::filesystem::path> XdgContainers::groupContainer(const std::st
   const auto support = applicationSupport();
   if (!support || !base::isPlainFileName(group)) return std::nullopt;
   auto container = *support / "halvercine" / group;
-  std::error_code error = base::makePrivateDirectory(container);
-  if (error || !std::filesystem::is_directory(container, error)) return std::nullopt;
+  if (base::makePrivateDirectory(container)) return std::nullopt;
   return container;
 }
 

@@ -20,8 +20,8 @@ ReadOnlyExplanation explain(const disks::Disk& disk, const platform::Platform& p
   const auto writable = deviceId
                             ? mount::mediaWritable(*platform.mediaRegistry, disk.id, *deviceId)
                             : std::nullopt;
-  return {mount::MountRecoveryPolicy::cause(writable, reason),
-          mount::MountRecoveryPolicy::noteKeys(reason)};
+  const auto cause = mount::MountRecoveryPolicy::cause(writable, reason);
+  return {cause, mount::MountRecoveryPolicy::noteKeys(cause)};
 }
 
 boost::json::object keyed(std::string_view key, const base::Localization& localization) {

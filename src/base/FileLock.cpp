@@ -12,4 +12,9 @@ std::optional<FileLock> FileLock::tryTake(const std::filesystem::path& path) {
   return FileLock(std::move(file));
 }
 
+FileLock::~FileLock() {
+  // Closing alone would leave the lock with a child that was forked meanwhile, until it executes.
+  if (file_) ::flock(file_.get(), LOCK_UN);
+}
+
 }  // namespace halvercine::base

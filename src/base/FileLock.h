@@ -16,6 +16,10 @@ class FileLock {
   /// be opened. The file is made with mode 0600 when it is missing. Never waits.
   static std::optional<FileLock> tryTake(const std::filesystem::path& path);
 
+  FileLock(FileLock&&) noexcept = default;
+  FileLock& operator=(FileLock&&) noexcept = default;
+  ~FileLock();
+
  private:
   explicit FileLock(UniqueFd file) : file_(std::move(file)) {}
 

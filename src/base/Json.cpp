@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "base/Text.h"
+
 namespace halvercine::base {
 namespace {
 
@@ -180,13 +182,14 @@ std::expected<json::value, JsonError> parseJson(std::string_view text, json::sto
   }
 }
 
-std::string serializeJson(const json::value& value) { return json::serialize(value); }
+// Bytes that are no UTF-8 can only stand inside texts: the whole is repaired as well as its parts.
+std::string serializeJson(const json::value& value) { return repairedUtf8(json::serialize(value)); }
 
 std::string prettyJson(const json::value& value) {
   std::string out;
   writePretty(value, "", out);
   out += '\n';
-  return out;
+  return repairedUtf8(out);
 }
 
 }  // namespace halvercine::base

@@ -36,10 +36,10 @@ struct JsonError {
 std::expected<boost::json::value, JsonError> parseJson(std::string_view text,
                                                        boost::json::storage_ptr storage = {});
 
-/// Compact text of a value.
+/// Compact text of a value. Texts in it that are no UTF-8 are repaired: the result always is JSON.
 std::string serializeJson(const boost::json::value& value);
 
-/// Readable text of a value, indented by two blanks, with an end of line.
+/// Readable text of a value, indented by two blanks, with an end of line; repaired in the same way.
 std::string prettyJson(const boost::json::value& value);
 
 namespace detail {

@@ -98,7 +98,32 @@ std::string asciiLowered(std::string_view text) {
   return lowered;
 }
 
+std::string asciiUppered(std::string_view text) {
+  std::string uppered(text);
+  for (char& character : uppered) {
+    if (character >= 'a' && character <= 'z') character = static_cast<char>(character - 'a' + 'A');
+  }
+  return uppered;
+}
+
+bool isUtf8(std::string_view text) {
+  const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
+  while (!text.empty()) {
+    const auto other = std::find_if_not(text.begin(), text.end(), isAscii);
+    text.remove_prefix(static_cast<std::size_t>(other - text.begin()));
+    if (text.empty()) return true;
+    utf8proc_int32_t codePoint = -1;
+    const auto length =
+        utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                         static_cast<utf8proc_ssize_t>(text.size()), &codePoint);
+    if (length <= 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(length));
+  }
+  return true;
+}
+
 std::string repairedUtf8(std::string_view bytes) {
+  if (isUtf8(bytes)) return std::string(bytes);
   std::string repaired;
   repaired.reserve(bytes.size());
   while (!bytes.empty()) {

@@ -14,6 +14,12 @@ std::string_view trimmed(std::string_view text);
 /// With A to Z in lower case and everything else as it is: enough for the tokens that are looked for.
 std::string asciiLowered(std::string_view text);
 
+/// With a to z in upper case and everything else as it is.
+std::string asciiUppered(std::string_view text);
+
+/// Whether all of it is valid UTF-8.
+bool isUtf8(std::string_view text);
+
 /// The same text with every invalid part replaced by U+FFFD.
 std::string repairedUtf8(std::string_view bytes);
 

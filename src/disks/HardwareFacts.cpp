@@ -40,6 +40,11 @@ void readCharacteristics(const platform::RegistryEntry& entry, HardwareFacts& fa
   }
 }
 
+bool isUsbDevice(const platform::RegistryEntry& entry) {
+  const auto className = entry.className();
+  return className == "IOUSBHostDevice" || className == "IOUSBDevice";
+}
+
 /// The speed classes of a USB device node, low to super plus by two.
 std::optional<std::string> usbSpeed(const platform::RegistryEntry& entry) {
   constexpr std::array names = {"1.5 Mb/s", "12 Mb/s", "480 Mb/s", "5 Gb/s", "10 Gb/s", "20 Gb/s"};
@@ -49,6 +54,15 @@ std::optional<std::string> usbSpeed(const platform::RegistryEntry& entry) {
     return std::nullopt;
   }
   return names.at(static_cast<std::size_t>(*speed));
+}
+
+/// What the nearest USB device says of itself. The hubs above it have serial numbers, too.
+void readUsbDevice(const platform::RegistryEntry& entry, HardwareFacts& facts) {
+  fill(facts.serial, text(entry, key::usbSerialNumber));
+  fill(facts.revision, text(entry, key::firmwareRevision));
+  fill(facts.productName, text(entry, key::usbProductName));
+  fill(facts.vendorName, text(entry, key::usbVendorName));
+  fill(facts.linkDetail, usbSpeed(entry));
 }
 
 void readAttachment(const platform::RegistryEntry& entry, HardwareFacts& facts) {
@@ -61,13 +75,6 @@ void readAttachment(const platform::RegistryEntry& entry, HardwareFacts& facts) 
     if (isUsb) facts.attachment = HardwareFacts::Attachment::usb;
     if (isPci) facts.attachment = HardwareFacts::Attachment::pci;
   }
-  if (isUsb && facts.attachment == HardwareFacts::Attachment::usb) {
-    fill(facts.serial, text(entry, key::usbSerialNumber));
-    fill(facts.revision, text(entry, key::firmwareRevision));
-    fill(facts.productName, text(entry, key::usbProductName));
-    fill(facts.vendorName, text(entry, key::usbVendorName));
-    fill(facts.linkDetail, usbSpeed(entry));
-  }
   if (isPci && facts.attachment == HardwareFacts::Attachment::pci) {
     fill(facts.linkDetail, protocol == "NVMe" ? "NVMe" : "PCI Express");
   }
@@ -77,10 +84,15 @@ void readAttachment(const platform::RegistryEntry& entry, HardwareFacts& facts) 
 
 HardwareFacts HardwareFacts::gather(const platform::RegistryEntry* media) {
   HardwareFacts facts;
+  bool isUsbDeviceFound = false;
   std::unique_ptr<platform::RegistryEntry> parent;
   for (int depth = 0; media && depth < longestChain; ++depth) {
     readCharacteristics(*media, facts);
     readAttachment(*media, facts);
+    if (!isUsbDeviceFound && isUsbDevice(*media) && facts.attachment == Attachment::usb) {
+      readUsbDevice(*media, facts);
+      isUsbDeviceFound = true;
+    }
     parent = media->parent();
     media = parent.get();
   }

@@ -51,14 +51,25 @@ struct MountAccessHeartbeat::State : std::enable_shared_from_this<State> {
     arm(beatGeneration);
   }
 
-  /// Forgets the target and its timer, and answers the target.
-  std::optional<Target> take() {
-    const std::scoped_lock guard(lock);
-    ++generation;
-    if (const auto armed = std::exchange(timer, std::nullopt)) {
-      actor.post([self = shared_from_this(), armed] { self->clock.cancel(*armed); });
+  /// Puts another target, or none, in the place of the present one and ends its report.
+  void aimAt(std::optional<Target> next) {
+    std::optional<Target> former;
+    {
+      const std::scoped_lock guard(lock);
+      ++generation;
+      if (const auto armed = std::exchange(timer, std::nullopt)) {
+        actor.post([self = shared_from_this(), armed] { self->clock.cancel(*armed); });
+      }
+      if (next) {
+        actor.post([self = shared_from_this(), started = generation] { self->arm(started); });
+      }
+      former = std::exchange(target, std::move(next));
     }
-    return std::exchange(target, std::nullopt);
+    if (!former) return;
+    const std::scoped_lock fileGuard(file);
+    if (const auto store = MountAccessReportStore::locate(containers, former->bsdName)) {
+      store->removeOwned(former->ownerId);
+    }
   }
 
   base::MainActor& actor;
@@ -79,23 +90,9 @@ MountAccessHeartbeat::MountAccessHeartbeat(base::MainActor& actor, platform::Clo
 MountAccessHeartbeat::~MountAccessHeartbeat() { stop(); }
 
 void MountAccessHeartbeat::start(std::string bsdName, std::string ownerId) {
-  stop();
-  int generation = 0;
-  {
-    const std::scoped_lock guard(state_->lock);
-    state_->target = State::Target{std::move(bsdName), std::move(ownerId)};
-    generation = state_->generation;
-  }
-  state_->actor.post([state = state_, generation] { state->arm(generation); });
+  state_->aimAt(State::Target{std::move(bsdName), std::move(ownerId)});
 }
 
-void MountAccessHeartbeat::stop() {
-  const auto target = state_->take();
-  if (!target) return;
-  const std::scoped_lock fileGuard(state_->file);
-  if (const auto store = MountAccessReportStore::locate(state_->containers, target->bsdName)) {
-    store->removeOwned(target->ownerId);
-  }
-}
+void MountAccessHeartbeat::stop() { state_->aimAt(std::nullopt); }
 
 }  // namespace halvercine::mount

@@ -57,10 +57,13 @@ void MountAccessReportStore::removeOwned(std::string_view ownerId) const {
 void MountAccessReportStore::refreshOwned(std::string_view ownerId, double now) const {
   const auto lock = base::FileLock::tryTake(lockPath());
   if (!lock) return;
-  auto report = read();
+  const auto text = base::readRegularFile(url_, reportLimit);
+  auto value = text ? base::parseJson(*text) : std::unexpected(base::JsonError{});
+  const auto report = value ? base::fromJson<MountAccessReport>(*value)
+                            : std::unexpected(base::JsonError{});
   if (!report || report->ownerID != ownerId) return;
-  report->timestamp = now;
-  base::replacePrivateFile(url_, base::encodeJson(*report));
+  value->as_object()["timestamp"] = now;
+  base::replaceFileKeepingMode(url_, base::serializeJson(*value));
 }
 
 std::filesystem::path MountAccessReportStore::lockPath() const {
@@ -102,7 +105,8 @@ std::optional<MountAccessReport> loadMountAccessReport(const ReportSources& sour
 }
 
 std::optional<bool> mediaWritable(platform::MediaRegistry& registry, const std::string& bsdName,
-                                  std::uint64_t expectedDeviceId) {
+                                  std::uint64_t expectedDeviceId, bool isKnownAbsent) {
+  if (isKnownAbsent) return std::nullopt;
   const auto media = registry.media(bsdName);
   if (!media || media->entryId() != expectedDeviceId) return std::nullopt;
   const auto flag = media->property(platform::registry_key::writable);

@@ -66,11 +66,11 @@ bool MountRecoveryPolicy::isRecoverable(ReadOnlyCause cause) {
   return false;
 }
 
-std::vector<std::string_view> MountRecoveryPolicy::noteKeys(std::optional<ReadOnlyReason> reason) {
-  if (reason == ReadOnlyReason::unsafeVolume) {
+std::vector<std::string_view> MountRecoveryPolicy::noteKeys(ReadOnlyCause cause) {
+  if (cause == ReadOnlyCause::protectedVolume) {
     return {"disk.ux.readonly.windows", "disk.ux.readonly.check"};
   }
-  if (reason == ReadOnlyReason::eowSafety) return {"disk.ux.readonly.check"};
+  if (cause == ReadOnlyCause::endOfWriteSafety) return {"disk.ux.readonly.check"};
   return {};
 }
 

@@ -43,7 +43,7 @@ struct MountRecoveryPolicy {
   static bool isRecoverable(ReadOnlyCause cause);
 
   /// Keys of what is said beside the cause: what Windows left behind, and that a check can help.
-  static std::vector<std::string_view> noteKeys(std::optional<ReadOnlyReason> reason);
+  static std::vector<std::string_view> noteKeys(ReadOnlyCause cause);
 
   /// One volume's place in the takeover queue, as far as its status line is concerned.
   struct QueuePlace {

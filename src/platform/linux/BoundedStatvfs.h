@@ -3,29 +3,37 @@
 
 #include <sys/statvfs.h>
 
+#include <future>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 
 namespace halvercine::platform::gnulinux {
 
 /// A mount that is served by a process hangs when the process does. The call then goes on in a thread of
 /// its own, nobody waits for it any longer, and the path is not asked again until it has come back. Any
-/// thread.
+/// thread; callers of one path share a call.
 class BoundedStatvfs {
  public:
-  /// What the call says, or nothing: it failed, did not come back in time, or has not yet come back from
-  /// an earlier time.
+  /// What the call says, or nothing: it failed, or has not come back in time.
   std::optional<struct statvfs> operator()(const std::string& path);
 
  private:
-  struct Stuck {
-    std::mutex mutex;
-    std::set<std::string> paths;
+  using Answer = std::shared_future<std::optional<struct statvfs>>;
+  struct Call {
+    Answer answer;
+    bool isStuck = false;
   };
-  std::shared_ptr<Stuck> stuck_ = std::make_shared<Stuck>();  // outlived by abandoned calls
+  struct Calls {
+    std::mutex mutex;
+    std::map<std::string, Call> running;
+  };
+
+  Answer ask(const std::string& path);
+
+  std::shared_ptr<Calls> calls_ = std::make_shared<Calls>();  // outlived by abandoned calls
 };
 
 }  // namespace halvercine::platform::gnulinux

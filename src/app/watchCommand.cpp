@@ -51,11 +51,11 @@ class Watch {
 
  private:
   std::string jsonLine(const DiskEvent& event) const {
-    return base::serializeJson(boost::json::object{
+    return base::repairedUtf8(base::serializeJson(boost::json::object{
                {"format", jsonFormat},
                {"event", base::toJson(event.kind)},
                {"time", isoTime(context_.platform.clock->now())},
-               {"disk", event.view.toJson(context_.localization)}}) +
+               {"disk", event.view.toJson(context_.localization)}})) +
            '\n';
   }
 

@@ -182,13 +182,13 @@ std::expected<json::value, JsonError> parseJson(std::string_view text, json::sto
   }
 }
 
-// Bytes that are no UTF-8 can only stand inside texts: the whole is repaired as well as its parts.
-std::string serializeJson(const json::value& value) { return repairedUtf8(json::serialize(value)); }
+std::string serializeJson(const json::value& value) { return json::serialize(value); }
 
 std::string prettyJson(const json::value& value) {
   std::string out;
   writePretty(value, "", out);
   out += '\n';
+  // Bytes that are no UTF-8 can only stand inside texts: the whole is repaired as well as its parts.
   return repairedUtf8(out);
 }
 

@@ -36,10 +36,11 @@ struct JsonError {
 std::expected<boost::json::value, JsonError> parseJson(std::string_view text,
                                                        boost::json::storage_ptr storage = {});
 
-/// Compact text of a value. Texts in it that are no UTF-8 are repaired: the result always is JSON.
+/// Compact text of a value. It is JSON if all texts in the value are UTF-8.
 std::string serializeJson(const boost::json::value& value);
 
-/// Readable text of a value, indented by two blanks, with an end of line; repaired in the same way.
+/// Readable text of a value, indented by two blanks, with an end of line. Texts that are no UTF-8 are
+/// repaired: the result always is JSON.
 std::string prettyJson(const boost::json::value& value);
 
 namespace detail {

@@ -106,10 +106,12 @@ std::vector<std::string> DiskUtility::deviceNodes(const std::string& bsdName) co
 base::Task<std::vector<Occupant>> DiskUtility::openFiles(platform::ToolInvocation lsof,
                                                          LsofOutput parser) const {
   const auto shared = std::make_shared<LsofOutput>(std::move(parser));
+  std::function<void(std::string_view)> feed = [shared](std::string_view bytes) {
+    shared->add(bytes);
+  };
   // The exit status says nothing: lsof fails when it finds nothing, and also when it finds
   // something but a part of the search has failed.
-  const auto add = [shared](std::string_view bytes) { shared->add(bytes); };
-  (void)co_await streamTool(runner_, clock_, std::move(lsof), add);
+  (void)co_await streamTool(runner_, clock_, std::move(lsof), std::move(feed));
   co_return std::move(*shared).occupants();
 }
 

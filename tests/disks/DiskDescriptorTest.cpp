@@ -160,7 +160,7 @@ TEST(DiskDescriptorTest, AccessNeedsTheKernelAndTheModule) {
     bool byEngine;
   };
   const Row rows[] = {
-      {"26.4.0", false, nullptr, true, false},   {"26.4.0", true, nullptr, false, false},
+      {"26.4.0", false, nullptr, true, false},    {"26.4.0", true, nullptr, false, false},
       {"26.4.0", false, "readWrite", true, true}, {"26.4.0", true, "readWrite", false, true},
       {"26.4.0", false, "eowSafety", true, true}, {"26.3.9", false, nullptr, true, false},
       {"26.3.9", false, "readWrite", true, true}, {"26.3.9", false, "eowSafety", false, true},
@@ -225,9 +225,8 @@ TEST(DiskDescriptorTest, ListIsInTheOrderInWhichPeopleCount) {
                            {"disk": "disk2s2"}]}, {"disk": "disk3", "attachment": "image"}])");
   const auto session = mac.platform.diskArbitration->createSession();
   std::vector<std::string> names;
-  for (const auto& disk :
-       describeDisks(DiskDescriptor(mac.platform, mac.localization), *session,
-                     allMedia(*mac.platform.mediaRegistry), BitLockerStates())) {
+  for (const auto& disk : describeDisks(DiskDescriptor(mac.platform, mac.localization), *session,
+                                        allMedia(*mac.platform.mediaRegistry), BitLockerStates())) {
     names.push_back(disk.id);
   }
   EXPECT_EQ(names, (std::vector<std::string>{"disk2", "disk2s2", "disk2s10", "disk10"}));

@@ -26,7 +26,8 @@ TEST(HardwareFactsTest, NearestTextWinsAndBlankOnesCountAsMissing) {
   EXPECT_EQ(facts.serial, "0123");
   EXPECT_EQ(facts.revision, "1161.40.");
   EXPECT_TRUE(facts.isSolidState);
-  EXPECT_EQ(facts.attachment, HardwareFacts::Attachment::usb) << "the controller's PCI is further off";
+  EXPECT_EQ(facts.attachment, HardwareFacts::Attachment::usb)
+      << "the controller's PCI is further off";
   EXPECT_EQ(facts.linkDetail, "5 Gb/s");
 }
 

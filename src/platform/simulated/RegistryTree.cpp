@@ -20,9 +20,24 @@ void RegistryTree::removeChain(EntryId id) {
   while (const auto node = nodes_.extract(id)) id = node.mapped().parent;
 }
 
-const RegistryTree::Node* RegistryTree::find(EntryId id) const {
+std::optional<std::string> RegistryTree::className(EntryId id) const {
   const auto found = nodes_.find(id);
-  return found == nodes_.end() ? nullptr : &found->second;
+  if (found == nodes_.end()) return std::nullopt;
+  return found->second.className;
+}
+
+std::optional<EntryId> RegistryTree::parent(EntryId id) const {
+  const auto found = nodes_.find(id);
+  if (found == nodes_.end()) return std::nullopt;
+  return found->second.parent;
+}
+
+std::optional<PropertyValue> RegistryTree::property(EntryId id, std::string_view key) const {
+  const auto found = nodes_.find(id);
+  if (found == nodes_.end()) return std::nullopt;
+  const auto value = found->second.properties.find(key);
+  if (value == found->second.properties.end()) return std::nullopt;
+  return value->second;
 }
 
 void RegistryTree::setProperties(EntryId id, PropertyDictionary properties) {

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/PropertyValue.h"
 
@@ -30,8 +31,10 @@ class RegistryTree {
   /// Removes an object and all above it.
   void removeChain(EntryId id);
 
-  /// The object, or null when it has gone.
-  const Node* find(EntryId id) const;
+  /// Of an object; nothing when it has gone.
+  std::optional<std::string> className(EntryId id) const;
+  std::optional<EntryId> parent(EntryId id) const;
+  std::optional<PropertyValue> property(EntryId id, std::string_view key) const;
 
   void setProperties(EntryId id, PropertyDictionary properties);
 

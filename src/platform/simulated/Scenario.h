@@ -70,8 +70,8 @@ struct TextOrList {
 /// Which driver mounts a volume when the system is asked to, and how the file-system module serves
 /// it.
 struct ScenarioModule {
-  std::string driver = "module";  ///< "module", "system", or another vendor's name
-  TextOrList mounts{{"readWrite"}};  ///< what the module reports, one for each mount; the last stays
+  std::string driver = "module";     ///< "module", "system", or another vendor's name
+  TextOrList mounts{{"readWrite"}};  ///< what the module reports, mount by mount; the last stays
   double refreshSeconds = 60;        ///< between two writings of the report; 0: written once
   double reportDelay = 0;            ///< seconds from the mount to its report
   std::optional<double> diesAfter;   ///< seconds from the mount to the module's end
@@ -186,7 +186,7 @@ struct ScenarioEvent {
 
   double at = 0;  ///< seconds after the start
   EventKind event = EventKind::plug;
-  std::string disk;  ///< empty for what happens to a process
+  std::string disk;     ///< empty for what happens to a process
   bool silent = false;  ///< the service's callbacks for it are lost
   std::optional<ScenarioMount> mount;
   std::optional<ScenarioReport> report;

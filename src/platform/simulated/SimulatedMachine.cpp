@@ -194,26 +194,18 @@ std::optional<EntryId> SimulatedMachine::entryId(const std::string& disk) const 
 
 std::optional<std::string> SimulatedMachine::registryClass(EntryId id) const {
   const std::lock_guard lock(mutex_);
-  const auto* node = registry_.find(id);
-  if (!node) return std::nullopt;
-  return node->className;
+  return registry_.className(id);
 }
 
 std::optional<EntryId> SimulatedMachine::registryParent(EntryId id) const {
   const std::lock_guard lock(mutex_);
-  const auto* node = registry_.find(id);
-  if (!node) return std::nullopt;
-  return node->parent;
+  return registry_.parent(id);
 }
 
 std::optional<PropertyValue> SimulatedMachine::registryProperty(EntryId id,
                                                                 std::string_view key) const {
   const std::lock_guard lock(mutex_);
-  const auto* node = registry_.find(id);
-  if (!node) return std::nullopt;
-  const auto found = node->properties.find(key);
-  if (found == node->properties.end()) return std::nullopt;
-  return found->second;
+  return registry_.property(id, key);
 }
 
 SimulatedMachine::Media* SimulatedMachine::find(const std::string& disk) {

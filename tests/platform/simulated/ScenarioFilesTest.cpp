@@ -75,6 +75,10 @@ TEST(ScenarioFiles, theDocumentationNamesEveryKey) {
   expectDocumented(static_cast<const ScenarioMount*>(nullptr));
   expectDocumented(static_cast<const ScenarioReport*>(nullptr));
   expectDocumented(static_cast<const ScenarioEvent*>(nullptr));
+  expectDocumented(static_cast<const ScenarioModule*>(nullptr));
+  expectDocumented(static_cast<const ScenarioBitLocker*>(nullptr));
+  expectDocumented(static_cast<const ScenarioProcess*>(nullptr));
+  expectDocumented(static_cast<const ScenarioTool*>(nullptr));
 }
 
 }  // namespace

@@ -1,4 +1,6 @@
+#include "platform/DirectoryWatchContract.h"
 #include "platform/PortContracts.h"
+#include "platform/ToolRunnerContract.h"
 #include "platform/simulated/SimulatedMac.h"
 #include "support/ScenarioBuilder.h"
 
@@ -14,6 +16,19 @@ class SimulatedMachineUnderTest {
   platform::Platform& platform() { return platform_; }
   std::optional<std::string> mountedVolume() const { return "disk4s1"; }
 
+  platform::ToolInvocation printingTool() const { return diskutil("disk4s1"); }
+  platform::ToolInvocation failingTool() const { return diskutil("disk99"); }
+  platform::ToolInvocation endlessTool() const { return diskutil("disk4"); }
+  void settle() { mac_.advance(std::chrono::hours(1)); }
+
+  std::filesystem::path watchedFolder() const {
+    return *platform_.containers->groupContainer("group.com.halvercine.shared");
+  }
+  void change(const std::string&) {
+    mac_.machine().writeReport("disk4s1", {});
+    mac_.machine().removeReport("disk4s1");
+  }
+
  private:
   static platform::simulated::Scenario scenario() {
     using platform::simulated::Attachment;
@@ -24,7 +39,15 @@ class SimulatedMachineUnderTest {
       const auto name = "disk" + std::to_string(10 + static_cast<int>(attachment));
       builder.disk(name, attachment).volume(name + "s1", "Any", "apfs").mounted();
     }
-    return builder.usbDisk("disk4").ntfs("disk4s1", "DATA").mounted().build();
+    auto scenario = builder.usbDisk("disk4").ntfs("disk4s1", "DATA").mounted().build();
+    auto& endless = scenario.tools.emplace_back();
+    endless.match = {"info", "/dev/disk4"};
+    endless.hang = true;
+    return scenario;
+  }
+
+  static platform::ToolInvocation diskutil(const std::string& disk) {
+    return {"/usr/sbin/diskutil", {"info", "/dev/" + disk}};
   }
 
   base::MainActor actor_;
@@ -33,6 +56,8 @@ class SimulatedMachineUnderTest {
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, PortContracts, SimulatedMachineUnderTest);
+INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, ToolRunnerContract, SimulatedMachineUnderTest);
+INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, DirectoryWatchContract, SimulatedMachineUnderTest);
 
 }  // namespace
 }  // namespace halvercine::tests

@@ -2,6 +2,7 @@
 #include "platform/linux/LoopDevice.h"
 
 #include <algorithm>
+#include <fstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -108,6 +109,23 @@ TEST_F(LoopDeviceTest, DescribesDiskPartitionAndVolume) {
             PropertyValue("0FC63DAF-8483-4772-8E79-3D69D8477DE4"));
   EXPECT_EQ(medium->parent()->entryId(), platform_.mediaRegistry->media(disk)->entryId());
   EXPECT_EQ(platform_.mediaRegistry->media(disk + "s7"), nullptr);
+}
+
+TEST_F(LoopDeviceTest, FindsWhatIsLookedForLast) {
+  ASSERT_NO_FATAL_FAILURE(attachWithNtfs());
+  // A record of an XFS log, as far as it is looked at: its mark, cycle, version and length, and its
+  // format at byte 300 (big-endian, xfs_log_format.h of the kernel).
+  std::string record(512, '\0');
+  record.replace(0, 16, std::string_view("\xFE\xED\xBA\xBE\0\0\0\1\0\0\0\2\0\0\2\0", 16));
+  record[303] = 1;
+  std::ofstream partition(device_.partitionNode(2), std::ios::binary | std::ios::in);
+  partition << record << std::flush;
+  ASSERT_TRUE(partition);
+  const auto session = platform_.diskArbitration->createSession();
+  const auto description = session->describe(nameOf(device_.partitionNode(2))).value();
+  EXPECT_EQ(valueOf(description, disk_description::volumeKind), PropertyValue("xfs_external_log"));
+  EXPECT_EQ(valueOf(description, disk_description::mediaContent),
+            PropertyValue("EBD0A0A2-B9E5-4433-87C0-68B6B72699C7"));
 }
 
 TEST_F(LoopDeviceTest, StatisticsOfAMountedVolume) {

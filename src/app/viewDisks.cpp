@@ -12,7 +12,8 @@ std::vector<DiskView> viewDisks(const CommandContext& context) {
   const disks::DiskDescriptor descriptor(context.platform, context.localization);
   const bitlocker::BitLockerMailbox mailbox(*context.platform.containers,
                                             *context.platform.clock);
-  const disks::BitLockerStates states(mailbox.allStatuses());
+  const disks::BitLockerStates states(mailbox.allStatuses(),
+                                      context.platform.systemInfo->bootTime());
   const auto media = disks::allMedia(*context.platform.mediaRegistry);
   for (auto& disk : disks::describeDisks(descriptor, *session, media, states)) {
     views.push_back(DiskView::of(std::move(disk), context.platform));

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "base/Text.h"
 
 namespace halvercine::base {
 namespace {
@@ -188,8 +187,7 @@ std::string prettyJson(const json::value& value) {
   std::string out;
   writePretty(value, "", out);
   out += '\n';
-  // Bytes that are no UTF-8 can only stand inside texts: the whole is repaired as well as its parts.
-  return repairedUtf8(out);
+  return out;
 }
 
 }  // namespace halvercine::base

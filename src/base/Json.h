@@ -39,8 +39,7 @@ std::expected<boost::json::value, JsonError> parseJson(std::string_view text,
 /// Compact text of a value. It is JSON if all texts in the value are UTF-8.
 std::string serializeJson(const boost::json::value& value);
 
-/// Readable text of a value, indented by two blanks, with an end of line. Texts that are no UTF-8 are
-/// repaired: the result always is JSON.
+/// Readable text of a value, indented by two blanks, with an end of line; JSON under the same condition.
 std::string prettyJson(const boost::json::value& value);
 
 namespace detail {

@@ -7,9 +7,20 @@
 #include "base/Json.h"
 
 namespace halvercine::disks {
+namespace {
 
-BitLockerStates::BitLockerStates(std::vector<bitlocker::Status> statuses)
+// The wall clock may have been set right after the start, in seconds.
+constexpr double clockCorrection = 60;
+
+}  // namespace
+
+BitLockerStates::BitLockerStates(std::vector<bitlocker::Status> statuses,
+                                 std::optional<platform::WallTime> bootTime)
     : statuses_(std::move(statuses)) {
+  if (bootTime) {
+    const double start = platform::secondsSince1970(*bootTime) - clockCorrection;
+    std::erase_if(statuses_, [start](const auto& status) { return status.timestamp < start; });
+  }
   std::stable_sort(statuses_.begin(), statuses_.end(), [](const auto& left, const auto& right) {
     return left.timestamp > right.timestamp;
   });

@@ -8,6 +8,7 @@
 
 #include "bitlocker/Status.h"
 #include "bitlocker/BitLockerState.h"
+#include "platform/Clock.h"
 
 namespace halvercine::disks {
 
@@ -15,7 +16,11 @@ namespace halvercine::disks {
 class BitLockerStates {
  public:
   BitLockerStates() = default;
-  explicit BitLockerStates(std::vector<bitlocker::Status> statuses);
+
+  /// Records that were written before `bootTime` are about disks of another time, and left out: both
+  /// BSD names and device IDs are given out anew.
+  explicit BitLockerStates(std::vector<bitlocker::Status> statuses,
+                           std::optional<platform::WallTime> bootTime = std::nullopt);
 
   /// What the newest record says that is about this disk: it names the BSD name, does not belong to
   /// another device, and its volume has not been ejected.

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "base/runInBackground.h"
-#include "disks/BitLockerStates.h"
 #include "disks/enumerateDisks.h"
 #include "mount/MountAccessReportStore.h"
 
@@ -78,7 +77,7 @@ void DiskMonitor::refresh() {
     if (medium.deviceId) deviceIds_.emplace(medium.bsdName, *medium.deviceId);
   }
   sweepStaleFiles();
-  const BitLockerStates states(mailbox_.allStatuses());
+  const auto states = readStates();
   mailboxDigest_ = states.digest();
   auto disks = describeDisks(descriptor_, *session_, media, states);
   for (const auto& disk : disks) {
@@ -103,7 +102,11 @@ void DiskMonitor::sweepStaleFiles() {
 
 void DiskMonitor::mailboxChanged() {
   // The folder holds other files too; only a new word on a volume is worth a refresh.
-  if (BitLockerStates(mailbox_.allStatuses()).digest() != mailboxDigest_) scheduleRefresh();
+  if (readStates().digest() != mailboxDigest_) scheduleRefresh();
+}
+
+BitLockerStates DiskMonitor::readStates() const {
+  return BitLockerStates(mailbox_.allStatuses(), platform_.systemInfo->bootTime());
 }
 
 const Disk* DiskMonitor::find(const std::string& bsdName) const {

@@ -17,6 +17,7 @@
 #include "base/RepeatingTimer.h"
 #include "base/spawn.h"
 #include "bitlocker/BitLockerMailbox.h"
+#include "disks/BitLockerStates.h"
 #include "disks/Disk.h"
 #include "disks/DiskDescriptor.h"
 #include "platform/Platform.h"
@@ -98,6 +99,7 @@ class DiskMonitor {
   void warmUp();
   void sweepStaleFiles();
   void mailboxChanged();
+  BitLockerStates readStates() const;
   void refreshCapacities();
   CapacityRefreshIdentity capacityIdentity(const Disk& disk) const;
   base::Task<void> readCapacity(CapacityRefreshIdentity identity);

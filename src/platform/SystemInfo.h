@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/Clock.h"
+
 namespace halvercine::platform {
 
 struct SystemVersion {
@@ -21,6 +23,9 @@ class SystemInfo {
   /// The raw bytes of a kernel variable (`sysctlbyname`), with whatever zero bytes end it; nothing
   /// when the size query or the read fails. Any thread.
   virtual std::optional<std::string> kernelVariable(const std::string& name) = 0;
+
+  /// When the system was started, by the present wall clock; nothing when that is not known. Any thread.
+  virtual std::optional<WallTime> bootTime() = 0;
 
   /// The version of macOS, such as 26.4.0; nothing on another system. Any thread.
   virtual std::optional<SystemVersion> macOSVersion() = 0;

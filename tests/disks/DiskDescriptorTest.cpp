@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "bitlocker/Status.h"
 #include "disks/enumerateDisks.h"
 #include "support/SimulatedFixture.h"
 
@@ -214,10 +215,38 @@ TEST(DiskDescriptorTest, MediaIdentitySurvivesAChangeOfNameAndTellsClonesApart) 
 }
 
 TEST(DiskDescriptorTest, ApfsLayerIsNoHardware) {
-  const auto disk = described(R"("description": {"DABusName": "AppleAPFSContainerScheme",
-    "DADeviceModel": "AppleAPFSMedia", "DADeviceProtocol": "AppleAPFS"}, "name": "x")");
-  EXPECT_EQ(disk.connection, "Internal");
-  EXPECT_NE(disk.hardwareName.value_or("").substr(0, 9), "AppleAPFS");
+  SimulatedFixture mac(R"([{"disk": "disk4", "chain": [], "description": {
+    "DABusName": "AppleAPFSContainerScheme", "DADeviceModel": "AppleAPFSMedia",
+    "DADeviceProtocol": "AppleAPFS", "DAMediaName": "Real"}}])");
+  const auto disk = describe(mac, "disk4");
+  EXPECT_EQ(disk->connection, "Internal");
+  EXPECT_EQ(disk->hardwareName, "Real");
+  EXPECT_EQ(disk->linkDetail, std::nullopt);
+  EXPECT_EQ(disk->deviceModel, "AppleAPFSMedia");
+}
+
+TEST(DiskDescriptorTest, StatusRecordsOfAnotherTimeOrDeviceAreNotThisDisks) {
+  bitlocker::Status status;
+  status.guid = "G";
+  status.bsdName = "disk4s1";
+  status.state = "locked";
+  status.timestamp = 1000;
+  const auto known = [&](double bootTime, std::optional<std::uint64_t> device) {
+    const platform::WallTime boot{std::chrono::seconds(static_cast<int>(bootTime))};
+    return BitLockerStates({status}, boot).of("disk4s1", device).has_value();
+  };
+  EXPECT_TRUE(known(1000, std::nullopt));
+  EXPECT_FALSE(known(2000, std::nullopt)) << "of an earlier start";
+  EXPECT_TRUE(BitLockerStates({status}).of("disk4s1", 5));
+  EXPECT_FALSE(BitLockerStates({status}).of("disk4s2", 5));
+  status.deviceID = 5;
+  EXPECT_TRUE(known(1000, 5));
+  EXPECT_FALSE(known(1000, 6));
+  EXPECT_FALSE(known(1000, std::nullopt));
+  auto newer = status;
+  newer.timestamp = 1001;
+  newer.ejected = true;
+  EXPECT_FALSE(BitLockerStates({newer, status}).of("disk4s1", 5)) << "ejected since";
 }
 
 TEST(DiskDescriptorTest, ListIsInTheOrderInWhichPeopleCount) {

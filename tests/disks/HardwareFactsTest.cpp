@@ -31,6 +31,18 @@ TEST(HardwareFactsTest, NearestTextWinsAndBlankOnesCountAsMissing) {
   EXPECT_EQ(facts.linkDetail, "5 Gb/s");
 }
 
+TEST(HardwareFactsTest, StickWithoutASerialDoesNotTakeItsHubs) {
+  const auto facts = gather(R"([
+    {"class": "IOUSBMassStorageDriver", "properties": {}},
+    {"class": "IOUSBHostDevice", "properties": {"USB Product Name": "Stick"}},
+    {"class": "IOUSBHostDevice", "properties": {"USB Serial Number": "HUB1", "Device Speed": 2,
+      "Firmware Revision": "9", "USB Vendor Name": "Hubs"}}])");
+  EXPECT_EQ(facts.serial, std::nullopt);
+  EXPECT_EQ(facts.revision, std::nullopt);
+  EXPECT_EQ(facts.linkDetail, std::nullopt);
+  EXPECT_EQ(facts.displayName(), "Stick");
+}
+
 TEST(HardwareFactsTest, NvmeIsPciAndItsHostIsNotUsb) {
   for (const char* protocol : {"NVMe", "PCI-Express"}) {
     const auto facts = gather(R"([{"class": "IONVMeController", "properties": {"Protocol": ")" +

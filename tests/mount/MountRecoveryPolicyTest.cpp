@@ -51,6 +51,14 @@ TEST(MountRecoveryPolicyTest, OnlyResourceAndUnknownAreWorthARetry) {
   }
 }
 
+TEST(MountRecoveryPolicyTest, NotesAdviseOnlyWhatTheCauseAllows) {
+  using Keys = std::vector<std::string_view>;
+  EXPECT_EQ(MountRecoveryPolicy::noteKeys(Cause::protectedVolume),
+            (Keys{"disk.ux.readonly.windows", "disk.ux.readonly.check"}));
+  EXPECT_EQ(MountRecoveryPolicy::noteKeys(Cause::endOfWriteSafety), Keys{"disk.ux.readonly.check"});
+  EXPECT_EQ(MountRecoveryPolicy::noteKeys(Cause::hardware), Keys{}) << "a check cannot write";
+}
+
 TEST(MountRecoveryPolicyTest, StatusLineFollowsTheDevicesOwnPlaceInTheQueue) {
   using Policy = MountRecoveryPolicy;
   const Policy::QueuePlace pending{7, 2, true};

@@ -1,5 +1,8 @@
 #include "platform/linux/LinuxSystemInfo.h"
 
+#include <chrono>
+#include <ctime>
+
 #include <boost/algorithm/string/case_conv.hpp>
 
 #include "platform/linux/sysfs.h"
@@ -13,6 +16,14 @@ std::optional<std::string> LinuxSystemInfo::kernelVariable(const std::string& na
   boost::algorithm::to_upper(*session, std::locale::classic());
   session->push_back('\0');  // the raw value of the system call ends like this
   return session;
+}
+
+std::optional<WallTime> LinuxSystemInfo::bootTime() {
+  timespec sinceBoot{};
+  if (::clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) return std::nullopt;
+  const auto passed = std::chrono::seconds(sinceBoot.tv_sec) +
+                      std::chrono::nanoseconds(sinceBoot.tv_nsec);
+  return WallTime(std::chrono::system_clock::now()) - passed;
 }
 
 }  // namespace halvercine::platform::gnulinux

@@ -9,6 +9,7 @@ namespace halvercine::platform::gnulinux {
 class LinuxSystemInfo : public SystemInfo {
  public:
   std::optional<std::string> kernelVariable(const std::string& name) override;
+  std::optional<WallTime> bootTime() override;
   std::optional<SystemVersion> macOSVersion() override { return std::nullopt; }
 };
 

@@ -33,6 +33,7 @@ SimulatedMachine::SimulatedMachine(base::MainActor& actor, std::shared_ptr<Clock
                                    const Scenario& scenario)
     : actor_(actor),
       clock_(std::move(clock)),
+      bootTime_(clock_->now() - std::chrono::hours(1)),
       macOSVersion_(versionFromText(scenario.system.macOS)),
       sessions_(actor),
       folderWatches_(actor),

@@ -92,6 +92,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
 
   bool arbitrationAvailable() const { return arbitrationAvailable_; }
   std::optional<std::string> bootSession() const;
+  WallTime bootTime() const { return bootTime_; }
   std::optional<SystemVersion> macOSVersion() const { return macOSVersion_; }
   std::optional<std::filesystem::path> groupContainer(std::string_view group) const {
     return container_.path(group);
@@ -148,6 +149,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
 
   base::MainActor& actor_;
   std::shared_ptr<Clock> clock_;
+  WallTime bootTime_;
   std::optional<SystemVersion> macOSVersion_;
   SimulatedFolders folders_;
   SimulatedLog log_;

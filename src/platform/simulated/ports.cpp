@@ -46,6 +46,7 @@ class SimulatedSystemInfo : public SystemInfo {
     return value;
   }
 
+  std::optional<WallTime> bootTime() override { return machine_->bootTime(); }
   std::optional<SystemVersion> macOSVersion() override { return machine_->macOSVersion(); }
 
  private:

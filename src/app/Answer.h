@@ -28,4 +28,8 @@ Answer jsonAnswer(const Options& options, boost::json::object result);
 Answer failure(const Options& options, ExitStatus status, std::string_view id,
                const std::string& message, boost::json::object details = {});
 
+/// The help that was asked for, or what is wrong with the command line: on standard error or, with
+/// --json, as a document, which names the command only if one was recognised.
+Answer misuse(const NothingToRun& nothing);
+
 }  // namespace halvercine::app

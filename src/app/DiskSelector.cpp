@@ -28,6 +28,7 @@ std::string resolved(const std::string& path) {
 std::expected<const DiskView*, SelectionError> selectDisk(const std::vector<DiskView>& disks,
                                                           std::string_view argument) {
   const std::string wanted(argument);
+  const bool isPath = argument.starts_with('/');
   const auto path = withoutTrailingSlash(argument);
   const auto uuid = base::asciiLowered(argument);
   const auto name = base::composed(argument);
@@ -45,10 +46,11 @@ std::expected<const DiskView*, SelectionError> selectDisk(const std::vector<Disk
       [&](const DiskView& view) {
         return view.disk.mountPath == path;
       },
-      [&](const DiskView& view) { return base::composed(view.disk.name) == name; },
+      // A label may hold slashes, and must not pass for a path.
+      [&](const DiskView& view) { return !isPath && base::composed(view.disk.name) == name; },
       // Last, since a path on a volume that does not answer cannot be resolved.
       [&](const DiskView& view) {
-        if (!path.starts_with('/')) return false;
+        if (!isPath) return false;
         if (!link) link = resolved(path);
         return *link == view.deviceNode || view.disk.mountPath == *link;
       },

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <utility>
 
-#include "base/PrivateFiles.h"
+#include "app/readUserFile.h"
 #include "base/Resources.h"
 #include "base/Text.h"
 #include "platform/simulated/SimulatedMac.h"
@@ -25,10 +25,8 @@ std::expected<simulated::Scenario, std::string> loadScenario(const std::string& 
   if (bundled) {
     text = *bundled;
   } else {
-    auto content = base::readRegularFile(name, scenarioLimit);
-    if (!content) {
-      return std::unexpected(base::displayText(name) + ": " + content.error().message());
-    }
+    auto content = readUserFile(name, scenarioLimit);
+    if (!content) return std::unexpected(base::displayText(name) + ": " + content.error());
     text = std::move(*content);
   }
   auto scenario = simulated::readScenario(text);

@@ -1,9 +1,9 @@
 #include "app/Options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdlib>
 #include <sstream>
-#include <string_view>
 #include <vector>
 
 namespace halvercine::app {
@@ -17,6 +17,14 @@ base::Language languageOfEnvironment() {
   return base::Language::en;
 }
 
+/// Numbers only: what reads as "nan" is within every range.
+std::string refuseSeconds(const std::string& text) {
+  constexpr double most = 1e9;
+  double seconds = 0;
+  const bool fits = CLI::detail::lexical_cast(text, seconds) && seconds >= 0 && seconds <= most;
+  return fits ? "" : text + " is not a number of seconds from 0 to 1000000000";
+}
+
 void addGlobalOptions(CLI::App& program, Options& options, std::string& scenario,
                       std::string& language) {
   program
@@ -25,13 +33,14 @@ void addGlobalOptions(CLI::App& program, Options& options, std::string& scenario
       ->option_text("[=SCENARIO]");
   program.add_option("--at", options.at, "Let so many simulated seconds pass first")
       ->option_text("SECONDS")
-      ->check(CLI::Range(0.0, 1e9));
+      ->check(refuseSeconds);
   program.add_flag("--fast", options.fast, "Let simulated time pass as fast as it can");
   program.add_option("--lang", language, "Language of the texts: en, zh-Hans")
       ->option_text("LANGUAGE")
       ->check(CLI::IsMember({"en", "zh-Hans"}));
   program.add_flag("--json", options.json, "Print one JSON document");
   program.add_flag("--no-color", options.noColor, "Print without colours");
+  program.set_version_flag("--version", std::string(), "Show the version");
 }
 
 void addDisk(CLI::App* command, Options& options) {
@@ -54,7 +63,7 @@ void addCommands(CLI::App& program, Options& options) {
   add(Command::watch, "Follow the disks as they come, change and go")
       ->add_option("--for", options.seconds, "End after so many seconds")
       ->option_text("SECONDS")
-      ->check(CLI::Range(0.0, 1e9));
+      ->check(refuseSeconds);
   auto* mount = add(Command::mount, "Mount a volume");
   addDisk(mount, options);
   mount->add_flag("--read-only", options.readOnly, "Mount it so that it cannot be changed");
@@ -66,6 +75,26 @@ void addCommands(CLI::App& program, Options& options) {
       ->required();
   add(Command::drivers, "Show other vendors' NTFS drivers on this machine");
   add(Command::version, "Show the version");
+}
+
+NothingToRun nothingToRun(const CLI::App& program, const CLI::ParseError& error, bool json) {
+  std::ostringstream help;
+  std::ostringstream problem;
+  const bool isHelp = program.exit(error, help, problem) == 0;
+  NothingToRun nothing;
+  nothing.status = isHelp ? ExitStatus::done : ExitStatus::usage;
+  nothing.text = isHelp ? help.str() : problem.str();
+  nothing.json = json;
+  const auto commands = program.get_subcommands();
+  const auto unknown = program.remaining();
+  if (!commands.empty()) {
+    nothing.command = commands.front()->get_name();
+  } else if (!isHelp && !unknown.empty()) {
+    // The parser says only that there is no command.
+    nothing.text = "There is no command or option " + unknown.front() +
+                   "\nRun with --help for more information.";
+  }
+  return nothing;
 }
 
 }  // namespace
@@ -102,20 +131,24 @@ std::expected<Options, NothingToRun> readOptions(int argc, const char* const* ar
   program.require_subcommand(1);
   program.fallthrough();
   addCommands(program, options);
-  // The last word first, as the parser wants them. A bare --simulate takes no word behind it.
-  std::vector<std::string> words;
-  for (int index = argc - 1; index > 0; --index) {
-    const std::string_view word = argv[index];
-    words.emplace_back(word == "--simulate" ? "--simulate=default" : word);
-  }
+  std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+  // What follows is no option any more.
+  const auto optionsEnd = std::find(words.begin(), words.end(), "--");
+  const bool json = std::find(words.begin(), optionsEnd, "--json") != optionsEnd;
+  // Without a value it takes no word behind it.
+  std::replace_if(
+      words.begin(), optionsEnd,
+      [](const auto& word) { return word == "--simulate" || word == "--simulate="; },
+      "--simulate=default");
+  std::reverse(words.begin(), words.end());  // as the parser wants them
   try {
     program.parse(std::move(words));
+  } catch (const CLI::CallForVersion&) {
+    options.command = Command::version;
+    options.json = json;
+    return options;
   } catch (const CLI::ParseError& error) {
-    std::ostringstream out;
-    std::ostringstream problem;
-    const bool isHelp = program.exit(error, out, problem) == 0;
-    return std::unexpected(NothingToRun{isHelp ? ExitStatus::done : ExitStatus::usage,
-                                        isHelp ? out.str() : problem.str()});
+    return std::unexpected(nothingToRun(program, error, json));
   }
   if (program.count("--simulate") > 0) options.scenario = scenario;
   if (!language.empty()) options.language = base::languageOf(language);

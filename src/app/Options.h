@@ -4,6 +4,7 @@
 #include <expected>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "app/ExitStatus.h"
@@ -36,7 +37,9 @@ struct Options {
 /// wrong (`usage`).
 struct NothingToRun {
   ExitStatus status = ExitStatus::usage;
-  std::string text;
+  std::string text;     ///< for people; it may quote any argument
+  std::string command;  ///< the command that was recognised, as typed; empty if none was
+  bool json = false;    ///< --json is among the options
 };
 
 /// Reads the command line. Without --lang the language comes from LC_ALL, LC_MESSAGES or LANG.

@@ -1,6 +1,7 @@
 // The commands, one function each: facts in, answer out.
 #pragma once
 
+#include <expected>
 #include <vector>
 
 #include "app/Answer.h"
@@ -25,8 +26,12 @@ struct CommandContext {
   }
 };
 
-/// All disks that are to be listed, in display order.
-std::vector<DiskView> viewDisks(const CommandContext& context);
+/// All disks that are to be listed, in display order; the failure to answer with when the disk
+/// arbitration service cannot be reached.
+std::expected<std::vector<DiskView>, Answer> viewDisks(const CommandContext& context);
+
+/// The failure of every command that needs the disk arbitration service when there is none.
+Answer arbitrationFailure(const CommandContext& context);
 
 Answer listCommand(const CommandContext& context);
 Answer infoCommand(const CommandContext& context);

@@ -100,7 +100,8 @@ std::string infoText(const CommandContext& context, const DiskView& view) {
 
 Answer infoCommand(const CommandContext& context) {
   const auto views = viewDisks(context);
-  const auto selected = selectDisk(views, context.options.disk);
+  if (!views) return views.error();
+  const auto selected = selectDisk(*views, context.options.disk);
   if (!selected) return selectionFailure(context, selected.error());
   const auto& view = **selected;
   if (!context.options.json) return {ExitStatus::done, infoText(context, view), ""};

@@ -7,10 +7,11 @@ namespace halvercine::app {
 
 Answer listCommand(const CommandContext& context) {
   const auto views = viewDisks(context);
-  if (!context.options.json) return {ExitStatus::done, listText(context, views), ""};
+  if (!views) return views.error();
+  if (!context.options.json) return {ExitStatus::done, listText(context, *views), ""};
   boost::json::array disks;
-  disks.reserve(views.size());
-  for (const auto& view : views) disks.push_back(view.toJson(context.localization));
+  disks.reserve(views->size());
+  for (const auto& view : *views) disks.push_back(view.toJson(context.localization));
   return jsonAnswer(context.options, {{"disks", std::move(disks)}});
 }
 

@@ -86,7 +86,8 @@ base::Task<Answer> explainFailure(const CommandContext& context,
 /// The volume as it is after the command.
 Answer success(const CommandContext& context, const std::string& bsdName, bool wasSoBefore) {
   const auto views = viewDisks(context);
-  const auto found = selectDisk(views, bsdName);
+  if (!views) return views.error();
+  const auto found = selectDisk(*views, bsdName);
   if (!found) return selectionFailure(context, found.error());
   const auto& disk = (*found)->disk;
   if (context.options.json) {
@@ -140,7 +141,8 @@ using Operation = base::Task<Answer> (*)(const CommandContext&, const disks::Dis
 
 Answer runOn(const CommandContext& context, Machine& machine, Operation operation) {
   const auto views = viewDisks(context);
-  const auto selected = selectDisk(views, context.options.disk);
+  if (!views) return views.error();
+  const auto selected = selectDisk(*views, context.options.disk);
   if (!selected) return selectionFailure(context, selected.error());
   const disks::DiskUtility utility(*context.platform.toolRunner, *context.platform.clock,
                                    *context.platform.mediaRegistry);

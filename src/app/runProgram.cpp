@@ -1,17 +1,15 @@
 #include "app/runProgram.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
-#include <string_view>
+#include <string>
 
 #include "app/Answer.h"
 #include "app/Machine.h"
 #include "app/Options.h"
 #include "app/Terminal.h"
 #include "app/commands.h"
-#include "base/Text.h"
 
 namespace halvercine::app {
 namespace {
@@ -46,16 +44,6 @@ Answer run(const Options& options) {
   return versionCommand(options);
 }
 
-/// A command line that is wrong still gets the JSON that it asked for.
-Answer misuse(const NothingToRun& nothing, bool json) {
-  if (nothing.status == ExitStatus::done) return {nothing.status, nothing.text, ""};
-  std::string message(base::trimmed(nothing.text));
-  if (!json) return {nothing.status, "", std::move(message)};
-  Options options;
-  options.json = true;
-  return failure(options, nothing.status, "usage", message);
-}
-
 int print(const Answer& answer) {
   if (!answer.diagnostic.empty()) writeDiagnostic(answer.diagnostic);
   switch (writeOutput(answer.output)) {
@@ -76,10 +64,7 @@ int runProgram(int argc, const char* const* argv) {
   std::signal(SIGPIPE, SIG_IGN);
   try {
     const auto options = readOptions(argc, argv);
-    if (options) return print(run(*options));
-    const bool json = std::any_of(argv, argv + argc,
-                                  [](std::string_view word) { return word == "--json"; });
-    return print(misuse(options.error(), json));
+    return print(options ? run(*options) : misuse(options.error()));
   } catch (const std::exception& error) {  // no memory, or a fault of ours
     writeDiagnostic(std::string("halvercine: ") + error.what());
     return static_cast<int>(ExitStatus::failed);

@@ -112,10 +112,7 @@ Answer watchCommand(const CommandContext& context, Machine& machine) {
   }
   disks::DiskMonitor monitor(machine.actor(), context.platform, context.localization);
   Watch watch(context, monitor, end);
-  if (!monitor.start()) {
-    return failure(context.options, ExitStatus::failed, "no-disk-arbitration",
-                   context.text("ui.error.noarbitration"));
-  }
+  if (!monitor.start()) return arbitrationFailure(context);
   machine.actor().runUntil([&ended] { return ended.has_value(); });
   return {ended.value_or(ExitStatus::done), "", ""};
 }

@@ -1,7 +1,15 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
 
 #include "base/Json.h"
+#include "base/UniqueFd.h"
+#include "support/TemporaryFolder.h"
 #include "support/runProgram.h"
 
 namespace halvercine {
@@ -67,28 +75,74 @@ TEST(ProgramTest, FailuresHaveAStatusAndAStableIdentifier) {
     std::vector<std::string> arguments;
     int status;
     const char* id;
+    const char* command;  // "" for none
   };
+  const tests::TemporaryFolder folder;
+  const auto alone =
+      "--simulate=" +
+      folder.write("alone.json", R"({"format": 1, "system": {"diskArbitration": false}})").string();
   const Row rows[] = {
-      {{"--simulate", "info", "disk99"}, 3, "disk-not-found"},
-      {{"--simulate=/nonexistent.json", "list"}, 2, "scenario-unreadable"},
-      {{"--simulate=/dev/zero", "list"}, 2, "scenario-unreadable"},
-      {{"lst"}, 2, "usage"},
-      {{}, 2, "usage"},
-      {{"list", "--lang", "fr"}, 2, "usage"},
-      {{"info"}, 2, "usage"},
-      {{"list", "--at", "-1"}, 2, "usage"},
+      {{"--simulate", "info", "disk99"}, 3, "disk-not-found", "info"},
+      {{"--simulate=/nonexistent.json", "list"}, 2, "scenario-unreadable", "list"},
+      {{"--simulate=/dev/zero", "list"}, 2, "scenario-unreadable", "list"},
+      {{"--simulate=/", "drivers"}, 2, "scenario-unreadable", "drivers"},
+      {{alone, "list"}, 1, "no-disk-arbitration", "list"},
+      {{alone, "info", "disk4"}, 1, "no-disk-arbitration", "info"},
+      {{alone, "mount", "disk4"}, 1, "no-disk-arbitration", "mount"},
+      {{alone, "unmount", "disk4"}, 1, "no-disk-arbitration", "unmount"},
+      {{alone, "watch"}, 1, "no-disk-arbitration", "watch"},
+      {{"lst"}, 2, "usage", ""},
+      {{"\x1b[31m\nlist"}, 2, "usage", ""},
+      {{}, 2, "usage", ""},
+      {{"list", "--lang", "fr"}, 2, "usage", "list"},
+      {{"info"}, 2, "usage", "info"},
+      {{"list", "--at", "-1"}, 2, "usage", "list"},
+      {{"list", "--at", "nan"}, 2, "usage", "list"},
+      {{"watch", "--for", "inf"}, 2, "usage", "watch"},
   };
   for (const auto& row : rows) {
     const auto plain = runProgram(row.arguments);
     EXPECT_EQ(plain.status, row.status) << row.id;
     EXPECT_TRUE(plain.output.empty()) << plain.output;
     EXPECT_FALSE(plain.errors.empty()) << row.id;
+    EXPECT_THAT(plain.errors, Not(HasSubstr("\x1b")));
     auto arguments = row.arguments;
     arguments.emplace_back("--json");
     const auto asJson = runProgram(arguments);
     EXPECT_EQ(asJson.status, row.status) << row.id;
-    EXPECT_EQ(document(asJson).at_pointer("/error/id").as_string(), row.id);
+    const auto answer = document(asJson);
+    EXPECT_EQ(answer.at_pointer("/error/id").as_string(), row.id);
+    const auto* command = answer.as_object().if_contains("command");
+    EXPECT_EQ(command ? command->as_string() : "", row.command) << row.id;
   }
+}
+
+TEST(ProgramTest, OptionsEndWhereTheUserEndsThem) {
+  const auto run = runProgram({"--simulate=", "info", "--", "--json"});
+  EXPECT_EQ(run.status, 3) << "--simulate= takes no word behind it";
+  EXPECT_THAT(run.output, Not(HasSubstr("{")));
+  EXPECT_THAT(run.errors, HasSubstr("--json"));
+  EXPECT_EQ(runProgram({"list", "--version"}).output, runProgram({"version"}).output);
+  EXPECT_EQ(runProgram({"--version", "--json"}).output, runProgram({"version", "--json"}).output);
+}
+
+TEST(ProgramTest, ScenariosAreReadThroughLinksAndPipes) {
+  const tests::TemporaryFolder folder;
+  const std::string_view scenario = R"({"format": 1})";
+  const auto file = folder.write("file.json", scenario);
+  const auto link = folder.path() / "link.json";
+  const auto pipe = folder.path() / "pipe.json";
+  std::filesystem::create_symlink(file, link);
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  std::thread writer([&] { std::ofstream(pipe) << scenario; });
+  for (const auto& path : {file, link, pipe}) {
+    const auto run = runProgram({"--simulate=" + path.string(), "list", "--json"});
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_THAT(run.output, HasSubstr("\"disks\": []"));
+  }
+  // Lets the writer go if nobody has read.
+  const base::UniqueFd reader(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  writer.join();
 }
 
 TEST(ProgramTest, HostileNamesStayHarmlessOnATerminalAndWholeInJson) {

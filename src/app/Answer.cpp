@@ -15,13 +15,18 @@ boost::json::object envelope(std::string_view command) {
   return document;
 }
 
+/// A document's text. Names and paths can hold bytes that are no UTF-8; the document cannot.
+std::string documentText(const boost::json::object& document) {
+  return base::repairedUtf8(base::prettyJson(document));
+}
+
 std::string errorDocument(std::string_view command, std::string_view id,
                           const std::string& message, boost::json::object details) {
   auto document = envelope(command);
   boost::json::object error = {{"id", id}, {"message", message}};
   for (auto& detail : details) error.emplace(detail.key(), std::move(detail.value()));
   document["error"] = std::move(error);
-  return base::prettyJson(document);
+  return documentText(document);
 }
 
 /// The lines of a text, each harmless on a terminal.
@@ -40,7 +45,7 @@ std::string displayLines(std::string_view text) {
 Answer jsonAnswer(const Options& options, boost::json::object result) {
   auto document = envelope(commandName(options.command));
   document["result"] = std::move(result);
-  return {ExitStatus::done, base::prettyJson(document), ""};
+  return {ExitStatus::done, documentText(document), ""};
 }
 
 Answer failure(const Options& options, ExitStatus status, std::string_view id,

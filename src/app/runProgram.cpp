@@ -1,5 +1,6 @@
 #include "app/runProgram.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -14,28 +15,26 @@
 namespace halvercine::app {
 namespace {
 
-Answer run(const Options& options) {
-  if (options.command == Command::version) return versionCommand(options);
-  const auto machine = Machine::make(options);
-  if (!machine) {
-    return failure(options, ExitStatus::usage, "scenario-unreadable", machine.error());
-  }
+// How long the end of the program waits for calls that are under way in the background.
+constexpr std::chrono::milliseconds patience{500};
+
+Answer runOn(Machine& machine, const Options& options) {
   const base::Localization localization(options.language);
   const auto terminal = Terminal::forOutput(options.noColor);
-  const CommandContext context{options, localization, (*machine)->platform(), terminal};
+  const CommandContext context{options, localization, machine.platform(), terminal};
   switch (options.command) {
     case Command::list:
       return listCommand(context);
     case Command::info:
       return infoCommand(context);
     case Command::watch:
-      return watchCommand(context, **machine);
+      return watchCommand(context, machine);
     case Command::mount:
-      return mountCommand(context, **machine);
+      return mountCommand(context, machine);
     case Command::unmount:
-      return unmountCommand(context, **machine);
+      return unmountCommand(context, machine);
     case Command::occupants:
-      return occupantsCommand(context, **machine);
+      return occupantsCommand(context, machine);
     case Command::drivers:
       return driversCommand(context);
     case Command::version:
@@ -57,6 +56,18 @@ int print(const Answer& answer) {
   return static_cast<int>(ExitStatus::failed);
 }
 
+int run(const Options& options) {
+  if (options.command == Command::version) return print(versionCommand(options));
+  const auto machine = Machine::make(options);
+  if (!machine) {
+    return print(failure(options, ExitStatus::usage, "scenario-unreadable", machine.error()));
+  }
+  const int status = print(runOn(**machine, options));
+  // A call that a dead disk never lets return must not keep the program from ending.
+  if (!(*machine)->actor().settleBackground(patience)) std::_Exit(status);
+  return status;
+}
+
 }  // namespace
 
 int runProgram(int argc, const char* const* argv) {
@@ -64,7 +75,7 @@ int runProgram(int argc, const char* const* argv) {
   std::signal(SIGPIPE, SIG_IGN);
   try {
     const auto options = readOptions(argc, argv);
-    return print(options ? run(*options) : misuse(options.error()));
+    return options ? run(*options) : print(misuse(options.error()));
   } catch (const std::exception& error) {  // no memory, or a fault of ours
     writeDiagnostic(std::string("halvercine: ") + error.what());
     return static_cast<int>(ExitStatus::failed);

@@ -19,6 +19,13 @@ void MainActor::joinBackground() {
   if (pool_) pool_->join();
 }
 
+bool MainActor::settleBackground(std::chrono::milliseconds limit) {
+  const auto deadline = std::chrono::steady_clock::now() + limit;
+  while (backgroundWork_ > 0 && context_.run_one_until(deadline) > 0) {
+  }
+  return backgroundWork_ == 0;
+}
+
 void MainActor::postToBackground(std::function<void()> action) {
   std::call_once(poolMade_,
                  [this] { pool_ = std::make_unique<boost::asio::thread_pool>(backgroundThreads); });

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
@@ -39,6 +40,10 @@ class MainActor {
 
   /// Waits for the background work that has been started. Afterwards none may be started any more.
   void joinBackground();
+
+  /// Waits for it for at most `limit`, processing what it posts; false when some is still under way: a
+  /// call into the system that may never return. Main actor.
+  bool settleBackground(std::chrono::milliseconds limit);
 
   /// Called when nothing is left to do and no background work is under way; it makes something
   /// happen (simulated time moves on) and answers true, or answers false. Without it the actor

@@ -10,6 +10,19 @@ namespace {
 
 constexpr std::string_view gap = "  ";
 
+/// A remark in as many lines as the terminal makes necessary.
+std::string noteLines(const Cell& note, const Terminal& terminal, std::size_t indent) {
+  constexpr std::size_t fewest = 20;  // narrower, it would read like a list of words
+  const auto all = terminal.columns();
+  const auto room = all == 0 ? std::string::npos : std::max(all, indent + fewest) - indent;
+  std::string lines;
+  for (const auto line : base::wrapped(note.text, room)) {
+    lines.append(indent, ' ');
+    lines += terminal.tinted(line, note.tint) + '\n';
+  }
+  return lines;
+}
+
 }  // namespace
 
 void Table::addRow(std::vector<Cell> cells) {
@@ -32,12 +45,11 @@ std::string Table::render(const Terminal& terminal, std::size_t indent) const {
   }
   std::string lines;
   for (const auto& row : rows_) {
-    lines.append(indent, ' ');
     if (row.isNote) {
-      lines.append(widths.front() + gap.size(), ' ');
-      lines += terminal.tinted(row.cells.front().text, row.cells.front().tint) + '\n';
+      lines += noteLines(row.cells.front(), terminal, indent + widths.front() + gap.size());
       continue;
     }
+    lines.append(indent, ' ');
     std::size_t pending = 0;  // blanks that wait for something to stand behind them
     for (std::size_t column = 0; column < row.cells.size(); ++column) {
       const auto& cell = row.cells[column];

@@ -1,5 +1,8 @@
 #include "app/Terminal.h"
 
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -30,11 +33,20 @@ std::string_view sequence(Tint tint) {
   return "";
 }
 
+std::size_t outputColumns() {
+  constexpr std::size_t usual = 100;
+  winsize size{};
+  const bool known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return known ? size.ws_col : usual;
+}
+
 }  // namespace
 
 Terminal Terminal::forOutput(bool noColor) {
-  return Terminal(!noColor && environment("NO_COLOR").empty() && environment("TERM") != "dumb" &&
-                  ::isatty(STDOUT_FILENO) == 1);
+  if (::isatty(STDOUT_FILENO) != 1) return Terminal(false);
+  const auto kind = environment("TERM");
+  const bool obeys = !kind.empty() && kind != "dumb";
+  return Terminal(obeys && !noColor && environment("NO_COLOR").empty(), obeys, outputColumns());
 }
 
 std::string Terminal::tinted(std::string_view text, Tint tint) const {
@@ -47,6 +59,15 @@ Written writeOutput(std::string_view text) {
     return Written::all;
   }
   return errno == EPIPE ? Written::nobodyListens : Written::failed;
+}
+
+bool outputIsAbandoned() {
+  struct stat status {};
+  if (::fstat(STDOUT_FILENO, &status) != 0) return false;
+  if (!S_ISFIFO(status.st_mode) && !S_ISSOCK(status.st_mode)) return false;
+  pollfd output{STDOUT_FILENO, 0, 0};
+  // Systems differ in which of the two they say.
+  return ::poll(&output, 1, 0) == 1 && (output.revents & (POLLERR | POLLHUP)) != 0;
 }
 
 void writeDiagnostic(std::string_view line) {

@@ -2,12 +2,12 @@
 #include <chrono>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "app/DiskEvents.h"
 #include "app/commands.h"
 #include "app/listText.h"
 #include "base/Json.h"
+#include "base/RepeatingTimer.h"
 #include "base/Text.h"
 #include "disks/DiskMonitor.h"
 #include "platform/posix/TerminationSignals.h"
@@ -40,8 +40,11 @@ class Watch {
     views_ = std::move(views);
     const bool first = std::exchange(isFirst_, false);
     if (events.empty() && !first) return;
-    if (!context_.options.json && ::isatty(STDOUT_FILENO) == 1) {
-      print("\x1b[H\x1b[J" + listText(context_, views_));
+    // The window may have another size by now.
+    const auto terminal = Terminal::forOutput(context_.options.noColor);
+    if (!context_.options.json && terminal.redraws()) {
+      const CommandContext now{context_.options, context_.localization, context_.platform, terminal};
+      print("\x1b[H\x1b[J" + listText(now, views_));
       return;
     }
     for (const auto& event : events) {
@@ -110,6 +113,11 @@ Answer watchCommand(const CommandContext& context, Machine& machine) {
         context.platform.clock->uptime() + std::chrono::duration_cast<platform::Uptime>(limit),
         [&end] { end(ExitStatus::done); });
   }
+  // Without events nothing is written that would show it.
+  base::RepeatingTimer abandonment(*context.platform.clock);
+  abandonment.start(std::chrono::seconds(1), [&end] {
+    if (outputIsAbandoned()) end(ExitStatus::done);
+  });
   disks::DiskMonitor monitor(machine.actor(), context.platform, context.localization);
   Watch watch(context, monitor, end);
   if (!monitor.start()) return arbitrationFailure(context);

@@ -27,6 +27,19 @@ TEST(TableTest, HostileNamesCannotReachTheTerminal) {
   EXPECT_EQ(lines, "a\\u{1B}[31m\\u{A}\\u{D}\\u{202E}\\u{200B}\xEF\xBF\xBD z\n");
 }
 
+TEST(TableTest, RemarksKeepToTheTerminal) {
+  Table table({Table::Align::left, Table::Align::left});
+  table.addRow({"disk4", "a name that is longer than the terminal is wide"});
+  table.addNote({"! Unplug the disk, 请拔出磁盘。请重新插入。", Tint::warning});
+  EXPECT_EQ(table.render(Terminal(true, true, 29), 2),
+            "  disk4  a name that is longer than the terminal is wide\n"
+            "         \x1b[33m! Unplug the disk,\x1b[0m\n"
+            "         \x1b[33m请拔出磁盘。请重新插\x1b[0m\n"
+            "         \x1b[33m入。\x1b[0m\n");
+  EXPECT_EQ(table.render(Terminal(false, false, 5), 2),
+            table.render(Terminal(false, false, 29), 2));
+}
+
 TEST(TableTest, ColoursAreOnlyAround) {
   Table table({Table::Align::left, Table::Align::left});
   table.addRow({Cell("a", Tint::good), "b"});

@@ -54,10 +54,55 @@ TEST(TextTest, shownTextCannotMoveWhatStandsAroundIt) {
            {"\U000E0041", "\\u{E0041}"},
            {"\u2028\u0085\x7f", "\\u{2028}\\u{85}\\u{7F}"},
            {"\u3164", "\\u{3164}"},
-           {"👨\u200D👩", "👨\u200D👩"},
+           {"a\u2800\u17B4\u17B5", "a\\u{2800}\\u{17B4}\\u{17B5}"},
+           {"\u200Ca", "\\u{200C}a"},  // joiners with nothing to join
+           {"a\u200D", "a\\u{200D}"},
+           {"a\u200C \u200Db", "a\\u{200C} \\u{200D}b"},
+           {"a\u200C\u200Db", "a\\u{200C}\\u{200D}b"},
+           {"a\u200D\uFE0Fb", "a\\u{200D}\\u{FE0F}b"},
+           {"a\u200D\u200Bb", "a\\u{200D}\\u{200B}b"},
+           {"\uFE0Fa \uFE0F", "\\u{FE0F}a \\u{FE0F}"},  // selectors without a base
+           {"❤\uFE0F\uFE0F\U000E0100", "❤\uFE0F\\u{FE0F}\\u{E0100}"},
+           {"\xFF\uFE0F", "\uFFFD\uFE0F"},
+           {"\u0301e\u0301", "\\u{301}e\u0301"},  // it would stand on what is before the name
+           {"\u200B\u0301", "\\u{200B}\u0301"},
            {"\xFFx", "\uFFFDx"},
            {"a\0"s, "a\\u{0}"}}) {
     EXPECT_EQ(displayText(text), expected);
+  }
+}
+
+TEST(TextTest, wordsAndEmojiAreShownAsTheyAre) {
+  for (const std::string text :
+       {"می\u200Cخواهم", "۲۰\u200Cتایی", "क्\u200Dष", "ක්\u200Dරී", "র\u200D্য",  // joiners inside words
+        "👨\u200D👩\u200D👧", "👩🏽\u200D🚀", "🏳\uFE0F\u200D🌈", "❤\uFE0F\u200D🔥", "🙂\u200D↔\uFE0F",
+        "🇨🇭", "1\uFE0F\u20E3", "葛\U000E0100", "©\uFE0F"}) {
+    EXPECT_EQ(displayText(text), text);
+  }
+}
+
+TEST(TextTest, wrapsWithoutSplittingWords) {
+  using Lines = std::vector<std::string_view>;
+  struct Row {
+    std::string_view text;
+    std::size_t columns;
+    Lines lines;
+  };
+  for (const auto& [text, columns, lines] : std::initializer_list<Row>{
+           {"", 4, {""}},
+           {"one two three", 13, {"one two three"}},
+           {"one two three", 12, {"one two", "three"}},
+           {"one  two ", 5, {"one", "two"}},
+           {"a incomprehensible b", 3, {"a", "incomprehensible", "b"}},
+           {"请插入磁盘", 6, {"请插入", "磁盘"}},
+           {"请插入磁盘", 7, {"请插入", "磁盘"}},
+           {"请插入。磁盘", 6, {"请插", "入。磁", "盘"}},  // the stop stays with its sentence
+           {"请（插入）", 4, {"请", "（插", "入）"}},
+           {"磁盘 Windows 中", 8, {"磁盘", "Windows", "中"}},
+           {"e\u0301e\u0301 e\u0301", 4, {"e\u0301e\u0301 e\u0301"}},
+           {"👩🏽\u200D🚀👩🏽", 2, {"👩🏽\u200D🚀👩🏽"}},
+           {"\xFF \xFF", 1, {"\xFF", "\xFF"}}}) {
+    EXPECT_EQ(wrapped(text, columns), lines) << text;
   }
 }
 

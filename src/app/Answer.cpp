@@ -15,8 +15,8 @@ boost::json::object envelope(std::string_view command) {
   return document;
 }
 
-std::string errorDocument(std::string_view command, std::string_view id,
-                          const std::string& message, boost::json::object details) {
+std::string errorDocument(std::string_view command, std::string_view id, const std::string& message,
+                          boost::json::object details) {
   auto document = envelope(command);
   boost::json::object error = {{"id", id}, {"message", message}};
   for (auto& detail : details) error.emplace(detail.key(), std::move(detail.value()));
@@ -46,8 +46,7 @@ Answer jsonAnswer(const Options& options, boost::json::object result) {
 Answer failure(const Options& options, ExitStatus status, std::string_view id,
                const std::string& message, boost::json::object details) {
   if (!options.json) return {status, "", "halvercine: " + message};
-  return {status, errorDocument(commandName(options.command), id, message, std::move(details)),
-          ""};
+  return {status, errorDocument(commandName(options.command), id, message, std::move(details)), ""};
 }
 
 Answer misuse(const NothingToRun& nothing) {

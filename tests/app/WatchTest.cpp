@@ -1,16 +1,16 @@
 // How `watch` behaves towards whoever reads it.
+#include <array>
 #include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <stdlib.h>
+#include <string>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <array>
-#include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "base/UniqueFd.h"
 #include "support/TemporaryFolder.h"

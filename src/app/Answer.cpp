@@ -51,8 +51,7 @@ Answer jsonAnswer(const Options& options, boost::json::object result) {
 Answer failure(const Options& options, ExitStatus status, std::string_view id,
                const std::string& message, boost::json::object details) {
   if (!options.json) return {status, "", "halvercine: " + message};
-  return {status, errorDocument(commandName(options.command), id, message, std::move(details)),
-          ""};
+  return {status, errorDocument(commandName(options.command), id, message, std::move(details)), ""};
 }
 
 Answer misuse(const NothingToRun& nothing) {

@@ -43,9 +43,7 @@ std::expected<const DiskView*, SelectionError> selectDisk(const std::vector<Disk
       [&](const DiskView& view) {
         return view.disk.volumeUUID && base::asciiLowered(*view.disk.volumeUUID) == uuid;
       },
-      [&](const DiskView& view) {
-        return view.disk.mountPath == path;
-      },
+      [&](const DiskView& view) { return view.disk.mountPath == path; },
       // A label may hold slashes, and must not pass for a path.
       [&](const DiskView& view) { return !isPath && base::composed(view.disk.name) == name; },
       // Last, since a path on a volume that does not answer cannot be resolved.

@@ -16,9 +16,9 @@ struct SelectionError {
   bool isAmbiguous() const { return !candidates.empty(); }
 };
 
-/// The disk that `argument` names, by the first of these that fits any: BSD name; device path (also of
-/// the raw device, or a link to it); volume UUID in any letter case; mount point; volume name, unless
-/// the argument is an absolute path. Several that fit in the same way are refused.
+/// The disk that `argument` names, by the first of these that fits any: BSD name; device path (also
+/// of the raw device, or a link to it); volume UUID in any letter case; mount point; volume name,
+/// unless the argument is an absolute path. Several that fit in the same way are refused.
 std::expected<const DiskView*, SelectionError> selectDisk(const std::vector<DiskView>& disks,
                                                           std::string_view argument);
 

@@ -1,10 +1,11 @@
 #include "app/Options.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdlib>
 #include <sstream>
 #include <vector>
+
+#include <CLI/CLI.hpp>
 
 namespace halvercine::app {
 namespace {

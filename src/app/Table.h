@@ -28,8 +28,8 @@ class Table {
   /// Adds a line of cells, at most as many as there are columns.
   void addRow(std::vector<Cell> cells);
 
-  /// Adds a remark under the last row, from the second column on, in several lines where the terminal
-  /// needs them.
+  /// Adds a remark under the last row, from the second column on, in several lines where the
+  /// terminal needs them.
   void addNote(Cell note);
 
   /// The lines, each indented by `indent` blanks and ended by a line feed, without blanks at the end.

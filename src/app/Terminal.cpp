@@ -1,13 +1,12 @@
 #include "app/Terminal.h"
 
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 
 namespace halvercine::app {
 namespace {

@@ -13,9 +13,9 @@ enum class Tint { none, good, warning, quiet, heading };
 /// How text is written to a stream that may be a terminal.
 class Terminal {
  public:
-  /// For standard output as it is now, from the environment: everything on a terminal only; no colours
-  /// if `noColor` or NO_COLOR (not empty) says so, and no control sequences at all if TERM is "dumb" or
-  /// missing.
+  /// For standard output as it is now, from the environment: everything on a terminal only; no
+  /// colours if `noColor` or NO_COLOR (not empty) says so, and no control sequences at all if TERM
+  /// is "dumb" or missing.
   static Terminal forOutput(bool noColor);
 
   /// `columns` is 0 for lines of any length.
@@ -47,8 +47,8 @@ enum class Written {
 /// Writes a whole answer to standard output, at once.
 Written writeOutput(std::string_view text);
 
-/// Whether standard output is a pipe or socket whose reader has gone. It is neither read, written nor
-/// changed: others may have it open as well.
+/// Whether standard output is a pipe or socket whose reader has gone. It is neither read, written
+/// nor changed: others may have it open as well.
 bool outputIsAbandoned();
 
 /// Writes a diagnostic line to standard error.

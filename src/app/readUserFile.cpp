@@ -1,11 +1,10 @@
 #include "app/readUserFile.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <array>
 #include <cerrno>
+#include <fcntl.h>
 #include <string_view>
+#include <sys/stat.h>
 #include <system_error>
 
 #include "base/UniqueFd.h"

@@ -1,5 +1,6 @@
-#include <boost/json/object.hpp>
 #include <chrono>
+
+#include <boost/json/object.hpp>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
@@ -43,7 +44,8 @@ class Watch {
     // The window may have another size by now.
     const auto terminal = Terminal::forOutput(context_.options.noColor);
     if (!context_.options.json && terminal.redraws()) {
-      const CommandContext now{context_.options, context_.localization, context_.platform, terminal};
+      const CommandContext now{context_.options, context_.localization, context_.platform,
+                               terminal};
       print("\x1b[H\x1b[J" + listText(now, views_));
       return;
     }

@@ -1,12 +1,12 @@
 #include "base/Text.h"
 
-#include <fmt/core.h>
-#include <utf8proc.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <utility>
+
+#include <fmt/core.h>
+#include <utf8proc.h>
 
 namespace halvercine::base {
 namespace {
@@ -58,8 +58,8 @@ bool isMark(utf8proc_int32_t codePoint) {
 
 bool isEmoji(utf8proc_int32_t codePoint) {
   const bool isSkinTone = codePoint >= 0x1F3FB && codePoint <= 0x1F3FF;
-  return isSkinTone || utf8proc_get_property(codePoint)->boundclass ==
-                           UTF8PROC_BOUNDCLASS_EXTENDED_PICTOGRAPHIC;
+  return isSkinTone ||
+         utf8proc_get_property(codePoint)->boundclass == UTF8PROC_BOUNDCLASS_EXTENDED_PICTOGRAPHIC;
 }
 
 /// Harmful wherever it stands.

@@ -25,18 +25,19 @@ bool isUtf8(std::string_view text);
 std::string repairedUtf8(std::string_view bytes);
 
 /// What may be shown on a terminal or in a window for a text that somebody else chose. Control
-/// characters, line breaks, bidirectional controls, zero-width characters, blanks that pass for letters,
-/// tag characters, variation selectors without a character to vary and a combining mark at the start
-/// become a visible \u{…} with their code point, invalid bytes U+FFFD; joiners inside words and emoji stay.
+/// characters, line breaks, bidirectional controls, zero-width characters, blanks that pass for
+/// letters, tag characters, variation selectors without a character to vary and a combining mark at
+/// the start become a visible \u{…} with their code point, invalid bytes U+FFFD; joiners inside
+/// words and emoji stay.
 std::string displayText(std::string_view text);
 
 /// The columns that a text takes on a terminal with fixed-width type: two for wide characters and
 /// emoji, none for combining marks. The text holds no control characters.
 std::size_t displayWidth(std::string_view text);
 
-/// The lines of at most `columns` columns that a text without line feeds makes, one at least. They end
-/// at blanks, which are dropped, and between wide letters; a word that is longer stays whole. The views
-/// are parts of `text`.
+/// The lines of at most `columns` columns that a text without line feeds makes, one at least. They
+/// end at blanks, which are dropped, and between wide letters; a word that is longer stays whole.
+/// The views are parts of `text`.
 std::vector<std::string_view> wrapped(std::string_view text, std::size_t columns);
 
 /// Canonically composed (NFC) form, for comparing names that two systems decompose differently.

@@ -67,9 +67,8 @@ TEST(LocalizationTest, gapsAndMissingArgumentsAreVisibleAndHarmless) {
   const Localization english(Language::en);
   EXPECT_EQ(english.text("no.such.key", {"a"}), "no.such.key");
   const auto withArgument =
-      std::find_if(english.table().begin(), english.table().end(), [](const auto& entry) {
-        return entry.second.find("{0}") != std::string::npos;
-      });
+      std::find_if(english.table().begin(), english.table().end(),
+                   [](const auto& entry) { return entry.second.find("{0}") != std::string::npos; });
   ASSERT_NE(withArgument, english.table().end());
   EXPECT_EQ(english.text(withArgument->first), withArgument->second);
   EXPECT_NE(english.text(withArgument->first, {"{0}{9}", "b", "c", "d"}).find("{0}{9}"),

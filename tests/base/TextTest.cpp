@@ -74,9 +74,10 @@ TEST(TextTest, shownTextCannotMoveWhatStandsAroundIt) {
 
 TEST(TextTest, wordsAndEmojiAreShownAsTheyAre) {
   for (const std::string text :
-       {"می\u200Cخواهم", "۲۰\u200Cتایی", "क्\u200Dष", "ක්\u200Dරී", "র\u200D্য",  // joiners inside words
-        "👨\u200D👩\u200D👧", "👩🏽\u200D🚀", "🏳\uFE0F\u200D🌈", "❤\uFE0F\u200D🔥", "🙂\u200D↔\uFE0F",
-        "🇨🇭", "1\uFE0F\u20E3", "葛\U000E0100", "©\uFE0F"}) {
+       {"می\u200Cخواهم", "۲۰\u200Cتایی", "क्\u200Dष", "ක්\u200Dරී",
+        "র\u200D্য",  // joiners inside words
+        "👨\u200D👩\u200D👧", "👩🏽\u200D🚀", "🏳\uFE0F\u200D🌈", "❤\uFE0F\u200D🔥",
+        "🙂\u200D↔\uFE0F", "🇨🇭", "1\uFE0F\u20E3", "葛\U000E0100", "©\uFE0F"}) {
     EXPECT_EQ(displayText(text), text);
   }
 }

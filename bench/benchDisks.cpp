@@ -1,13 +1,13 @@
-// Refreshing the list of disks, and the JSON of disks and reports, each beside the least that it can
-// take: asking the machine for its descriptions, and the JSON library at work on the same text.
-#include <benchmark/benchmark.h>
-
-#include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
+// Refreshing the list of disks, and the JSON of disks and reports, each beside the least that it
+// can take: asking the machine for its descriptions, and the JSON library at work on the same text.
 #include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include <benchmark/benchmark.h>
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
 
 #include "base/Json.h"
 #include "base/Localization.h"
@@ -116,9 +116,8 @@ void refreshStorm(benchmark::State& state) {
     }
     machine.settle();
   }
-  state.counters["refreshes"] =
-      benchmark::Counter(static_cast<double>(monitor.refreshRevision() - before),
-                         benchmark::Counter::kAvgIterations);
+  state.counters["refreshes"] = benchmark::Counter(
+      static_cast<double>(monitor.refreshRevision() - before), benchmark::Counter::kAvgIterations);
   state.SetItemsProcessed(state.iterations() * events);
 }
 

@@ -1,18 +1,18 @@
-// Runs two commands in turn and prints how long each takes from being started to being gone, and how
-// much memory it needs: compare RUNS COMMAND [ARGUMENT]... -- COMMAND [ARGUMENT]...
+// Runs two commands in turn and prints how long each takes from being started to being gone, and
+// how much memory it needs: compare RUNS COMMAND [ARGUMENT]... -- COMMAND [ARGUMENT]...
 //
-// Taking turns puts whatever else the machine does on both. The commands' standard output is dropped.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-
+// Taking turns puts whatever else the machine does on both. The commands' standard output is
+// dropped.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <optional>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <vector>
 
 namespace {
@@ -38,7 +38,8 @@ bool run(Command& command, const posix_spawn_file_actions_t& quiet) {
   using Clock = std::chrono::steady_clock;
   const auto begin = Clock::now();
   pid_t child = 0;
-  if (posix_spawnp(&child, command.arguments[0], &quiet, nullptr, command.arguments, environ) != 0) {
+  if (posix_spawnp(&child, command.arguments[0], &quiet, nullptr, command.arguments, environ) !=
+      0) {
     return false;
   }
   int status = 0;
@@ -53,8 +54,8 @@ bool run(Command& command, const posix_spawn_file_actions_t& quiet) {
 
 void print(const Command& command) {
   std::printf("%9.2f %9.2f %9.2f %9.2f %9.1f   ", quantile(command.times, 0.5),
-              quantile(command.times, 0), quantile(command.times, 0.9),
-              quantile(command.work, 0.5), static_cast<double>(command.peak) / 1024);
+              quantile(command.times, 0), quantile(command.times, 0.9), quantile(command.work, 0.5),
+              static_cast<double>(command.peak) / 1024);
   for (char** argument = command.arguments; *argument; ++argument) {
     const char* name = argument == command.arguments ? std::strrchr(*argument, '/') : nullptr;
     std::printf("%s%s", argument == command.arguments ? "" : " ", name ? name + 1 : *argument);

@@ -1,10 +1,11 @@
 // The system's list of enabled modules, which anybody in the user's account can write.
+#include "mount/EnabledModules.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
 
-#include "mount/EnabledModules.h"
 #include "mount/ThirdPartyDriver.h"
 
 using namespace halvercine;

@@ -1,10 +1,11 @@
 // Scenarios: any text is read or refused, and one that was read can be built.
+#include "platform/simulated/Scenario.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 #include "base/MainActor.h"
-#include "platform/simulated/Scenario.h"
 #include "platform/simulated/SimulatedMac.h"
 
 using namespace halvercine;

@@ -20,8 +20,8 @@ std::string documentText(const boost::json::object& document) {
   return base::repairedUtf8(base::prettyJson(document));
 }
 
-std::string errorDocument(std::string_view command, std::string_view id,
-                          const std::string& message, boost::json::object details) {
+std::string errorDocument(std::string_view command, std::string_view id, const std::string& message,
+                          boost::json::object details) {
   auto document = envelope(command);
   boost::json::object error = {{"id", id}, {"message", message}};
   for (auto& detail : details) error.emplace(detail.key(), std::move(detail.value()));

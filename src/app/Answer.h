@@ -1,9 +1,10 @@
 // What a command answers.
 #pragma once
 
-#include <boost/json/object.hpp>
 #include <string>
 #include <string_view>
+
+#include <boost/json/object.hpp>
 
 #include "app/ExitStatus.h"
 #include "app/Options.h"
@@ -23,8 +24,8 @@ struct Answer {
 /// An answer as a JSON document: "format", "command", "result".
 Answer jsonAnswer(const Options& options, boost::json::object result);
 
-/// A failure: the message on standard error or, with --json, a document with "error" (`id` is stable,
-/// `details` are put beside "id" and "message").
+/// A failure: the message on standard error or, with --json, a document with "error" (`id` is
+/// stable, `details` are put beside "id" and "message").
 Answer failure(const Options& options, ExitStatus status, std::string_view id,
                const std::string& message, boost::json::object details = {});
 

@@ -1,8 +1,9 @@
 // What happened between two looks at the disks.
 #pragma once
 
-#include <boost/describe.hpp>
 #include <vector>
+
+#include <boost/describe.hpp>
 
 #include "app/DiskView.h"
 
@@ -17,7 +18,8 @@ struct DiskEvent {
 };
 
 /// The events that lead from one list to the other: first what disappeared, then what appeared or
-/// changed, each in the order of its list. Another device under the same name disappeared and appeared.
+/// changed, each in the order of its list. Another device under the same name disappeared and
+/// appeared.
 std::vector<DiskEvent> eventsBetween(const std::vector<DiskView>& before,
                                      const std::vector<DiskView>& after);
 

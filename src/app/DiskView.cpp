@@ -17,9 +17,8 @@ ReadOnlyExplanation explain(const disks::Disk& disk, const platform::Platform& p
                                      *platform.systemInfo, *platform.clock};
   const auto report = mount::loadMountAccessReport(sources, disk.id, mount::Freshness::freshOnly);
   const auto reason = report ? std::optional(report->reason) : std::nullopt;
-  const auto writable = deviceId
-                            ? mount::mediaWritable(*platform.mediaRegistry, disk.id, *deviceId)
-                            : std::nullopt;
+  const auto writable =
+      deviceId ? mount::mediaWritable(*platform.mediaRegistry, disk.id, *deviceId) : std::nullopt;
   const auto cause = mount::MountRecoveryPolicy::cause(writable, reason);
   return {cause, mount::MountRecoveryPolicy::noteKeys(cause)};
 }

@@ -1,11 +1,12 @@
 // A disk's record with what the front ends say beside it.
 #pragma once
 
-#include <boost/json/value.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <boost/json/value.hpp>
 
 #include "base/Localization.h"
 #include "disks/Disk.h"
@@ -25,8 +26,8 @@ struct ReadOnlyExplanation {
 /// One disk, ready to be shown.
 struct DiskView {
   disks::Disk disk;
-  std::optional<std::uint64_t> deviceId;  ///< registry entry ID of the medium
-  std::string deviceNode;                 ///< where programs open it, such as "/dev/disk4s1"
+  std::optional<std::uint64_t> deviceId;        ///< registry entry ID of the medium
+  std::string deviceNode;                       ///< where programs open it, such as "/dev/disk4s1"
   std::optional<ReadOnlyExplanation> readOnly;  ///< set for a mounted NTFS volume that is read-only
 
   /// Looks up what the record does not carry. Main actor.

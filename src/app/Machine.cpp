@@ -57,8 +57,8 @@ std::expected<std::unique_ptr<Machine>, std::string> Machine::make(const Options
   }
   auto scenario = loadScenario(*options.scenario);
   if (!scenario) return std::unexpected(std::move(scenario.error()));
-  const auto clock = options.runsOnRealTime() ? simulated::ClockKind::realTime
-                                              : simulated::ClockKind::virtualTime;
+  const auto clock =
+      options.runsOnRealTime() ? simulated::ClockKind::realTime : simulated::ClockKind::virtualTime;
   machine->simulated_ =
       std::make_unique<simulated::SimulatedMac>(machine->actor_, std::move(*scenario), clock);
   machine->platform_ = machine->simulated_->takePlatform();

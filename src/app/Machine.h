@@ -15,8 +15,8 @@ class SimulatedMac;
 
 namespace halvercine::app {
 
-/// The main actor and one of each port: of this computer, or of a simulated Mac. The composition root
-/// makes it first and destroys it last.
+/// The main actor and one of each port: of this computer, or of a simulated Mac. The composition
+/// root makes it first and destroys it last.
 class Machine {
  public:
   Machine();

@@ -17,24 +17,26 @@ enum class Command { list, info, watch, mount, unmount, occupants, drivers, vers
 /// What the user asked for.
 struct Options {
   Command command = Command::list;
-  std::optional<std::string> scenario;  ///< on the simulated Mac: a file, or the name of a bundled one
-  double at = 0;                        ///< simulated seconds that pass before the command
+  std::optional<std::string>
+      scenario;   ///< on the simulated Mac: a file, or the name of a bundled one
+  double at = 0;  ///< simulated seconds that pass before the command
   base::Language language = base::Language::en;
   bool json = false;
   bool noColor = false;
-  std::string disk;  ///< the DISK argument of commands that have one
+  std::string disk;                ///< the DISK argument of commands that have one
   std::vector<std::string> paths;  ///< of `occupants`
   bool readOnly = false;           ///< of `mount`
   bool force = false;              ///< of `unmount`
   std::optional<double> seconds;   ///< of `watch`: how long, without an end if absent
   bool fast = false;               ///< simulated time passes as fast as it can
 
-  /// Commands that answer at once need no real time on a simulated Mac; those that people follow do.
+  /// Commands that answer at once need no real time on a simulated Mac; those that people follow
+  /// do.
   bool runsOnRealTime() const { return command == Command::watch && !fast; }
 };
 
-/// Why there is nothing to run: help was asked for (`done`, for standard output) or the command line is
-/// wrong (`usage`).
+/// Why there is nothing to run: help was asked for (`done`, for standard output) or the command
+/// line is wrong (`usage`).
 struct NothingToRun {
   ExitStatus status = ExitStatus::usage;
   std::string text;     ///< for people; it may quote any argument

@@ -8,8 +8,8 @@
 
 namespace halvercine::app {
 
-/// Text of one place in a table. It may hold anything: control characters and direction overrides are
-/// made visible, and wide characters count as the two columns that they take.
+/// Text of one place in a table. It may hold anything: control characters and direction overrides
+/// are made visible, and wide characters count as the two columns that they take.
 struct Cell {
   Cell(std::string cellText, Tint cellTint = Tint::none)
       : text(std::move(cellText)), tint(cellTint) {}
@@ -32,7 +32,8 @@ class Table {
   /// terminal needs them.
   void addNote(Cell note);
 
-  /// The lines, each indented by `indent` blanks and ended by a line feed, without blanks at the end.
+  /// The lines, each indented by `indent` blanks and ended by a line feed, without blanks at the
+  /// end.
   std::string render(const Terminal& terminal, std::size_t indent) const;
 
  private:

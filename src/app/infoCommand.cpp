@@ -26,8 +26,8 @@ class FieldList {
     add(key, Cell(context_.text(value ? "ui.word.yes" : "ui.word.no")));
   }
   void addSize(std::string_view key, std::int64_t bytes) {
-    add(key, Cell(fmt::format("{} ({})", sizeText(bytes), context_.text("ui.size.bytes",
-                                                                        {std::to_string(bytes)}))));
+    add(key, Cell(fmt::format("{} ({})", sizeText(bytes),
+                              context_.text("ui.size.bytes", {std::to_string(bytes)}))));
   }
   void note(const std::string& text, Tint tint) { table_.addNote({text, tint}); }
 
@@ -45,19 +45,19 @@ void addVolume(FieldList& fields, const CommandContext& context, const DiskView&
   if (!disk.isMounted) {
     fields.add("ui.field.access", {context.text("ui.access.notmounted"), Tint::quiet});
   } else {
-    fields.add("ui.field.access",
-               disk.isWritable ? Cell(context.text("ui.access.readwrite"), Tint::good)
-                               : Cell(context.text("ui.access.readonly"), Tint::warning));
+    fields.add("ui.field.access", disk.isWritable
+                                      ? Cell(context.text("ui.access.readwrite"), Tint::good)
+                                      : Cell(context.text("ui.access.readonly"), Tint::warning));
   }
   if (view.readOnly) {
     const auto cause = view.readOnly->cause;
     fields.note("! " + context.text(mount::MountRecoveryPolicy::explanationKey(cause)),
                 Tint::warning);
     for (const auto key : view.readOnly->noteKeys) fields.note(context.text(key), Tint::none);
-    fields.note(context.text(mount::MountRecoveryPolicy::isRecoverable(cause)
-                                 ? "ui.readonly.canretry"
-                                 : "ui.readonly.final"),
-                Tint::none);
+    fields.note(
+        context.text(mount::MountRecoveryPolicy::isRecoverable(cause) ? "ui.readonly.canretry"
+                                                                      : "ui.readonly.final"),
+        Tint::none);
   }
   if (disk.isMounted && disk.isNtfs()) fields.addFlag("ui.field.engine", disk.mountedByEngine);
   if (disk.bitLocker) fields.add("ui.field.bitlocker", Cell(disk.bitLocker->state));

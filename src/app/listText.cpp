@@ -36,9 +36,9 @@ void addSection(std::string& output, const CommandContext& context, std::string_
   Table table({Align::left, Align::left, Align::left, Align::right, Align::right, Align::left,
                Align::left, Align::left});
   std::vector<Cell> headings;
-  for (const auto key : {"ui.column.disk", "ui.column.name", "ui.column.filesystem",
-                         "ui.column.size", "ui.column.free", "ui.column.access",
-                         "ui.column.connection", "ui.column.mountpoint"}) {
+  for (const auto key :
+       {"ui.column.disk", "ui.column.name", "ui.column.filesystem", "ui.column.size",
+        "ui.column.free", "ui.column.access", "ui.column.connection", "ui.column.mountpoint"}) {
     headings.emplace_back(context.text(key), Tint::quiet);
   }
   table.addRow(std::move(headings));

@@ -1,6 +1,7 @@
 #include <algorithm>
-#include <boost/json/array.hpp>
 #include <sstream>
+
+#include <boost/json/array.hpp>
 
 #include "app/DiskSelector.h"
 #include "app/commands.h"
@@ -28,10 +29,9 @@ ExitStatus statusOf(std::string_view key) {
   return ExitStatus::failed;
 }
 
-/// What has files open on the volume; of one that is not mounted, what holds its device. (While it is
-/// mounted, that is whoever serves the file system.)
-base::Task<std::vector<Occupant>> findHolders(const disks::DiskUtility& utility,
-                                              disks::Disk disk) {
+/// What has files open on the volume; of one that is not mounted, what holds its device. (While it
+/// is mounted, that is whoever serves the file system.)
+base::Task<std::vector<Occupant>> findHolders(const disks::DiskUtility& utility, disks::Disk disk) {
   if (disk.mountPath) {
     std::vector<std::string> paths;
     paths.push_back(*disk.mountPath);
@@ -73,9 +73,8 @@ Answer toolFailure(const CommandContext& context, const std::string& toolText,
   return answer;
 }
 
-base::Task<Answer> explainFailure(const CommandContext& context,
-                                  const disks::DiskUtility& utility, disks::Disk disk,
-                                  std::string toolText) {
+base::Task<Answer> explainFailure(const CommandContext& context, const disks::DiskUtility& utility,
+                                  disks::Disk disk, std::string toolText) {
   std::vector<Occupant> holders;
   if (mayBeOccupied(disks::errorKey(toolText))) {
     holders = co_await findHolders(utility, std::move(disk));
@@ -97,7 +96,8 @@ Answer success(const CommandContext& context, const std::string& bsdName, bool w
   const auto name = base::displayText(disk.name);
   if (!disk.isMounted) {
     return {ExitStatus::done,
-            context.text(wasSoBefore ? "ui.unmount.already" : "ui.unmount.done", {name}) + '\n', ""};
+            context.text(wasSoBefore ? "ui.unmount.already" : "ui.unmount.done", {name}) + '\n',
+            ""};
   }
   const auto access = context.text(disk.isWritable ? "ui.access.readwrite" : "ui.access.readonly");
   return {ExitStatus::done,

@@ -29,8 +29,7 @@ Answer occupantsAnswer(const CommandContext& context,
   return {ExitStatus::done, table.render(context.terminal, 0), ""};
 }
 
-base::Task<Answer> findOccupants(const CommandContext& context,
-                                 const disks::DiskUtility& utility) {
+base::Task<Answer> findOccupants(const CommandContext& context, const disks::DiskUtility& utility) {
   const auto occupants = co_await utility.volumeOccupants(context.options.paths);
   co_return occupantsAnswer(context, occupants);
 }

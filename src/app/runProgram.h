@@ -3,8 +3,8 @@
 
 namespace halvercine::app {
 
-/// Reads the command line, makes the machine, runs the command and prints its answer. Answers the exit
-/// status.
+/// Reads the command line, makes the machine, runs the command and prints its answer. Answers the
+/// exit status.
 int runProgram(int argc, const char* const* argv);
 
 }  // namespace halvercine::app

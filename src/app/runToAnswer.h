@@ -7,8 +7,8 @@
 
 namespace halvercine::app {
 
-/// Runs a command to its answer. SIGINT and SIGTERM cancel it: it ends as the command ends when it is
-/// cancelled, children included, and the answer is `interrupted`.
+/// Runs a command to its answer. SIGINT and SIGTERM cancel it: it ends as the command ends when it
+/// is cancelled, children included, and the answer is `interrupted`.
 Answer runToAnswer(Machine& machine, base::Task<Answer> command);
 
 }  // namespace halvercine::app

@@ -1,9 +1,9 @@
 #include "app/sizeText.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <array>
+
+#include <fmt/format.h>
 
 namespace halvercine::app {
 

@@ -14,8 +14,7 @@ std::expected<std::vector<DiskView>, Answer> viewDisks(const CommandContext& con
   const auto session = context.platform.diskArbitration->createSession();
   if (!session) return std::unexpected(arbitrationFailure(context));
   const disks::DiskDescriptor descriptor(context.platform, context.localization);
-  const bitlocker::BitLockerMailbox mailbox(*context.platform.containers,
-                                            *context.platform.clock);
+  const bitlocker::BitLockerMailbox mailbox(*context.platform.containers, *context.platform.clock);
   const disks::BitLockerStates states(mailbox.allStatuses(),
                                       context.platform.systemInfo->bootTime());
   const auto media = disks::allMedia(*context.platform.mediaRegistry);

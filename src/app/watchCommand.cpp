@@ -56,17 +56,17 @@ class Watch {
 
  private:
   std::string jsonLine(const DiskEvent& event) const {
-    return base::repairedUtf8(base::serializeJson(boost::json::object{
-               {"format", jsonFormat},
-               {"event", base::toJson(event.kind)},
-               {"time", isoTime(context_.platform.clock->now())},
-               {"disk", event.view.toJson(context_.localization)}})) +
+    return base::repairedUtf8(base::serializeJson(
+               boost::json::object{{"format", jsonFormat},
+                                   {"event", base::toJson(event.kind)},
+                                   {"time", isoTime(context_.platform.clock->now())},
+                                   {"disk", event.view.toJson(context_.localization)}})) +
            '\n';
   }
 
   std::string textLine(const DiskEvent& event) const {
     const auto& disk = event.view.disk;
-    const auto access = !disk.isMounted  ? "ui.access.notmounted"
+    const auto access = !disk.isMounted   ? "ui.access.notmounted"
                         : disk.isWritable ? "ui.access.readwrite"
                                           : "ui.access.readonly";
     return fmt::format("{}  {}  {}  {}  {}  {}\n", isoTime(context_.platform.clock->now()),
@@ -107,8 +107,8 @@ Answer watchCommand(const CommandContext& context, Machine& machine) {
     if (!ended) ended = status;
     machine.actor().post([] {});
   };
-  const platform::posix::TerminationSignals signals(
-      machine.actor(), [&end](int) { end(ExitStatus::interrupted); });
+  const platform::posix::TerminationSignals signals(machine.actor(),
+                                                    [&end](int) { end(ExitStatus::interrupted); });
   if (context.options.seconds) {
     const auto limit = std::chrono::duration<double>(*context.options.seconds);
     context.platform.clock->callAt(

@@ -10,8 +10,8 @@ constexpr std::string_view prefix = "disk";
 bool isDigit(char character) { return character >= '0' && character <= '9'; }
 
 std::size_t digitsAt(std::string_view text, std::size_t from) {
-  const auto end = std::find_if_not(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(),
-                                    isDigit);
+  const auto end =
+      std::find_if_not(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), isDigit);
   return static_cast<std::size_t>(end - text.begin()) - from;
 }
 

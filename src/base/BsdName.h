@@ -7,11 +7,12 @@
 
 namespace halvercine::base {
 
-/// Whether `name` is a partition's: "disk", digits, "s", digits, and nothing else. ASCII digits only.
+/// Whether `name` is a partition's: "disk", digits, "s", digits, and nothing else. ASCII digits
+/// only.
 bool isPartitionName(std::string_view name);
 
-/// The whole disk of a BSD name: its leading "disk" with the digits behind it ("disk4" for "disk4s1"
-/// and for "disk4s1s1"). Nothing when the text does not begin like that.
+/// The whole disk of a BSD name: its leading "disk" with the digits behind it ("disk4" for
+/// "disk4s1" and for "disk4s1s1"). Nothing when the text does not begin like that.
 std::optional<std::string> wholeDiskName(std::string_view name);
 
 /// The "s" and digits at the end of a BSD name ("s2" for "disk5s2"); empty when there is none.

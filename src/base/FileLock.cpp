@@ -6,8 +6,7 @@
 namespace halvercine::base {
 
 std::optional<FileLock> FileLock::tryTake(const std::filesystem::path& path) {
-  UniqueFd file(
-      ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+  UniqueFd file(::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
   if (!file || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0) return std::nullopt;
   return FileLock(std::move(file));
 }

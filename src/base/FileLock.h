@@ -8,12 +8,12 @@
 
 namespace halvercine::base {
 
-/// An exclusive lock that another process honours through the same file. Released when destroyed; the
-/// file stays.
+/// An exclusive lock that another process honours through the same file. Released when destroyed;
+/// the file stays.
 class FileLock {
  public:
-  /// Takes the lock at once, or answers nothing: it is held, or the file is a symbolic link or cannot
-  /// be opened. The file is made with mode 0600 when it is missing. Never waits.
+  /// Takes the lock at once, or answers nothing: it is held, or the file is a symbolic link or
+  /// cannot be opened. The file is made with mode 0600 when it is missing. Never waits.
   static std::optional<FileLock> tryTake(const std::filesystem::path& path);
 
   FileLock(FileLock&&) noexcept = default;

@@ -1,11 +1,11 @@
 #include "base/Json.h"
 
-#include <boost/json/basic_parser_impl.hpp>
-#include <boost/json/serialize.hpp>
-#include <boost/json/value_stack.hpp>
 #include <cmath>
 #include <cstdlib>
 
+#include <boost/json/basic_parser_impl.hpp>
+#include <boost/json/serialize.hpp>
+#include <boost/json/value_stack.hpp>
 
 namespace halvercine::base {
 namespace {
@@ -122,9 +122,8 @@ void writePretty(const json::value& value, std::string indent, std::string& out)
       writePretty(member.value(), inner, out);
     });
   } else if (const auto* array = value.if_array()) {
-    write(*array, '[', ']', [&](const auto& element, const std::string& inner) {
-      writePretty(element, inner, out);
-    });
+    write(*array, '[', ']',
+          [&](const auto& element, const std::string& inner) { writePretty(element, inner, out); });
   } else {
     out += json::serialize(value);
   }
@@ -172,8 +171,7 @@ std::expected<json::value, JsonError> parseJson(std::string_view text, json::sto
     const auto consumed = parser.write_some(false, text.data(), text.size(), error);
     if (!error && consumed < text.size()) error = json::error::extra_data;
     if (error) {
-      return std::unexpected(
-          JsonError{error.message() + " at byte " + std::to_string(consumed)});
+      return std::unexpected(JsonError{error.message() + " at byte " + std::to_string(consumed)});
     }
     return parser.handler().release();
   } catch (const std::exception& exception) {  // no memory, a text too large

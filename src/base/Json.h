@@ -1,14 +1,11 @@
 // JSON records, read and written by the description of their struct.
 //
 // A record is a plain struct with BOOST_DESCRIBE_STRUCT; the JSON keys are the member names, in the
-// order of the description. Reading ignores unknown keys, takes `null` or a missing key for an absent
-// optional, and refuses the whole record when a required key is missing or a value has the wrong
-// type. Enumerations with BOOST_DESCRIBE_ENUM are texts: the names of their enumerators.
+// order of the description. Reading ignores unknown keys, takes `null` or a missing key for an
+// absent optional, and refuses the whole record when a required key is missing or a value has the
+// wrong type. Enumerations with BOOST_DESCRIBE_ENUM are texts: the names of their enumerators.
 #pragma once
 
-#include <boost/describe.hpp>
-#include <boost/json/value.hpp>
-#include <boost/mp11/algorithm.hpp>
 #include <concepts>
 #include <cstdint>
 #include <expected>
@@ -19,6 +16,10 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <boost/describe.hpp>
+#include <boost/json/value.hpp>
+#include <boost/mp11/algorithm.hpp>
 
 #include "base/Secret.h"
 
@@ -39,7 +40,8 @@ std::expected<boost::json::value, JsonError> parseJson(std::string_view text,
 /// Compact text of a value. It is JSON if all texts in the value are UTF-8.
 std::string serializeJson(const boost::json::value& value);
 
-/// Readable text of a value, indented by two blanks, with an end of line; JSON under the same condition.
+/// Readable text of a value, indented by two blanks, with an end of line; JSON under the same
+/// condition.
 std::string prettyJson(const boost::json::value& value);
 
 namespace detail {

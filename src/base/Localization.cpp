@@ -1,12 +1,12 @@
 #include "base/Localization.h"
 
-#include <fmt/args.h>
-#include <fmt/format.h>
-
 #include <algorithm>
+
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
 #include <boost/json/monotonic_resource.hpp>
+#include <fmt/args.h>
+#include <fmt/format.h>
 
 #include "base/Json.h"
 #include "base/Resources.h"
@@ -42,8 +42,8 @@ std::string_view languageTag(Language language) {
 Localization::Localization(Language language) : language_(language) {
   const auto text = resource("strings/" + std::string(languageTag(language)) + ".json");
   // The parsed document goes again at once: its memory is one block.
-  const auto parsed = parseJson(text.value_or("{}"),
-                                boost::json::make_shared_resource<boost::json::monotonic_resource>());
+  const auto parsed = parseJson(
+      text.value_or("{}"), boost::json::make_shared_resource<boost::json::monotonic_resource>());
   if (!parsed || !parsed->is_object()) return;
   for (const auto& [key, value] : parsed->get_object()) {
     if (value.is_string()) table_.emplace(key, value.get_string());

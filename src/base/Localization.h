@@ -11,8 +11,8 @@ namespace halvercine::base {
 /// The languages that have a string table; `en` is the fallback of everything else.
 enum class Language { en, zhHans };
 
-/// The language for a tag or locale name: any Chinese in simplified script ("zh-Hans", "zh_CN.UTF-8",
-/// "zh-SG", "zh") is `zhHans`; all others `en`.
+/// The language for a tag or locale name: any Chinese in simplified script ("zh-Hans",
+/// "zh_CN.UTF-8", "zh-SG", "zh") is `zhHans`; all others `en`.
 Language languageOf(std::string_view tag);
 
 /// The tag of a language: "en", "zh-Hans".

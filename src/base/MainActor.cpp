@@ -5,7 +5,8 @@
 namespace halvercine::base {
 namespace {
 
-// Blocking calls are few and mostly wait on a device or a child; a stuck one must not stop the rest.
+// Blocking calls are few and mostly wait on a device or a child; a stuck one must not stop the
+// rest.
 constexpr int backgroundThreads = 8;
 
 }  // namespace

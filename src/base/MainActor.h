@@ -3,16 +3,17 @@
 
 #include <atomic>
 #include <chrono>
-#include <boost/asio/any_io_executor.hpp>
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/post.hpp>
-#include <boost/asio/thread_pool.hpp>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
 #include <utility>
+
+#include <boost/asio/any_io_executor.hpp>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/thread_pool.hpp>
 
 namespace halvercine::base {
 
@@ -41,8 +42,8 @@ class MainActor {
   /// Waits for the background work that has been started. Afterwards none may be started any more.
   void joinBackground();
 
-  /// Waits for it for at most `limit`, processing what it posts; false when some is still under way: a
-  /// call into the system that may never return. Main actor.
+  /// Waits for it for at most `limit`, processing what it posts; false when some is still under
+  /// way: a call into the system that may never return. Main actor.
   bool settleBackground(std::chrono::milliseconds limit);
 
   /// Called when nothing is left to do and no background work is under way; it makes something

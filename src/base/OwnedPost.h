@@ -8,9 +8,9 @@
 
 namespace halvercine::base {
 
-/// A member of the owner. What it wraps runs later on the main actor, and not at all once the owner has
-/// been destroyed. Make and destroy it on the main actor; the wrapped functions may be called on any
-/// thread and outlive everything but the actor.
+/// A member of the owner. What it wraps runs later on the main actor, and not at all once the owner
+/// has been destroyed. Make and destroy it on the main actor; the wrapped functions may be called
+/// on any thread and outlive everything but the actor.
 class OwnedPost {
  public:
   explicit OwnedPost(MainActor& actor) : actor_(actor), alive_(std::make_shared<bool>(true)) {}

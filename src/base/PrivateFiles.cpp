@@ -1,13 +1,13 @@
 #include "base/PrivateFiles.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
-#include <cerrno>
-#include <algorithm>
 
 #include "base/UniqueFd.h"
 
@@ -101,8 +101,8 @@ std::expected<std::string, std::error_code> readRegularFileAt(int directory, con
     return std::unexpected(std::make_error_code(std::errc::not_supported));
   }
   std::string content;
-  // The size is a hint, and zero for the files of the kernel: a file that grows meanwhile is read to
-  // its end, or to the limit. One byte more than the size shows the end.
+  // The size is a hint, and zero for the files of the kernel: a file that grows meanwhile is read
+  // to its end, or to the limit. One byte more than the size shows the end.
   const auto size = static_cast<std::size_t>(status.st_size);
   std::size_t room = size + 1;
   while (size <= limit && content.size() <= limit) {

@@ -10,12 +10,13 @@
 
 namespace halvercine::base {
 
-/// Whether `name` names something directly inside a folder: not empty, no slash, no zero byte, neither
+/// Whether `name` names something directly inside a folder: not empty, no slash, no zero byte,
+/// neither
 /// "." nor "..". Names that come from another process are held to this before they become a path.
 bool isPlainFileName(std::string_view name);
 
-/// Makes `directory` and its missing parents, each with mode 0700 from the moment it exists. A folder
-/// that is there already is left as it is.
+/// Makes `directory` and its missing parents, each with mode 0700 from the moment it exists. A
+/// folder that is there already is left as it is.
 std::error_code makePrivateDirectory(const std::filesystem::path& directory);
 
 /// Replaces the file at `path` by `content` in one step: readers see the old file or the new one.
@@ -30,7 +31,8 @@ std::error_code replacePrivateFile(const std::filesystem::path& path, std::strin
 std::error_code replaceFileKeepingMode(const std::filesystem::path& path, std::string_view content);
 
 /// The content of the regular file at `path`, of at most `limit` bytes. Symbolic links are not
-/// followed; a pipe, a device or a larger file is an error, and none of them can make the call wait.
+/// followed; a pipe, a device or a larger file is an error, and none of them can make the call
+/// wait.
 std::expected<std::string, std::error_code> readRegularFile(const std::filesystem::path& path,
                                                             std::size_t limit);
 

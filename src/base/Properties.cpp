@@ -1,10 +1,11 @@
 #include "base/Properties.h"
 
-#include <boost/uuid/uuid.hpp>
-#include <boost/uuid/uuid_io.hpp>
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+
+#include <boost/uuid/uuid.hpp>
+#include <boost/uuid/uuid_io.hpp>
 
 #include "base/Text.h"
 

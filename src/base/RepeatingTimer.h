@@ -9,8 +9,8 @@
 
 namespace halvercine::base {
 
-/// Calls an action at a fixed interval while it lives. Beats that a sleep of the machine swallowed are
-/// not made up for. Main actor.
+/// Calls an action at a fixed interval while it lives. Beats that a sleep of the machine swallowed
+/// are not made up for. Main actor.
 class RepeatingTimer {
  public:
   explicit RepeatingTimer(platform::Clock& clock) : clock_(clock) {}
@@ -18,8 +18,8 @@ class RepeatingTimer {
   RepeatingTimer(const RepeatingTimer&) = delete;
   RepeatingTimer& operator=(const RepeatingTimer&) = delete;
 
-  /// Starts, in place of an earlier start. The first call comes after one interval. The action may stop
-  /// or destroy the timer.
+  /// Starts, in place of an earlier start. The first call comes after one interval. The action may
+  /// stop or destroy the timer.
   void start(platform::Uptime interval, std::function<void()> action);
 
   void stop();

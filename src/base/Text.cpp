@@ -120,7 +120,8 @@ bool isHarmfulHere(utf8proc_int32_t codePoint, const Surroundings& around) {
   return around.isFirst && isMark(codePoint);
 }
 
-/// The length of the invalid part at the start of `text`: a sequence that was cut short counts as one.
+/// The length of the invalid part at the start of `text`: a sequence that was cut short counts as
+/// one.
 std::size_t invalidLength(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text.front());
   std::size_t wanted = lead >= 0xF0 && lead <= 0xF4 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 1;
@@ -223,9 +224,8 @@ bool isUtf8(std::string_view text) {
     text.remove_prefix(static_cast<std::size_t>(other - text.begin()));
     if (text.empty()) return true;
     utf8proc_int32_t codePoint = -1;
-    const auto length =
-        utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                         static_cast<utf8proc_ssize_t>(text.size()), &codePoint);
+    const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                         static_cast<utf8proc_ssize_t>(text.size()), &codePoint);
     if (length <= 0) return false;
     text.remove_prefix(static_cast<std::size_t>(length));
   }
@@ -238,9 +238,8 @@ std::string repairedUtf8(std::string_view bytes) {
   repaired.reserve(bytes.size());
   while (!bytes.empty()) {
     utf8proc_int32_t codePoint = -1;
-    const auto length =
-        utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(bytes.data()),
-                         static_cast<utf8proc_ssize_t>(bytes.size()), &codePoint);
+    const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(bytes.data()),
+                                         static_cast<utf8proc_ssize_t>(bytes.size()), &codePoint);
     const auto taken = length > 0 ? static_cast<std::size_t>(length) : invalidLength(bytes);
     repaired += length > 0 ? bytes.substr(0, taken) : replacement;
     bytes.remove_prefix(taken);
@@ -310,9 +309,10 @@ std::vector<std::string_view> wrapped(std::string_view text, std::size_t columns
 
 std::string composed(std::string_view text) {
   utf8proc_uint8_t* result = nullptr;
-  const auto length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                                   static_cast<utf8proc_ssize_t>(text.size()), &result,
-                                   static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE));
+  const auto length =
+      utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                   static_cast<utf8proc_ssize_t>(text.size()), &result,
+                   static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE));
   const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owner(result, &std::free);
   if (length < 0) return std::string(text);
   return {reinterpret_cast<const char*>(result), static_cast<std::size_t>(length)};

@@ -12,7 +12,8 @@ namespace halvercine::base {
 /// blanks as well). Invalid UTF-8 is no white space.
 std::string_view trimmed(std::string_view text);
 
-/// With A to Z in lower case and everything else as it is: enough for the tokens that are looked for.
+/// With A to Z in lower case and everything else as it is: enough for the tokens that are looked
+/// for.
 std::string asciiLowered(std::string_view text);
 
 /// With a to z in upper case and everything else as it is.

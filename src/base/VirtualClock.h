@@ -1,8 +1,8 @@
 // A clock whose time moves only when it is told to.
 #pragma once
 
-#include <map>
 #include <atomic>
+#include <map>
 
 #include "base/MainActor.h"
 #include "platform/Clock.h"

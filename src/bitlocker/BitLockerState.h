@@ -1,9 +1,10 @@
 // What is known of a BitLocker volume.
 #pragma once
 
-#include <boost/describe.hpp>
 #include <optional>
 #include <string>
+
+#include <boost/describe.hpp>
 
 namespace halvercine::bitlocker {
 
@@ -15,7 +16,7 @@ struct BitLockerState {
   bool hasRecoveryProtector = false;
   bool hasClearKey = false;  ///< protection is suspended
   bool hasStartupKeyProtector = false;
-  bool tpmOnly = false;  ///< cannot be unlocked on this machine
+  bool tpmOnly = false;                     ///< cannot be unlocked on this machine
   std::optional<std::string> errorMessage;  ///< the module's result code of a failed unlock
 
   /// The credential was accepted: the volume shows as the file system inside.

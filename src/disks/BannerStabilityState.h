@@ -15,8 +15,8 @@ class BannerStabilityState {
   static constexpr auto minimumTime = std::chrono::seconds(3);
   static constexpr int minimumHits = 2;
 
-  /// Takes what the newest refresh saw, and answers whether the banner is to be shown. One refresh that
-  /// does not see the condition starts it all over.
+  /// Takes what the newest refresh saw, and answers whether the banner is to be shown. One refresh
+  /// that does not see the condition starts it all over.
   bool update(bool conditionSeen, platform::WallTime now) {
     if (!conditionSeen) {
       *this = {};

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "bitlocker/Status.h"
 #include "bitlocker/BitLockerState.h"
+#include "bitlocker/Status.h"
 #include "platform/Clock.h"
 
 namespace halvercine::disks {
@@ -17,8 +17,8 @@ class BitLockerStates {
  public:
   BitLockerStates() = default;
 
-  /// Records that were written before `bootTime` are about disks of another time, and left out: both
-  /// BSD names and device IDs are given out anew.
+  /// Records that were written before `bootTime` are about disks of another time, and left out:
+  /// both BSD names and device IDs are given out anew.
   explicit BitLockerStates(std::vector<bitlocker::Status> statuses,
                            std::optional<platform::WallTime> bootTime = std::nullopt);
 

@@ -1,17 +1,18 @@
 // The record of one volume or disk.
 #pragma once
 
-#include <boost/describe.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
+
+#include <boost/describe.hpp>
 
 #include "bitlocker/BitLockerState.h"
 
 namespace halvercine::disks {
 
-/// Everything the program shows or acts on is one of these: a plain value, compared by value, made by
-/// the descriptor. Sizes are bytes. A text that the system does not give is absent.
+/// Everything the program shows or acts on is one of these: a plain value, compared by value, made
+/// by the descriptor. Sizes are bytes. A text that the system does not give is absent.
 struct Disk {
   std::string id;          ///< BSD name, such as "disk4s1"; the record's identity
   std::string name;        ///< volume name, or what stands in for it

@@ -46,9 +46,9 @@ std::int64_t numberOf(const PropertyDictionary& description, std::string_view na
   return base::read(description, name, base::integerValue).value_or(0);
 }
 
-/// The partition's own identity tied to its device's, where the device has one, so that a clone of the
-/// partition table does not look the same. The registry entry ID, good for this attachment only, is the
-/// last resort.
+/// The partition's own identity tied to its device's, where the device has one, so that a clone of
+/// the partition table does not look the same. The registry entry ID, good for this attachment
+/// only, is the last resort.
 std::optional<std::string> mediaIdentity(const PropertyDictionary& description,
                                          const platform::RegistryEntry* media, const Disk& disk) {
   auto partition = base::read(description, key::mediaUuid, base::uuidValue);

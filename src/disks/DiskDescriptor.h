@@ -13,9 +13,9 @@
 
 namespace halvercine::disks {
 
-/// Puts a record together from the disk arbitration description, the mounted file system and the I/O
-/// registry, in this order, and says which disks are not to be listed at all. A value that is missing
-/// or of the wrong type takes its default; nothing is ever an error. Main actor.
+/// Puts a record together from the disk arbitration description, the mounted file system and the
+/// I/O registry, in this order, and says which disks are not to be listed at all. A value that is
+/// missing or of the wrong type takes its default; nothing is ever an error. Main actor.
 class DiskDescriptor {
  public:
   DiskDescriptor(const platform::Platform& platform, const base::Localization& localization);

@@ -45,8 +45,8 @@ void DiskMonitor::listenToSession() {
 
 void DiskMonitor::watchMailbox() {
   if (const auto directory = mailbox_.containerURL()) {
-    mailboxWatch_ = platform_.directoryWatcher->watch(
-        *directory, post_.wrap([this] { mailboxChanged(); }));
+    mailboxWatch_ =
+        platform_.directoryWatcher->watch(*directory, post_.wrap([this] { mailboxChanged(); }));
   }
 }
 

@@ -1,8 +1,6 @@
 // Which disks there are, kept current.
 #pragma once
 
-#include <boost/signals2/dummy_mutex.hpp>
-#include <boost/signals2/signal_type.hpp>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -11,6 +9,9 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <boost/signals2/dummy_mutex.hpp>
+#include <boost/signals2/signal_type.hpp>
 
 #include "base/MainActor.h"
 #include "base/OwnedPost.h"
@@ -24,7 +25,8 @@
 
 namespace halvercine::disks {
 
-/// Which volume a free-space figure was read for. A figure counts only while all of this still holds.
+/// Which volume a free-space figure was read for. A figure counts only while all of this still
+/// holds.
 struct CapacityRefreshIdentity {
   std::string id;  ///< BSD name
   std::string mountPath;
@@ -35,9 +37,9 @@ struct CapacityRefreshIdentity {
   bool operator==(const CapacityRefreshIdentity&) const = default;
 };
 
-/// The one object that knows the disks. It listens to disk arbitration, to the BitLocker mailbox and to
-/// two timers, and publishes a new list whenever something changed. Others observe it and act; it knows
-/// none of them. Main actor; it may be destroyed with anything under way.
+/// The one object that knows the disks. It listens to disk arbitration, to the BitLocker mailbox
+/// and to two timers, and publishes a new list whenever something changed. Others observe it and
+/// act; it knows none of them. Main actor; it may be destroyed with anything under way.
 class DiskMonitor {
  public:
   template <class Signature>
@@ -55,8 +57,8 @@ class DiskMonitor {
   DiskMonitor(const DiskMonitor&) = delete;
   DiskMonitor& operator=(const DiskMonitor&) = delete;
 
-  /// Opens the session, runs the first full refresh before it returns, and starts the timers and the
-  /// watch. False when there is no session: then there are no disks either. Called once.
+  /// Opens the session, runs the first full refresh before it returns, and starts the timers and
+  /// the watch. False when there is no session: then there are no disks either. Called once.
   bool start();
 
   /// Refreshes now, before it returns.

@@ -69,9 +69,11 @@ void readAttachment(const platform::RegistryEntry& entry, HardwareFacts& facts) 
   const auto protocol = text(entry, key::protocol);
   const auto className = entry.className();
   const bool isUsb = className.starts_with("IOUSB");
-  const bool isPci = protocol == "NVMe" || protocol == "PCI-Express" || className.starts_with("IOPCI");
+  const bool isPci =
+      protocol == "NVMe" || protocol == "PCI-Express" || className.starts_with("IOPCI");
   if (facts.attachment == HardwareFacts::Attachment::unknown) {
-    // A USB controller sits on PCI itself: what comes first on the way up is what the disk hangs on.
+    // A USB controller sits on PCI itself: what comes first on the way up is what the disk hangs
+    // on.
     if (isUsb) facts.attachment = HardwareFacts::Attachment::usb;
     if (isPci) facts.attachment = HardwareFacts::Attachment::pci;
   }

@@ -30,8 +30,8 @@ std::vector<Disk> describeDisks(const DiskDescriptor& descriptor,
                                 const std::vector<Medium>& media, const BitLockerStates& states) {
   std::vector<Disk> disks;
   for (const auto& medium : media) {
-    auto disk = descriptor.describe(session, medium.bsdName,
-                                    states.of(medium.bsdName, medium.deviceId));
+    auto disk =
+        descriptor.describe(session, medium.bsdName, states.of(medium.bsdName, medium.deviceId));
     if (disk) disks.push_back(std::move(*disk));
   }
   return disks;

@@ -17,8 +17,8 @@ struct Medium {
   std::optional<std::uint64_t> deviceId;  ///< registry entry ID
 };
 
-/// All media that have a BSD name, each once, in the order in which people count: disk2 before disk10,
-/// a disk before its partitions.
+/// All media that have a BSD name, each once, in the order in which people count: disk2 before
+/// disk10, a disk before its partitions.
 std::vector<Medium> allMedia(platform::MediaRegistry& registry);
 
 /// The records of those of `media` that are to be listed, in the same order. Main actor.

@@ -21,8 +21,7 @@ struct MountAccessHeartbeat::State : std::enable_shared_from_this<State> {
     std::string ownerId;
   };
 
-  State(base::MainActor& mainActor, platform::Clock& realClock,
-        platform::Containers& allContainers)
+  State(base::MainActor& mainActor, platform::Clock& realClock, platform::Containers& allContainers)
       : actor(mainActor), clock(realClock), containers(allContainers) {}
 
   /// Files the next beat of `beatGeneration`, on the main actor.

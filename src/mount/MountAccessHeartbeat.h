@@ -10,9 +10,9 @@
 
 namespace halvercine::mount {
 
-/// Stands for one report that this process owns: refreshes its time stamp while it runs, and deletes
-/// it when it stops or is destroyed. The report's location is looked up each time, the file is only
-/// ever touched when it carries the owner. May be used from any thread.
+/// Stands for one report that this process owns: refreshes its time stamp while it runs, and
+/// deletes it when it stops or is destroyed. The report's location is looked up each time, the file
+/// is only ever touched when it carries the owner. May be used from any thread.
 class MountAccessHeartbeat {
  public:
   MountAccessHeartbeat(base::MainActor& actor, platform::Clock& clock,

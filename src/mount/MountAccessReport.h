@@ -1,10 +1,11 @@
 // The file-system module's report of one mount.
 #pragma once
 
-#include <boost/describe.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
+
+#include <boost/describe.hpp>
 
 #include "mount/ReadOnlyReason.h"
 
@@ -13,9 +14,9 @@ namespace halvercine::mount {
 /// What the module leaves in the shared container for each partition that it mounts, as JSON with
 /// these keys in this order. A report with an unknown reason is no report.
 struct MountAccessReport {
-  std::uint64_t deviceID = 0;   ///< registry entry ID of the partition's media object
-  std::string bootSession;      ///< text of kern.bootsessionuuid
-  double timestamp = 0;         ///< seconds since 1970 (UTC), written or last refreshed
+  std::uint64_t deviceID = 0;  ///< registry entry ID of the partition's media object
+  std::string bootSession;     ///< text of kern.bootsessionuuid
+  double timestamp = 0;        ///< seconds since 1970 (UTC), written or last refreshed
   ReadOnlyReason reason = ReadOnlyReason::readWrite;
   std::optional<std::string> ownerID;  ///< UUID text of the process or session that owns the report
 

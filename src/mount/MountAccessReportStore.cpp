@@ -59,16 +59,14 @@ void MountAccessReportStore::refreshOwned(std::string_view ownerId, double now) 
   if (!lock) return;
   const auto text = base::readRegularFile(url_, reportLimit);
   auto value = text ? base::parseJson(*text) : std::unexpected(base::JsonError{});
-  const auto report = value ? base::fromJson<MountAccessReport>(*value)
-                            : std::unexpected(base::JsonError{});
+  const auto report =
+      value ? base::fromJson<MountAccessReport>(*value) : std::unexpected(base::JsonError{});
   if (!report || report->ownerID != ownerId) return;
   value->as_object()["timestamp"] = now;
   base::replaceFileKeepingMode(url_, base::serializeJson(*value));
 }
 
-std::filesystem::path MountAccessReportStore::lockPath() const {
-  return url_.string() + ".lock";
-}
+std::filesystem::path MountAccessReportStore::lockPath() const { return url_.string() + ".lock"; }
 
 bool isFresh(double timestamp, double now) {
   return timestamp <= now && now - timestamp <= freshnessWindow;

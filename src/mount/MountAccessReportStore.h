@@ -43,12 +43,12 @@ class MountAccessReportStore {
   /// version.
   void sweepStale(std::uint64_t deviceId, std::string_view bootSession, double now) const;
 
-  /// Deletes the report if it carries this owner, under the writer's lock. Does nothing when the lock
-  /// is held: the writer is at work, and the report is its business.
+  /// Deletes the report if it carries this owner, under the writer's lock. Does nothing when the
+  /// lock is held: the writer is at work, and the report is its business.
   void removeOwned(std::string_view ownerId) const;
 
-  /// Sets the report's time stamp to `now` if it carries this owner, under the writer's lock. Whatever
-  /// else the file says stays, keys of a later version and permissions included.
+  /// Sets the report's time stamp to `now` if it carries this owner, under the writer's lock.
+  /// Whatever else the file says stays, keys of a later version and permissions included.
   void refreshOwned(std::string_view ownerId, double now) const;
 
  private:
@@ -83,8 +83,8 @@ std::optional<MountAccessReport> loadMountAccessReport(const ReportSources& sour
                                                        const std::string& bsdName,
                                                        Freshness freshness);
 
-/// The "Writable" flag of the media object, while the name still belongs to this device; nothing when
-/// that is not known, nor when the caller knows that the disk is gone.
+/// The "Writable" flag of the media object, while the name still belongs to this device; nothing
+/// when that is not known, nor when the caller knows that the disk is gone.
 std::optional<bool> mediaWritable(platform::MediaRegistry& registry, const std::string& bsdName,
                                   std::uint64_t expectedDeviceId, bool isKnownAbsent = false);
 

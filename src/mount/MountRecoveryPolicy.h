@@ -1,11 +1,12 @@
 // Why a volume is read-only in the user's terms, and whether trying again can help.
 #pragma once
 
-#include <boost/describe.hpp>
 #include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
+
+#include <boost/describe.hpp>
 
 #include "mount/ReadOnlyReason.h"
 
@@ -47,9 +48,9 @@ struct MountRecoveryPolicy {
 
   /// One volume's place in the takeover queue, as far as its status line is concerned.
   struct QueuePlace {
-    std::uint64_t deviceId = 0;     ///< registry entry ID when the entry was made
-    int attempt = 0;                ///< attempts made
-    bool hasPendingRetry = false;   ///< a further attempt is due after the current time
+    std::uint64_t deviceId = 0;    ///< registry entry ID when the entry was made
+    int attempt = 0;               ///< attempts made
+    bool hasPendingRetry = false;  ///< a further attempt is due after the current time
   };
 
   /// A localization key with its whole-number arguments.

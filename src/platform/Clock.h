@@ -12,7 +12,8 @@ using WallTime = std::chrono::sys_time<std::chrono::nanoseconds>;
 /// Monotonic time since an arbitrary start; does not jump when the wall clock is set.
 using Uptime = std::chrono::nanoseconds;
 
-/// Seconds since 1 January 1970 (UTC) with their fraction, as records of other processes carry them.
+/// Seconds since 1 January 1970 (UTC) with their fraction, as records of other processes carry
+/// them.
 inline double secondsSince1970(WallTime time) {
   return std::chrono::duration<double>(time.time_since_epoch()).count();
 }

@@ -22,8 +22,8 @@ class Containers {
   /// The user's home folder.
   virtual std::optional<std::filesystem::path> home() = 0;
 
-  /// Where the file at an absolute path of the system really is: the path itself on a real machine, a
-  /// place inside its private folder on a simulated one.
+  /// Where the file at an absolute path of the system really is: the path itself on a real machine,
+  /// a place inside its private folder on a simulated one.
   virtual std::filesystem::path systemPath(const std::filesystem::path& absolute) = 0;
 };
 

@@ -9,9 +9,9 @@ namespace halvercine::platform {
 
 /// What `statfs` says of the file system that is mounted at a path.
 struct FileSystemStatistics {
-  std::string mountedFrom;  ///< such as "/dev/disk4s1", or a URL for some drivers
-  std::string typeName;     ///< such as "ntfs", "exfat", "apfs"
-  bool readOnly = false;    ///< the MNT_RDONLY flag
+  std::string mountedFrom;            ///< such as "/dev/disk4s1", or a URL for some drivers
+  std::string typeName;               ///< such as "ntfs", "exfat", "apfs"
+  bool readOnly = false;              ///< the MNT_RDONLY flag
   std::uint64_t blockSize = 0;        ///< bytes
   std::uint64_t blocks = 0;           ///< of `blockSize`
   std::uint64_t availableBlocks = 0;  ///< of `blockSize`, for an ordinary user

@@ -34,18 +34,18 @@ class RegistryEntry {
 
 /// Property keys of the registry that the program reads.
 namespace registry_key {
-inline constexpr std::string_view bsdName = "BSD Name";                // text, on IOMedia
-inline constexpr std::string_view writable = "Writable";               // bool, on IOMedia
-inline constexpr std::string_view uuid = "UUID";                       // text, on IOMedia (GPT)
+inline constexpr std::string_view bsdName = "BSD Name";   // text, on IOMedia
+inline constexpr std::string_view writable = "Writable";  // bool, on IOMedia
+inline constexpr std::string_view uuid = "UUID";          // text, on IOMedia (GPT)
 inline constexpr std::string_view deviceCharacteristics = "Device Characteristics";  // dictionary
-inline constexpr std::string_view protocol = "Protocol";               // text
+inline constexpr std::string_view protocol = "Protocol";                             // text
 inline constexpr std::string_view usbSerialNumber = "USB Serial Number";
 inline constexpr std::string_view usbProductName = "USB Product Name";
 inline constexpr std::string_view usbVendorName = "USB Vendor Name";
 inline constexpr std::string_view firmwareRevision = "Firmware Revision";
-inline constexpr std::string_view deviceSpeed = "Device Speed";        // number, USB speed class
+inline constexpr std::string_view deviceSpeed = "Device Speed";  // number, USB speed class
 /// Where the medium is reached when that is not "/dev/" and the BSD name (only off macOS).
-inline constexpr std::string_view deviceNode = "Device Node";          // text
+inline constexpr std::string_view deviceNode = "Device Node";  // text
 }  // namespace registry_key
 
 class MediaRegistry {

@@ -24,7 +24,8 @@ class SystemInfo {
   /// when the size query or the read fails. Any thread.
   virtual std::optional<std::string> kernelVariable(const std::string& name) = 0;
 
-  /// When the system was started, by the present wall clock; nothing when that is not known. Any thread.
+  /// When the system was started, by the present wall clock; nothing when that is not known. Any
+  /// thread.
   virtual std::optional<WallTime> bootTime() = 0;
 
   /// The version of macOS, such as 26.4.0; nothing on another system. Any thread.

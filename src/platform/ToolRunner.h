@@ -10,10 +10,11 @@
 
 namespace halvercine::platform {
 
-/// What to run. No shell is involved: the arguments reach the tool as they stand. Standard input is the
-/// null device; the environment is the program's own with LC_ALL=C, since the tools' texts are read.
+/// What to run. No shell is involved: the arguments reach the tool as they stand. Standard input is
+/// the null device; the environment is the program's own with LC_ALL=C, since the tools' texts are
+/// read.
 struct ToolInvocation {
-  std::string executable;  ///< absolute path, such as "/usr/sbin/diskutil"
+  std::string executable;              ///< absolute path, such as "/usr/sbin/diskutil"
   std::vector<std::string> arguments;  ///< without the executable
   /// Where standard error goes: into the same pipe as standard output, or into one of its own.
   enum class Errors { withOutput, apart } errors = Errors::withOutput;

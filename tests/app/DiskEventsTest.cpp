@@ -20,10 +20,10 @@ TEST(DiskEventsTest, AnotherDeviceUnderTheSameNameWentAndCame) {
   for (const auto& event : events) found.emplace_back(event.kind, event.view.disk.id);
   using Kind = DiskEventKind;
   EXPECT_EQ(found, (std::vector<std::pair<Kind, std::string>>{{Kind::disappeared, "disk4"},
-                                                             {Kind::disappeared, "disk5"},
-                                                             {Kind::appeared, "disk4"},
-                                                             {Kind::changed, "disk6"},
-                                                             {Kind::appeared, "disk7"}}));
+                                                              {Kind::disappeared, "disk5"},
+                                                              {Kind::appeared, "disk4"},
+                                                              {Kind::changed, "disk6"},
+                                                              {Kind::appeared, "disk7"}}));
 }
 
 }  // namespace

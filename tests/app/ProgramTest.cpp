@@ -53,8 +53,8 @@ TEST(ProgramTest, JsonCarriesTheRecordAndTheCause) {
   EXPECT_TRUE(writable.at("isNTFS").as_bool());
   EXPECT_TRUE(writable.at("isWritable").as_bool());
   EXPECT_FALSE(writable.as_object().contains("readOnly"));
-  const auto info = document(runProgram(
-      {"--simulate", "--json", "info", std::string(writable.at("id").as_string())}));
+  const auto info = document(
+      runProgram({"--simulate", "--json", "info", std::string(writable.at("id").as_string())}));
   EXPECT_EQ(info.at_pointer("/result/disk"), writable);
   bool retryHelpsSomewhere = false;
   const auto answer = document(run);

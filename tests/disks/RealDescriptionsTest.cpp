@@ -1,7 +1,7 @@
 // What real Macs said of their disks, through the descriptor.
-#include <gtest/gtest.h>
-
 #include <map>
+
+#include <gtest/gtest.h>
 
 #include "base/Resources.h"
 #include "disks/enumerateDisks.h"

@@ -1,8 +1,8 @@
 #include "mount/MountAccessHeartbeat.h"
 
-#include <gtest/gtest.h>
-
 #include <thread>
+
+#include <gtest/gtest.h>
 
 #include "base/Json.h"
 #include "mount/MountAccessReportStore.h"

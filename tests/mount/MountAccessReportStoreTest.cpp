@@ -1,13 +1,13 @@
 #include "mount/MountAccessReportStore.h"
 
+#include <cmath>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cmath>
+#include <gtest/gtest.h>
 
 #include "base/Json.h"
 #include "support/SimulatedFixture.h"
@@ -18,7 +18,8 @@ namespace {
 namespace fs = std::filesystem;
 using tests::SimulatedFixture;
 
-constexpr auto oneVolume = R"([{"disk": "disk4", "volumes": [{"disk": "disk4s1", "kind": "ntfs"}]}])";
+constexpr auto oneVolume =
+    R"([{"disk": "disk4", "volumes": [{"disk": "disk4s1", "kind": "ntfs"}]}])";
 constexpr auto owner = "6B29FC40-CA47-1067-B31D-00DD010662DA";
 
 class MountAccessReportStoreTest : public testing::Test {
@@ -93,10 +94,9 @@ TEST_F(MountAccessReportStoreTest, WhatCannotBeDecodedIsNoReportAndStays) {
     auto text = good;
     return text.replace(text.find(from), from.size(), to);
   };
-  for (const auto& text :
-       {std::string(), std::string("{"), with("\"unsafeVolume\"", "\"unsafe\""),
-        with("\"unsafeVolume\"", "3"), with("\"deviceID\":", "\"deviceID\":-"),
-        with("\"timestamp\"", "\"time\""), std::string(70000, ' ') + good}) {
+  for (const auto& text : {std::string(), std::string("{"), with("\"unsafeVolume\"", "\"unsafe\""),
+                           with("\"unsafeVolume\"", "3"), with("\"deviceID\":", "\"deviceID\":-"),
+                           with("\"timestamp\"", "\"time\""), std::string(70000, ' ') + good}) {
     tests::writeText(path, text);
     EXPECT_FALSE(load(Freshness::any)) << text.substr(0, 80);
     EXPECT_TRUE(survivesSweep()) << text.substr(0, 80);
@@ -119,7 +119,9 @@ TEST_F(MountAccessReportStoreTest, ReportSurvivesJsonExactly) {
 TEST_F(MountAccessReportStoreTest, BootSessionEndsAtItsFirstZeroByteAndIsRepaired) {
   using namespace std::string_literals;
   mac.mac.machine().setBootSession("AB\xFF"s + "C\0D"s);
-  EXPECT_EQ(bootSession(*mac.platform.systemInfo), "AB\xEF\xBF\xBD" "C");
+  EXPECT_EQ(bootSession(*mac.platform.systemInfo),
+            "AB\xEF\xBF\xBD"
+            "C");
   mac.mac.machine().setBootSession(std::nullopt);
   EXPECT_EQ(bootSession(*mac.platform.systemInfo), std::nullopt);
 }

@@ -1,14 +1,14 @@
 // A simulated Mac for a test.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
 #include <string_view>
+
+#include <gtest/gtest.h>
 
 #include "base/Localization.h"
 #include "base/MainActor.h"
@@ -27,8 +27,7 @@ struct SimulatedFixture {
         platform(mac.takePlatform()) {}
   ~SimulatedFixture() { actor.joinBackground(); }
 
-  static platform::simulated::Scenario scenario(std::string_view devices,
-                                                std::string_view system) {
+  static platform::simulated::Scenario scenario(std::string_view devices, std::string_view system) {
     auto text = std::string(R"({"format": 1, "system": )")
                     .append(system)
                     .append(R"(, "devices": )")
@@ -40,8 +39,8 @@ struct SimulatedFixture {
   }
 
   void pass(double seconds) {
-    mac.advance(std::chrono::duration_cast<platform::Uptime>(
-        std::chrono::duration<double>(seconds)));
+    mac.advance(
+        std::chrono::duration_cast<platform::Uptime>(std::chrono::duration<double>(seconds)));
   }
 
   std::filesystem::path reportPath(const std::string& bsdName) {

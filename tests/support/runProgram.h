@@ -1,14 +1,13 @@
 // Running the program as a user does.
 #pragma once
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace halvercine::tests {
@@ -19,8 +18,8 @@ struct ProgramRun {
   std::string errors;
 };
 
-/// Runs the program with these arguments, its standard output going to `outputPath` if that is given.
-/// The language is English unless the arguments say otherwise.
+/// Runs the program with these arguments, its standard output going to `outputPath` if that is
+/// given. The language is English unless the arguments say otherwise.
 inline ProgramRun runProgram(std::vector<std::string> arguments, const char* outputPath = nullptr) {
   std::FILE* const output = outputPath ? std::fopen(outputPath, "r+") : std::tmpfile();
   std::FILE* const errors = std::tmpfile();

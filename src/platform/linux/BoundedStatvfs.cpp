@@ -8,7 +8,8 @@
 namespace halvercine::platform::gnulinux {
 namespace {
 
-// A server that is alive answers within milliseconds, a disk that has to spin up is asked again anyway.
+// A server that is alive answers within milliseconds, a disk that has to spin up is asked again
+// anyway.
 constexpr std::chrono::milliseconds patience{250};
 
 }  // namespace

@@ -1,20 +1,19 @@
 // statvfs(2) on file systems whose server may not answer.
 #pragma once
 
-#include <sys/statvfs.h>
-
 #include <future>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <sys/statvfs.h>
 
 namespace halvercine::platform::gnulinux {
 
-/// A mount that is served by a process hangs when the process does. The call then goes on in a thread of
-/// its own, nobody waits for it any longer, and the path is not asked again until it has come back. Any
-/// thread; callers of one path share a call.
+/// A mount that is served by a process hangs when the process does. The call then goes on in a
+/// thread of its own, nobody waits for it any longer, and the path is not asked again until it has
+/// come back. Any thread; callers of one path share a call.
 class BoundedStatvfs {
  public:
   /// What the call says, or nothing: it failed, or has not come back in time.

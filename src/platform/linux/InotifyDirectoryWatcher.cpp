@@ -1,11 +1,11 @@
 #include "platform/linux/InotifyDirectoryWatcher.h"
 
-#include <sys/inotify.h>
-
 #include <array>
+#include <sys/inotify.h>
+#include <utility>
+
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
-#include <utility>
 
 #include "base/UniqueFd.h"
 

@@ -44,9 +44,12 @@ class MediaEntry : public RegistryEntry {
 
   std::optional<PropertyValue> property(std::string_view key) const override {
     // Most keys that are asked for belong to the devices above: that needs no look at this one.
-    constexpr std::array<std::string_view, 6> keys{
-        registry_key::bsdName, registry_key::deviceNode, registry_key::writable,
-        registry_key::uuid,    "Size",                   "Whole"};
+    constexpr std::array<std::string_view, 6> keys{registry_key::bsdName,
+                                                   registry_key::deviceNode,
+                                                   registry_key::writable,
+                                                   registry_key::uuid,
+                                                   "Size",
+                                                   "Whole"};
     if (std::ranges::find(keys, key) == keys.end()) return std::nullopt;
     const auto device = storage_->devices.find(id_);
     if (!device) return std::nullopt;

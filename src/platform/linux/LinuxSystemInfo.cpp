@@ -21,8 +21,8 @@ std::optional<std::string> LinuxSystemInfo::kernelVariable(const std::string& na
 std::optional<WallTime> LinuxSystemInfo::bootTime() {
   timespec sinceBoot{};
   if (::clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) return std::nullopt;
-  const auto passed = std::chrono::seconds(sinceBoot.tv_sec) +
-                      std::chrono::nanoseconds(sinceBoot.tv_nsec);
+  const auto passed =
+      std::chrono::seconds(sinceBoot.tv_sec) + std::chrono::nanoseconds(sinceBoot.tv_nsec);
   return WallTime(std::chrono::system_clock::now()) - passed;
 }
 

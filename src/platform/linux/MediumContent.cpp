@@ -54,11 +54,11 @@ bool prepare(blkid_probe probe, int file) {
          blkid_probe_set_partitions_flags(probe, BLKID_PARTS_ENTRY_DETAILS) == 0;
 }
 
-/// Looks for all kinds of content but those that take long to look for, or for those alone. False on
-/// errors, and when what is found contradicts itself.
+/// Looks for all kinds of content but those that take long to look for, or for those alone. False
+/// on errors, and when what is found contradicts itself.
 bool search(blkid_probe probe, bool isForSlowKinds) {
-  // ZFS has four labels of 256 KiB, and the log of XFS may begin anywhere in the first 256 KiB: reading
-  // all that takes longer than looking for everything else together.
+  // ZFS has four labels of 256 KiB, and the log of XFS may begin anywhere in the first 256 KiB:
+  // reading all that takes longer than looking for everything else together.
   std::string zfs = "zfs_member";
   std::string xfsLog = "xfs_external_log";
   std::array<char*, 3> slowKinds{zfs.data(), xfsLog.data(), nullptr};

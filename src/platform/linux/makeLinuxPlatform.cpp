@@ -17,8 +17,8 @@
 namespace halvercine::platform::gnulinux {
 namespace {
 
-/// Where the tools are that macOS has at fixed places: our own stand-in for the disk tool beside this
-/// program, and the system's lsof.
+/// Where the tools are that macOS has at fixed places: our own stand-in for the disk tool beside
+/// this program, and the system's lsof.
 std::map<std::string, std::string> toolPaths() {
   std::error_code error;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", error);

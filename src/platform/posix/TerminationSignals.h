@@ -1,15 +1,16 @@
 // SIGINT and SIGTERM as events.
 #pragma once
 
-#include <boost/asio/signal_set.hpp>
 #include <functional>
+
+#include <boost/asio/signal_set.hpp>
 
 #include "base/MainActor.h"
 
 namespace halvercine::platform::posix {
 
-/// While it lives, an interrupt or a request to end calls `asked` on the main actor, each time, instead
-/// of ending the process.
+/// While it lives, an interrupt or a request to end calls `asked` on the main actor, each time,
+/// instead of ending the process.
 class TerminationSignals {
  public:
   TerminationSignals(base::MainActor& actor, std::function<void(int signal)> asked);

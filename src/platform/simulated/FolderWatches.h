@@ -12,9 +12,9 @@
 
 namespace halvercine::platform::simulated {
 
-/// The folders are real, but the kernel's own watches would speak whenever they like. Here a call comes
-/// when the machine itself has changed something, always in the same place of the order of events. Main
-/// actor; the watches may outlive it.
+/// The folders are real, but the kernel's own watches would speak whenever they like. Here a call
+/// comes when the machine itself has changed something, always in the same place of the order of
+/// events. Main actor; the watches may outlive it.
 class FolderWatches {
  public:
   explicit FolderWatches(base::MainActor& actor) : actor_(actor) {}

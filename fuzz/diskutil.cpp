@@ -32,7 +32,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   requireValue(text, fields.personality);
   requireValue(text, fields.diskSize);
   requireValue(text, disks::mountPoint(text));
-  require(!disks::isNtfs(text) || disks::probedPersonality(text), "NTFS has a personality");
+  require(!disks::isNtfs(text) || fields.personality, "NTFS has a personality");
+  const auto probed = disks::probedPersonality(text);
+  require(!probed || text.contains("File System Personality"), "a probed personality is said");
   require(disks::isReadOnly(text) || text.contains("Read-Only"), "in doubt it is read-only");
   require(!disks::isMounted(text) || text.contains("Mounted:"), "mounted is said");
   require(disks::errorKey(text).starts_with("disk.err."), "every text has a key");

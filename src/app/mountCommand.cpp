@@ -8,9 +8,11 @@
 #include "app/runToAnswer.h"
 #include "app/selectionFailure.h"
 #include "base/BsdName.h"
+#include "base/Json.h"
 #include "base/Text.h"
 #include "disks/DiskUtility.h"
 #include "disks/DiskUtilityText.h"
+#include "mount/ThirdPartyDriver.h"
 
 namespace halvercine::app {
 namespace {
@@ -37,10 +39,7 @@ base::Task<std::vector<Occupant>> findHolders(const disks::DiskUtility& utility,
     paths.push_back(*disk.mountPath);
     co_return co_await utility.volumeOccupants(std::move(paths));
   }
-  std::vector<Occupant> holders;
-  const auto device = co_await utility.deviceHolderPid(disk.id);
-  if (device) holders.push_back({*device, "", base::devicePath(disk.id)});
-  co_return holders;
+  co_return co_await utility.deviceHolders(disk.id);
 }
 
 std::string holderLine(const CommandContext& context, const Occupant& holder) {
@@ -58,18 +57,36 @@ boost::json::array toJsonList(const std::vector<Occupant>& holders) {
   return list;
 }
 
+/// Other vendors' drivers, which can be why a volume does not mount.
+std::vector<std::string> competingDrivers(const CommandContext& context, std::string_view key) {
+  std::vector<std::string> names;
+  if (key != "disk.err.mount" && key != "disk.err.unknown") return names;
+  for (const auto& driver : mount::detectThirdPartyDrivers(*context.platform.containers)) {
+    if (std::find(names.begin(), names.end(), driver.name) == names.end()) {
+      names.push_back(driver.name);
+    }
+  }
+  return names;
+}
+
 /// The localized text, under it the tool's own words and then what is in the way.
 Answer toolFailure(const CommandContext& context, const std::string& toolText,
                    const std::vector<Occupant>& holders) {
   const auto key = disks::errorKey(toolText);
+  const auto drivers = competingDrivers(context, key);
   auto answer = failure(context.options, statusOf(key), key, context.text(key),
-                        {{"toolText", toolText}, {"holders", toJsonList(holders)}});
+                        {{"toolText", toolText},
+                         {"holders", toJsonList(holders)},
+                         {"drivers", base::toJson(drivers)}});
   if (context.options.json) return answer;
   std::istringstream words(toolText);
   for (std::string line; std::getline(words, line);) {
     answer.diagnostic += "\n  " + base::displayText(line);
   }
   for (const auto& holder : holders) answer.diagnostic += "\n  " + holderLine(context, holder);
+  for (const auto& driver : drivers) {
+    answer.diagnostic += "\n  " + context.text("ui.driver.competing", {base::displayText(driver)});
+  }
   return answer;
 }
 
@@ -146,7 +163,8 @@ Answer runOn(const CommandContext& context, Machine& machine, Operation operatio
   if (!selected) return selectionFailure(context, selected.error());
   const disks::DiskUtility utility(*context.platform.toolRunner, *context.platform.clock,
                                    *context.platform.mediaRegistry);
-  return runToAnswer(machine, operation(context, utility, (*selected)->disk));
+  return runToAnswer(context, machine, Interruption::waits,
+                     operation(context, utility, (*selected)->disk));
 }
 
 }  // namespace

@@ -1,8 +1,13 @@
+#include <expected>
+#include <filesystem>
+#include <optional>
+
 #include <boost/json/array.hpp>
 
 #include "app/Table.h"
 #include "app/commands.h"
 #include "app/runToAnswer.h"
+#include "base/Text.h"
 #include "disks/DiskUtility.h"
 
 namespace halvercine::app {
@@ -29,17 +34,78 @@ Answer occupantsAnswer(const CommandContext& context,
   return {ExitStatus::done, table.render(context.terminal, 0), ""};
 }
 
-base::Task<Answer> findOccupants(const CommandContext& context, const disks::DiskUtility& utility) {
-  const auto occupants = co_await utility.volumeOccupants(context.options.paths);
+/// What is to be searched: paths in their canonical spelling, and the mount points of their
+/// volumes.
+struct Search {
+  std::vector<std::string> paths;
+  std::vector<std::string> mountPaths;
+};
+
+bool isBeneath(const std::string& path, const std::string& folder) {
+  return path == folder || folder == "/" || path.starts_with(folder + "/");
+}
+
+/// The mount point of a listed volume that `path` is on: the longest that leads to it.
+std::optional<std::string> mountPathOf(const std::vector<DiskView>& views,
+                                       const std::string& path) {
+  std::optional<std::string> found;
+  for (const auto& view : views) {
+    const auto& mountPath = view.disk.mountPath;
+    if (!mountPath || !isBeneath(path, *mountPath)) continue;
+    if (!found || mountPath->size() > found->size()) found = mountPath;
+  }
+  return found;
+}
+
+bool isMountPath(const std::vector<DiskView>& views, const std::string& path) {
+  return mountPathOf(views, path) == path;
+}
+
+/// The path as the kernel spells it, or nothing when there is none. A mount point is taken as it
+/// is: a volume that does not answer must not be asked. On a simulated Mac no path is real.
+std::optional<std::string> canonicalPath(const CommandContext& context,
+                                         const std::vector<DiskView>& views,
+                                         const std::string& path) {
+  auto plain = std::filesystem::path(path).lexically_normal().string();
+  if (plain.size() > 1 && plain.ends_with('/')) plain.pop_back();
+  if (context.options.scenario || isMountPath(views, plain)) return plain;
+  std::error_code error;
+  const auto canonical = std::filesystem::canonical(path, error);
+  if (error) return std::nullopt;
+  return canonical.string();
+}
+
+std::expected<Search, Answer> prepare(const CommandContext& context) {
+  auto views = viewDisks(context);
+  if (!views) return std::unexpected(std::move(views.error()));
+  Search search;
+  for (const auto& path : context.options.paths) {
+    const auto canonical = canonicalPath(context, *views, path);
+    if (!canonical) {
+      return std::unexpected(failure(context.options, ExitStatus::failed, "no-such-path",
+                                     context.text("ui.error.nopath", {base::displayText(path)})));
+    }
+    search.paths.push_back(*canonical);
+    search.mountPaths.push_back(mountPathOf(*views, *canonical).value_or(*canonical));
+  }
+  return search;
+}
+
+base::Task<Answer> findOccupants(const CommandContext& context, const disks::DiskUtility& utility,
+                                 Search search) {
+  const auto occupants = co_await utility.occupantsBeneath(search.paths, search.mountPaths);
   co_return occupantsAnswer(context, occupants);
 }
 
 }  // namespace
 
 Answer occupantsCommand(const CommandContext& context, Machine& machine) {
+  auto search = prepare(context);
+  if (!search) return std::move(search.error());
   const disks::DiskUtility utility(*context.platform.toolRunner, *context.platform.clock,
                                    *context.platform.mediaRegistry);
-  return runToAnswer(machine, findOccupants(context, utility));
+  return runToAnswer(context, machine, Interruption::cancels,
+                     findOccupants(context, utility, std::move(*search)));
 }
 
 }  // namespace halvercine::app

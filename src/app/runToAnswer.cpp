@@ -3,6 +3,7 @@
 #include <optional>
 #include <utility>
 
+#include "app/Terminal.h"
 #include "base/spawn.h"
 #include "platform/posix/TerminationSignals.h"
 
@@ -15,18 +16,26 @@ base::Task<void> store(base::Task<Answer> command, std::optional<Answer>& answer
 
 }  // namespace
 
-Answer runToAnswer(Machine& machine, base::Task<Answer> command) {
+Answer runToAnswer(const CommandContext& context, Machine& machine, Interruption interruption,
+                   base::Task<Answer> command) {
   std::optional<Answer> answer;
-  bool interrupted = false;
+  int interruptions = 0;
   base::TaskScope scope(machine.actor(), *machine.platform().systemLog);
   const platform::posix::TerminationSignals signals(machine.actor(), [&](int) {
-    interrupted = true;
-    scope.cancelAll();
+    if (++interruptions > 1 || interruption == Interruption::cancels) {
+      scope.cancelAll();
+    } else {
+      writeDiagnostic("halvercine: " + context.text("ui.interrupt.waiting"));
+    }
   });
   scope.spawn("command", store(std::move(command), answer));
   machine.actor().runUntil([&scope] { return scope.running() == 0; });
   if (answer) return std::move(*answer);
-  return {interrupted ? ExitStatus::interrupted : ExitStatus::failed, "", ""};
+  if (interruptions > 0) {
+    return failure(context.options, ExitStatus::interrupted, "interrupted",
+                   context.text("ui.interrupt.done"));
+  }
+  return failure(context.options, ExitStatus::failed, "internal", context.text("disk.err.unknown"));
 }
 
 }  // namespace halvercine::app

@@ -8,6 +8,7 @@
 #include "app/commands.h"
 #include "app/listText.h"
 #include "base/Json.h"
+#include "base/OwnedPost.h"
 #include "base/RepeatingTimer.h"
 #include "base/Text.h"
 #include "disks/DiskMonitor.h"
@@ -25,14 +26,22 @@ std::string isoTime(platform::WallTime time) {
 /// Shows the monitor's list until the output is closed or somebody ends it.
 class Watch {
  public:
-  Watch(const CommandContext& context, disks::DiskMonitor& monitor,
+  Watch(const CommandContext& context, base::MainActor& actor, disks::DiskMonitor& monitor,
         std::function<void(ExitStatus)> end)
-      : context_(context), monitor_(monitor), end_(std::move(end)) {
-    monitor_.refreshed.connect([this] { show(); });
-    monitor_.disksChanged.connect([this] { show(); });
+      : context_(context), monitor_(monitor), end_(std::move(end)), post_(actor) {
+    monitor_.refreshed.connect([this] { showSoon(); });
+    monitor_.disksChanged.connect([this] { showSoon(); });
+  }
+
+ private:
+  /// A refresh that changes something says so twice; it is looked at once.
+  void showSoon() {
+    if (std::exchange(isDue_, true)) return;
+    post_([this] { show(); });
   }
 
   void show() {
+    isDue_ = false;
     std::vector<DiskView> views;
     for (const auto& disk : monitor_.disks()) {
       views.push_back(DiskView::of(disk, context_.platform));
@@ -54,7 +63,6 @@ class Watch {
     }
   }
 
- private:
   std::string jsonLine(const DiskEvent& event) const {
     return base::repairedUtf8(base::serializeJson(
                boost::json::object{{"format", jsonFormat},
@@ -97,6 +105,8 @@ class Watch {
   std::function<void(ExitStatus)> end_;
   std::vector<DiskView> views_;
   bool isFirst_ = true;
+  bool isDue_ = false;
+  base::OwnedPost post_;
 };
 
 }  // namespace
@@ -121,7 +131,7 @@ Answer watchCommand(const CommandContext& context, Machine& machine) {
     if (outputIsAbandoned()) end(ExitStatus::done);
   });
   disks::DiskMonitor monitor(machine.actor(), context.platform, context.localization);
-  Watch watch(context, monitor, end);
+  Watch watch(context, machine.actor(), monitor, end);
   if (!monitor.start()) return arbitrationFailure(context);
   machine.actor().runUntil([&ended] { return ended.has_value(); });
   return {ended.value_or(ExitStatus::done), "", ""};

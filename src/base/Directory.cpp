@@ -64,4 +64,11 @@ std::optional<platform::WallTime> modificationTime(const std::filesystem::path& 
   return modifiedAt(AT_FDCWD, path.c_str());
 }
 
+std::optional<FileIdentity> fileIdentity(const std::filesystem::path& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+  return FileIdentity{static_cast<std::uint64_t>(status.st_dev),
+                      static_cast<std::uint64_t>(status.st_ino)};
+}
+
 }  // namespace halvercine::base

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <expected>
 #include <filesystem>
 #include <optional>
@@ -40,6 +41,16 @@ class Directory {
 
   UniqueFd fd_;
 };
+
+/// What tells one file or folder from another that has its name later.
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t number = 0;
+  bool operator==(const FileIdentity&) const = default;
+};
+
+/// The identity of what is at `path` now, or nothing.
+std::optional<FileIdentity> fileIdentity(const std::filesystem::path& path);
 
 /// When the content of the entry at `path` was last changed, or nothing. A symbolic link is an
 /// entry of its own.

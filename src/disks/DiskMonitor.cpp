@@ -29,7 +29,6 @@ bool DiskMonitor::start() {
   refresh();
   capacityTimer_.start(capacityInterval, [this] { refreshCapacities(); });
   fullRefreshTimer_.start(fullRefreshInterval, [this] { scheduleRefresh(); });
-  watchMailbox();
   warmUp();
   const auto settled = platform_.clock->uptime() + deferredStart;
   platform_.clock->callAt(settled, post_.wrap([this] { scheduleRefresh(); }));
@@ -43,21 +42,29 @@ void DiskMonitor::listenToSession() {
   session_->start({changed, changed, changed});
 }
 
+/// Watches the folder that is there now: it may have come only now, or have been replaced.
 void DiskMonitor::watchMailbox() {
-  if (const auto directory = mailbox_.containerURL()) {
-    mailboxWatch_ =
-        platform_.directoryWatcher->watch(*directory, post_.wrap([this] { mailboxChanged(); }));
-  }
+  const auto directory = mailbox_.containerURL();
+  const auto identity = directory ? base::fileIdentity(*directory) : std::nullopt;
+  if (mailboxWatch_ && identity == watchedFolder_) return;
+  mailboxWatch_.reset();
+  watchedFolder_ = identity;
+  if (!identity) return;
+  mailboxWatch_ =
+      platform_.directoryWatcher->watch(*directory, post_.wrap([this] { mailboxChanged(); }));
 }
 
 /// The first look at a volume can be slow; afterwards the system has it at hand.
 void DiskMonitor::warmUp() {
+  std::vector<std::string> paths;
   for (const auto& disk : disks_) {
-    if (!disk.mountPath) continue;
-    actor_.postToBackground([fileSystems = platform_.fileSystems.get(), path = *disk.mountPath] {
-      fileSystems->resourceValues(path);
-    });
+    if (disk.mountPath) paths.push_back(*disk.mountPath);
   }
+  if (paths.empty()) return;
+  // One after another: volumes that do not answer must not take up all background threads.
+  actor_.postToBackground([fileSystems = platform_.fileSystems.get(), paths] {
+    for (const auto& path : paths) fileSystems->resourceValues(path);
+  });
 }
 
 void DiskMonitor::scheduleRefresh() {
@@ -77,8 +84,9 @@ void DiskMonitor::refresh() {
     if (medium.deviceId) deviceIds_.emplace(medium.bsdName, *medium.deviceId);
   }
   sweepStaleFiles();
+  watchMailbox();
   const auto states = readStates();
-  mailboxDigest_ = states.digest();
+  mailboxDigest_ = mailboxDigest(states);
   auto disks = describeDisks(descriptor_, *session_, media, states);
   for (const auto& disk : disks) {
     if (disk.isNtfs()) knownNtfs_.insert(disk.id);
@@ -94,15 +102,20 @@ void DiskMonitor::sweepStaleFiles() {
   const auto session = mount::bootSession(*platform_.systemInfo);
   if (!session) return;
   const double now = platform::secondsSince1970(platform_.clock->now());
-  for (const auto& [bsdName, deviceId] : deviceIds_) {
+  for (const auto& bsdName : mount::reportedPartitions(*platform_.containers)) {
     const auto store = mount::MountAccessReportStore::locate(*platform_.containers, bsdName);
-    if (store) store->sweepStale(deviceId, *session, now);
+    if (store) store->sweepStale(deviceId(bsdName), *session, now);
   }
 }
 
 void DiskMonitor::mailboxChanged() {
+  watchMailbox();
   // The folder holds other files too; only a new word on a volume is worth a refresh.
-  if (readStates().digest() != mailboxDigest_) scheduleRefresh();
+  if (mailboxDigest(readStates()) != mailboxDigest_) scheduleRefresh();
+}
+
+std::size_t DiskMonitor::mailboxDigest(const BitLockerStates& states) const {
+  return states.digest() + mount::reportsDigest(*platform_.containers);
 }
 
 BitLockerStates DiskMonitor::readStates() const {

@@ -13,6 +13,7 @@
 #include <boost/signals2/dummy_mutex.hpp>
 #include <boost/signals2/signal_type.hpp>
 
+#include "base/Directory.h"
 #include "base/MainActor.h"
 #include "base/OwnedPost.h"
 #include "base/RepeatingTimer.h"
@@ -102,6 +103,7 @@ class DiskMonitor {
   void sweepStaleFiles();
   void mailboxChanged();
   BitLockerStates readStates() const;
+  std::size_t mailboxDigest(const BitLockerStates& states) const;
   void refreshCapacities();
   CapacityRefreshIdentity capacityIdentity(const Disk& disk) const;
   base::Task<void> readCapacity(CapacityRefreshIdentity identity);
@@ -124,6 +126,7 @@ class DiskMonitor {
 
   std::unique_ptr<platform::DiskArbitrationSession> session_;
   std::unique_ptr<platform::DirectoryWatch> mailboxWatch_;
+  std::optional<base::FileIdentity> watchedFolder_;
   base::RepeatingTimer capacityTimer_;
   base::RepeatingTimer fullRefreshTimer_;
   base::OwnedPost post_;

@@ -77,22 +77,31 @@ base::Task<bool> DiskUtility::isNtfs(std::string bsdName) const {
   co_return disks::isNtfs(result.text);
 }
 
-base::Task<std::optional<std::int32_t>> DiskUtility::deviceHolderPid(std::string bsdName) const {
-  const auto processes =
+base::Task<std::vector<Occupant>> DiskUtility::deviceHolders(std::string bsdName) const {
+  auto processes =
       co_await openFiles(lsofInvocation(PathsAre::files, deviceNodes(bsdName)), LsofOutput());
-  const auto other = std::find_if(processes.begin(), processes.end(), [](const Occupant& process) {
-    return process.pid != ::getpid();
-  });
-  if (other == processes.end()) co_return std::nullopt;
-  co_return other->pid;
+  std::erase_if(processes, [](const Occupant& process) { return process.pid == ::getpid(); });
+  co_return processes;
+}
+
+base::Task<std::optional<std::int32_t>> DiskUtility::deviceHolderPid(std::string bsdName) const {
+  const auto holders = co_await deviceHolders(std::move(bsdName));
+  if (holders.empty()) co_return std::nullopt;
+  co_return holders.front().pid;
 }
 
 base::Task<std::vector<Occupant>> DiskUtility::volumeOccupants(
     std::vector<std::string> mountPaths) const {
+  return occupantsBeneath(mountPaths, mountPaths);
+}
+
+base::Task<std::vector<Occupant>> DiskUtility::occupantsBeneath(
+    std::vector<std::string> paths, std::vector<std::string> mountPaths) const {
+  std::erase(paths, "");
   std::erase(mountPaths, "");
-  if (mountPaths.empty()) co_return std::vector<Occupant>();
+  if (paths.empty() || mountPaths.empty()) co_return std::vector<Occupant>();
   co_return co_await openFiles(lsofInvocation(PathsAre::fileSystems, mountPaths),
-                               LsofOutput(mountPaths));
+                               LsofOutput(paths));
 }
 
 std::vector<std::string> DiskUtility::deviceNodes(const std::string& bsdName) const {

@@ -64,6 +64,10 @@ class DiskUtility {
   /// Whether the tool's info names an NTFS personality; false when it tells nothing.
   base::Task<bool> isNtfs(std::string bsdName) const;
 
+  /// The processes other than this one that hold the device of a volume open (the device itself,
+  /// not a file on the volume), as far as this user may see them.
+  base::Task<std::vector<Occupant>> deviceHolders(std::string bsdName) const;
+
   /// A process other than this one that holds the device of a volume open (the device itself, not a
   /// file on the volume). Nothing when there is none, or none that this user may see.
   base::Task<std::optional<std::int32_t>> deviceHolderPid(std::string bsdName) const;
@@ -71,6 +75,10 @@ class DiskUtility {
   /// The processes that have files open at or beneath the mount paths, each once. Empty when there
   /// are none, or none that this user may see.
   base::Task<std::vector<Occupant>> volumeOccupants(std::vector<std::string> mountPaths) const;
+
+  /// The same for any files and folders: `mountPaths` are the file systems that they are on.
+  base::Task<std::vector<Occupant>> occupantsBeneath(std::vector<std::string> paths,
+                                                     std::vector<std::string> mountPaths) const;
 
  private:
   std::vector<std::string> deviceNodes(const std::string& bsdName) const;

@@ -1,8 +1,10 @@
 #include "mount/MountAccessReportStore.h"
 
+#include <functional>
 #include <system_error>
 
 #include "base/BsdName.h"
+#include "base/Directory.h"
 #include "base/FileLock.h"
 #include "base/Json.h"
 #include "base/PrivateFiles.h"
@@ -14,6 +16,9 @@ namespace {
 
 // A report is some two hundred bytes; whatever is larger is none.
 constexpr std::size_t reportLimit = 64 * 1024;
+
+constexpr std::string_view namePrefix = "mount-access-";
+constexpr std::string_view nameSuffix = ".json";
 
 void removeQuietly(const std::filesystem::path& path) {
   std::error_code ignored;
@@ -27,7 +32,8 @@ std::optional<MountAccessReportStore> MountAccessReportStore::locate(
   if (!base::isPartitionName(bsdName)) return std::nullopt;
   const auto container = containers.groupContainer(std::string(sharedGroup));
   if (!container) return std::nullopt;
-  return MountAccessReportStore(*container / ("mount-access-" + bsdName + ".json"));
+  return MountAccessReportStore(*container /
+                                (std::string(namePrefix) + bsdName + std::string(nameSuffix)));
 }
 
 std::optional<MountAccessReport> MountAccessReportStore::read() const {
@@ -38,13 +44,16 @@ std::optional<MountAccessReport> MountAccessReportStore::read() const {
   return std::move(*report);
 }
 
-void MountAccessReportStore::sweepStale(std::uint64_t deviceId, std::string_view bootSession,
-                                        double now) const {
-  const auto report = read();
-  if (!report) return;
-  const bool current = report->deviceID == deviceId && report->bootSession == bootSession &&
-                       isFresh(report->timestamp, now);
-  if (!current) removeQuietly(url_);
+void MountAccessReportStore::sweepStale(std::optional<std::uint64_t> deviceId,
+                                        std::string_view bootSession, double now) const {
+  const auto isStale = [&] {
+    const auto report = read();
+    return report && !((!deviceId || report->deviceID == *deviceId) &&
+                       report->bootSession == bootSession && isFresh(report->timestamp, now));
+  };
+  if (!isStale()) return;
+  const auto lock = base::FileLock::tryTake(lockPath());
+  if (lock && isStale()) removeQuietly(url_);
 }
 
 void MountAccessReportStore::removeOwned(std::string_view ownerId) const {
@@ -67,6 +76,31 @@ void MountAccessReportStore::refreshOwned(std::string_view ownerId, double now) 
 }
 
 std::filesystem::path MountAccessReportStore::lockPath() const { return url_.string() + ".lock"; }
+
+std::vector<std::string> reportedPartitions(platform::Containers& containers) {
+  std::vector<std::string> partitions;
+  const auto container = containers.groupContainer(std::string(sharedGroup));
+  const auto folder = container ? base::Directory::open(*container) : std::nullopt;
+  if (!folder) return partitions;
+  for (const auto& name : folder->names()) {
+    if (!name.starts_with(namePrefix) || !name.ends_with(nameSuffix)) continue;
+    auto partition =
+        name.substr(namePrefix.size(), name.size() - namePrefix.size() - nameSuffix.size());
+    if (base::isPartitionName(partition)) partitions.push_back(std::move(partition));
+  }
+  return partitions;
+}
+
+std::size_t reportsDigest(platform::Containers& containers) {
+  std::size_t sum = 0;
+  for (const auto& partition : reportedPartitions(containers)) {
+    const auto store = MountAccessReportStore::locate(containers, partition);
+    const auto modified = store ? base::modificationTime(store->url()) : std::nullopt;
+    const auto time = modified ? modified->time_since_epoch().count() : 0;
+    sum += std::hash<std::string>()(partition + "/" + std::to_string(time));
+  }
+  return sum;
+}
 
 bool isFresh(double timestamp, double now) {
   return timestamp <= now && now - timestamp <= freshnessWindow;

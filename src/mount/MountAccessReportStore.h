@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/SharedGroup.h"
 #include "mount/MountAccessReport.h"
@@ -41,7 +42,11 @@ class MountAccessReportStore {
   /// Deletes a report that is not about this device in this boot session or not fresh at `now`
   /// (seconds since 1970). A file that cannot be decoded is left alone: it may be somebody's next
   /// version.
-  void sweepStale(std::uint64_t deviceId, std::string_view bootSession, double now) const;
+  ///
+  /// Without a device (there is no disk of that name) any device will do. What is to go is looked
+  /// at again under the writer's lock, and stays when the lock is held.
+  void sweepStale(std::optional<std::uint64_t> deviceId, std::string_view bootSession,
+                  double now) const;
 
   /// Deletes the report if it carries this owner, under the writer's lock. Does nothing when the
   /// lock is held: the writer is at work, and the report is its business.
@@ -56,6 +61,12 @@ class MountAccessReportStore {
 
   std::filesystem::path url_;
 };
+
+/// The partitions that have a report file, in no particular order.
+std::vector<std::string> reportedPartitions(platform::Containers& containers);
+
+/// A number that changes when a report is written, refreshed or deleted.
+std::size_t reportsDigest(platform::Containers& containers);
 
 /// Whether `timestamp` lies within the freshness window that ends at `now`; the future does not.
 bool isFresh(double timestamp, double now);

@@ -1,6 +1,8 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <sstream>
 #include <sys/stat.h>
 #include <thread>
 
@@ -176,6 +178,30 @@ TEST(ProgramTest, WatchFollowsTheTimelineTheSameWayEveryTime) {
   EXPECT_THAT(run.output, HasSubstr(R"("event":"changed")"));
   EXPECT_THAT(run.output, HasSubstr(R"("event":"disappeared")"));
   EXPECT_EQ(run.output, watch().output);
+}
+
+TEST(ProgramTest, WatchTellsOfBusySlowReplacedAndVanishingDisks) {
+  const auto run =
+      runProgram({"--simulate=busy-and-slow", "--fast", "watch", "--for", "120", "--json"});
+  ASSERT_EQ(run.status, 0) << run.errors;
+  std::map<std::string, boost::json::value> last;  // the newest word on each disk
+  std::vector<std::string> ofReplaced;
+  std::istringstream lines(run.output);
+  for (std::string line; std::getline(lines, line);) {
+    const auto event = base::parseJson(line).value();
+    const std::string id(event.at_pointer("/disk/id").as_string());
+    if (id == "disk6s1") {
+      ofReplaced.push_back(std::string(event.at("event").as_string()) + " " +
+                           std::string(event.at_pointer("/disk/name").as_string()));
+    }
+    last[id] = event;
+  }
+  EXPECT_THAT(ofReplaced,
+              testing::ElementsAre("appeared Mine", "disappeared Mine", "appeared Yours"));
+  EXPECT_EQ(last.at("disk7s1").at("event").as_string(), "disappeared");
+  EXPECT_EQ(last.at("disk8s1").at_pointer("/disk/fileSystem").as_string(), "BitLocker");
+  EXPECT_EQ(last.at("disk4s1").at_pointer("/disk/isMounted").as_bool(), true);
+  EXPECT_EQ(last.at("disk5s1").at_pointer("/disk/readOnly/cause").as_string(), "resource");
 }
 
 TEST(ProgramTest, OutputThatCannotBeWrittenIsAFailure) {

@@ -1,8 +1,15 @@
 // The program on a real NTFS volume of this machine, as far as the machine allows it.
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "base/Json.h"
+#include "base/UniqueFd.h"
 #include "platform/linux/LoopDevice.h"
+#include "support/TemporaryFolder.h"
 #include "support/runProgram.h"
 
 namespace halvercine {
@@ -53,6 +60,60 @@ TEST(RealVolumeTest, ListFollowsAVolumeFromPlugToUnplug) {
   ASSERT_TRUE(device.detach());
   EXPECT_FALSE(recordOf(node)) << "unplugged";
   EXPECT_EQ(tests::runProgram({"info", node}).status, 3);
+}
+
+/// Settings and reports of the program go to a folder of the test's own.
+class RealMountTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const auto reason = LoopDevice::whyUnavailable(); !reason.empty()) GTEST_SKIP() << reason;
+    ::setenv("XDG_DATA_HOME", data_.path().c_str(), 1);
+    ASSERT_TRUE(device_.partition("label: gpt\nstart=2048, size=20480\n"));
+    ASSERT_TRUE(device_.attach());
+    ASSERT_TRUE(device_.addPartition(1, 2048 * 512, 20480 * 512));
+    ASSERT_TRUE(platform::gnulinux::runProgram({"mkntfs", "-Q", "-F", "-L", "Held open", node()}));
+  }
+  void TearDown() override {
+    tests::runProgram({"unmount", "--force", node()});
+    ::unsetenv("XDG_DATA_HOME");
+  }
+  std::string node() const { return device_.partitionNode(1); }
+
+  tests::TemporaryFolder data_;
+  LoopDevice device_;
+};
+
+TEST_F(RealMountTest, MountsSaysWhoIsInTheWayAndUnmounts) {
+  const auto mounted = tests::runProgram({"mount", node(), "--json"});
+  ASSERT_EQ(mounted.status, 0) << mounted.output;
+  const auto answer = base::parseJson(mounted.output).value();
+  const std::string path(answer.at_pointer("/result/disk/mountPath").as_string());
+  EXPECT_TRUE(answer.at_pointer("/result/disk/isWritable").as_bool());
+  EXPECT_TRUE(answer.at_pointer("/result/disk/mountedByEngine").as_bool());
+  EXPECT_EQ(tests::runProgram({"mount", node()}).status, 0) << "mounted already";
+
+  std::filesystem::create_directory(path + "/folder");
+  {
+    const base::UniqueFd held(
+        ::open((path + "/folder/a file").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    for (const auto& asked : {path, path + "/folder", path + "/folder/../folder/"}) {
+      const auto occupants = tests::runProgram({"occupants", asked});
+      EXPECT_NE(occupants.output.find(path + "/folder/a file"), std::string::npos) << asked;
+    }
+    const auto busy = tests::runProgram({"unmount", node(), "--json"});
+    EXPECT_EQ(busy.status, 4) << busy.output;
+    const auto holders = base::parseJson(busy.output).value().at_pointer("/error/holders");
+    ASSERT_EQ(holders.as_array().size(), 1U) << busy.output;
+    EXPECT_EQ(holders.at(0).at("pid").as_int64(), ::getpid());
+    EXPECT_EQ(holders.at(0).at("path").as_string(), path + "/folder/a file");
+  }
+  EXPECT_EQ(tests::runProgram({"occupants", path + "/none"}).status, 1);
+  EXPECT_EQ(tests::runProgram({"unmount", node()}).status, 0);
+  EXPECT_EQ(tests::runProgram({"unmount", node()}).status, 0) << "unmounted already";
+
+  const auto readOnly = tests::runProgram({"mount", "--read-only", node(), "--json"});
+  const auto disk = base::parseJson(readOnly.output).value().at_pointer("/result/disk");
+  EXPECT_EQ(disk.at("readOnly").at("cause").as_string(), "requested");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/Json.h"
+#include "bitlocker/Status.h"
 #include "disks/BannerStabilityState.h"
 #include "support/SimulatedFixture.h"
 
@@ -90,6 +91,47 @@ TEST_F(DiskMonitorTest, SweepsReportsThatNoLongerCount) {
   tests::writeText(path, base::encodeJson(mount::MountAccessReport{1, "old", 5, {}, {}}));
   ASSERT_TRUE(monitor->start());
   EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(DiskMonitorTest, SweepsReportsOfDisksThatAreGoneButNotLiveOnes) {
+  const auto session = *mount::bootSession(*mac.platform.systemInfo);
+  const auto write = [&](const std::string& bsdName, const std::string& boot, double age) {
+    tests::writeText(mac.reportPath(bsdName),
+                     base::encodeJson(mount::MountAccessReport{7, boot, mac.now() - age, {}, {}}));
+  };
+  write("disk70s1", "another", 0);
+  write("disk71s1", session, 301);
+  write("disk72s1", session, 10);
+  ASSERT_TRUE(monitor->start());
+  EXPECT_FALSE(std::filesystem::exists(mac.reportPath("disk70s1")));
+  EXPECT_FALSE(std::filesystem::exists(mac.reportPath("disk71s1")));
+  EXPECT_TRUE(std::filesystem::exists(mac.reportPath("disk72s1"))) << "its disk may be on its way";
+}
+
+TEST_F(DiskMonitorTest, HearsOfNewWordsInTheSharedFolderAtOnce) {
+  ASSERT_TRUE(monitor->start());
+  mac.pass(4);
+  auto& machine = mac.mac.machine();
+  machine.writeReport("disk4s1", {});
+  settle();
+  EXPECT_TRUE(monitor->find("disk4s1")->mountedByEngine);
+
+  bitlocker::Status status;
+  status.guid = "G";
+  status.bsdName = "disk4";
+  status.state = "locked";
+  status.timestamp = mac.now();
+  const auto folder = *mac.platform.containers->groupContainer(std::string(mount::sharedGroup));
+  tests::writeText(folder / "bitlocker-status-G.json", base::encodeJson(status));
+  machine.folderWatches().announce(folder);
+  settle();
+  EXPECT_TRUE(monitor->find("disk4")->bitLocker);
+
+  const auto before = monitor->refreshRevision();
+  tests::writeText(folder / "something-else.json", "{}");
+  machine.folderWatches().announce(folder);
+  settle();
+  EXPECT_EQ(monitor->refreshRevision(), before) << "of no interest";
 }
 
 TEST_F(DiskMonitorTest, DestructiveFlagIsAnnouncedOnce) {

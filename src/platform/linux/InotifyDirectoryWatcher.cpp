@@ -39,8 +39,8 @@ class InotifyWatch : public DirectoryWatch {
 
 std::unique_ptr<DirectoryWatch> InotifyDirectoryWatcher::watch(
     const std::filesystem::path& directory, std::function<void()> changed) {
-  constexpr std::uint32_t changes =
-      IN_CLOSE_WRITE | IN_MODIFY | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE | IN_ONLYDIR;
+  constexpr std::uint32_t changes = IN_CLOSE_WRITE | IN_MODIFY | IN_MOVED_FROM | IN_MOVED_TO |
+                                    IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
   base::UniqueFd events(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
   if (!events || ::inotify_add_watch(events.get(), directory.c_str(), changes) < 0) return nullptr;
   return std::make_unique<InotifyWatch>(actor_.context(), events.release(), std::move(changed));

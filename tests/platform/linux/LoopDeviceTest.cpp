@@ -164,7 +164,6 @@ TEST_F(LoopDeviceTest, ReportsAttachingMountingAndDetaching) {
   events_.clear();
   ASSERT_TRUE(device_.unmount());
   EXPECT_TRUE(waitFor("changed " + partition));
-  EXPECT_THAT(events_, Not(Contains("changed " + disk)));
 
   events_.clear();
   ASSERT_TRUE(device_.detach());

@@ -1,8 +1,10 @@
 // Refreshing the list of disks, and the JSON of disks and reports, each beside the least that it
 // can take: asking the machine for its descriptions, and the JSON library at work on the same text.
 #include <chrono>
+#include <fstream>
 #include <memory>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -121,6 +123,38 @@ void refreshStorm(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * events);
 }
 
+/// The memory of this process that is in use, in KiB.
+double memoryInUse() {
+  std::ifstream statm("/proc/self/statm");
+  long total = 0;
+  long resident = 0;
+  statm >> total >> resident;
+  return static_cast<double>(resident) * static_cast<double>(::sysconf(_SC_PAGESIZE)) / 1024;
+}
+
+/// A disk that comes and goes 10,000 times, each time followed by the monitor.
+void plugsAndUnplugs(benchmark::State& state) {
+  constexpr int times = 10'000;
+  Machine machine(10);
+  disks::DiskMonitor monitor(machine.actor, machine.platform, machine.localization);
+  monitor.start();
+  const auto comeAndGo = [&machine] {
+    machine.mac.machine().unplug("disk4");
+    machine.settle();
+    machine.mac.machine().plug("disk4");
+    machine.settle();
+  };
+  for (int warmUp = 0; warmUp < 100; ++warmUp) comeAndGo();
+  double growth = 0;
+  for (auto _ : state) {
+    const double before = memoryInUse();
+    for (int time = 0; time < times; ++time) comeAndGo();
+    growth = memoryInUse() - before;
+  }
+  state.counters["growth_KiB"] = growth;
+  state.SetItemsProcessed(state.iterations() * times * 2);
+}
+
 const mount::MountAccessReport someReport{.deviceID = 0x1'0000'0310,
                                           .bootSession = "5B1C0D7E-2F64-4C0B-9A53-7E1D8C2A4F90",
                                           .timestamp = 1'760'000'000.125,
@@ -176,6 +210,7 @@ void printingDisks(benchmark::State& state) {
 BENCHMARK(askingForDescriptions)->Arg(10)->Arg(100)->Arg(1'000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(enumeratingAndDescribing)->Arg(10)->Arg(100)->Arg(1'000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(refreshingTheMonitor)->Arg(10)->Arg(100)->Arg(1'000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(plugsAndUnplugs)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(refreshStorm)->Arg(10)->Arg(1'000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(parsingAReportAlone);
 BENCHMARK(decodingAReport);

@@ -38,7 +38,7 @@ class MountAccessReportStoreTest : public testing::Test {
                                   *mac.platform.systemInfo, *mac.platform.clock},
                                  "disk4s1", freshness);
   }
-  /// The sweep of this device in this session, now.
+  /// The sweep of this device in the present boot session, now.
   bool survivesSweep() {
     store.sweepStale(report(0).deviceID, report(0).bootSession, mac.now());
     return fs::exists(path);

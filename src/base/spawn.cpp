@@ -17,8 +17,10 @@ namespace {
 // `bind_cancellation_slot` names an executor as well, and Boost 1.81 then defers a signal that
 // comes from outside the event loop, past the end of the child that owns it.
 struct Ended {
+  // Asio looks for these names. NOLINTBEGIN(readability-identifier-naming)
   using cancellation_slot_type = boost::asio::cancellation_slot;
   cancellation_slot_type get_cancellation_slot() const noexcept { return slot; }
+  // NOLINTEND(readability-identifier-naming)
   void operator()(const std::exception_ptr& failure) { action(failure); }
 
   cancellation_slot_type slot;

@@ -1,7 +1,7 @@
 #include "disks/runTool.h"
 
+#include <csignal>
 #include <memory>
-#include <signal.h>
 #include <utility>
 
 #include "base/OneShot.h"

@@ -16,7 +16,7 @@ constexpr std::chrono::milliseconds patience{250};
 
 BoundedStatvfs::Answer BoundedStatvfs::ask(const std::string& path) {
   std::promise<std::optional<struct statvfs>> promise;
-  const Answer answer = promise.get_future().share();
+  Answer answer = promise.get_future().share();
   calls_->running[path] = {answer};
   std::thread([path, calls = calls_, promise = std::move(promise)]() mutable {
     struct statvfs status {};

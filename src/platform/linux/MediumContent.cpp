@@ -93,7 +93,7 @@ MediumContent probeContent(const std::string& node, dev_t number) {
   if (!file) return {};
   readAhead(file.get());
   const std::unique_ptr<blkid_struct_probe, ReleaseProbe> owner(blkid_new_probe());
-  const blkid_probe reader = owner.get();
+  blkid_struct_probe* const reader = owner.get();
   if (reader == nullptr || !prepare(reader, file.get()) || !search(reader)) return {};
   return {
       .kind = value(reader, "TYPE"),

@@ -2,9 +2,9 @@
 
 #include <array>
 #include <charconv>
+#include <climits>
 #include <dirent.h>
 #include <fcntl.h>
-#include <limits.h>
 #include <memory>
 #include <unistd.h>
 

@@ -4,9 +4,9 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <functional>
 #include <optional>
-#include <signal.h>
 #include <string_view>
 #include <sys/wait.h>
 #include <system_error>

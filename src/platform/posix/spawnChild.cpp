@@ -1,8 +1,8 @@
 #include "platform/posix/spawnChild.h"
 
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
-#include <signal.h>
 #include <spawn.h>
 #include <string_view>
 #include <unistd.h>

@@ -58,7 +58,7 @@ class Run : public std::enable_shared_from_this<Run> {
     auto answer = doesItsWork(script_) ? perform() : ToolAnswer();
     if (script_.text) answer = {answer.status, *script_.text, ""};
     printMegabytes();
-    print(std::move(answer));
+    print(answer);
     if (isOver_ || script_.hang) return;
     if (script_.signal) return end({*script_.signal, true});
     end({script_.status.value_or(answer.status), false});

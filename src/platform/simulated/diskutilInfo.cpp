@@ -22,14 +22,14 @@ class Record {
     constexpr std::size_t valueColumn = 30;
     auto text = "   " + std::string(label) + ":";
     text.resize(std::max(valueColumn, text.size() + 1), ' ');
-    text_ += text + value + '\n';
+    lines += text + value + '\n';
   }
   void line(std::string_view label, const std::optional<std::string>& value) {
     if (value) line(label, *value);
   }
-  void gap() { text_ += '\n'; }
+  void gap() { lines += '\n'; }
 
-  std::string text_;
+  std::string lines;
 };
 
 std::string yesNo(bool value) { return value ? "Yes" : "No"; }
@@ -81,7 +81,7 @@ class Info {
     writeSizes();
     writeAccess();
     writeLocation();
-    return std::move(record_.text_);
+    return std::move(record_.lines);
   }
 
  private:

@@ -52,12 +52,11 @@ bool undoFixups(std::vector<std::byte>& record) {
   const std::size_t sectors = record.size() / sectorSize;
   if (number<std::uint16_t>(bytes, 6) != sectors + 1) return false;
   if (array + 2 * (sectors + 1) > sectorSize - 2) return false;
+  std::byte* const start = record.data();
   for (std::size_t sector = 0; sector < sectors; ++sector) {
-    const std::size_t end = (sector + 1) * sectorSize - 2;
-    if (!std::equal(record.begin() + end, record.begin() + end + 2, record.begin() + array)) {
-      return false;
-    }
-    std::copy_n(record.begin() + array + 2 * (sector + 1), 2, record.begin() + end);
+    std::byte* const end = start + (sector + 1) * sectorSize - 2;
+    if (!std::equal(end, end + 2, start + array)) return false;
+    std::copy_n(start + array + 2 * (sector + 1), 2, end);
   }
   return true;
 }

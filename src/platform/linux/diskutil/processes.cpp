@@ -33,13 +33,12 @@ bool uses(pid_t process, const std::string& path) {
   for (const auto* link : {"/cwd", "/root", "/exe"}) {
     if (isWithin(linkTarget(directory + link), path)) return true;
   }
-  for (const auto* folder : {"/fd/", "/map_files/"}) {
-    const auto names = namesIn(directory + folder);
-    if (std::ranges::any_of(names, [&](const std::string& name) {
-          return isWithin(linkTarget(directory + folder + name), path);
-        })) {
-      return true;
-    }
+  for (const auto* name : {"/fd/", "/map_files/"}) {
+    const std::string folder = directory + name;
+    const auto isHeld = [&folder, &path](const std::string& link) {
+      return isWithin(linkTarget(std::string(folder).append(link)), path);
+    };
+    if (std::ranges::any_of(namesIn(folder), isHeld)) return true;
   }
   return false;
 }

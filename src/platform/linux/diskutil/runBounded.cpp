@@ -81,6 +81,7 @@ class SpawnAttributes {
 
   int spawn(pid_t& child, std::vector<std::string> arguments) const {
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (auto& argument : arguments) pointers.push_back(argument.data());
     pointers.push_back(nullptr);
     std::array<std::string, 2> variables = {"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C"};

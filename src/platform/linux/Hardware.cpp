@@ -90,7 +90,8 @@ std::string parentDirectory(const std::string& directory) {
   if (subsystemOf(directory) == "nvme-subsystem") {
     for (const auto& name : namesIn(directory)) {
       std::error_code error;
-      const auto controller = std::filesystem::canonical(directory + '/' + name, error).string();
+      const auto entry = std::filesystem::path(directory) / name;
+      auto controller = std::filesystem::canonical(entry, error).string();
       if (!error && subsystemOf(controller) == "nvme") return controller;
     }
   }

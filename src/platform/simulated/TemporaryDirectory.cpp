@@ -1,6 +1,6 @@
 #include "platform/simulated/TemporaryDirectory.h"
 
-#include <stdlib.h>
+#include <cstdlib>
 #include <string>
 #include <system_error>
 

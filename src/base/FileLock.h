@@ -1,6 +1,7 @@
 // Advisory locks between processes.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 
@@ -15,6 +16,14 @@ class FileLock {
   /// Takes the lock at once, or answers nothing: it is held, or the file is a symbolic link or
   /// cannot be opened. The file is made with mode 0600 when it is missing. Never waits.
   static std::optional<FileLock> tryTake(const std::filesystem::path& path);
+
+  /// The same, trying again for as long as `patience`; the calling thread sleeps meanwhile. For
+  /// locks that are held for moments only.
+  static std::optional<FileLock> take(const std::filesystem::path& path,
+                                      std::chrono::milliseconds patience);
+
+  /// Whether some process holds the lock now. The file is not made.
+  static bool isHeld(const std::filesystem::path& path);
 
   FileLock(FileLock&&) noexcept = default;
   FileLock& operator=(FileLock&&) noexcept = default;

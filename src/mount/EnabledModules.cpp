@@ -1,5 +1,8 @@
 #include "mount/EnabledModules.h"
 
+#include <algorithm>
+
+#include "base/PrivateFiles.h"
 #include "base/PropertyList.h"
 #include "base/Text.h"
 
@@ -8,6 +11,9 @@ namespace {
 
 using platform::PropertyDictionary;
 using platform::PropertyValue;
+
+constexpr std::string_view settingsFile =
+    "Library/Group Containers/group.com.apple.fskit.settings/enabledModules.plist";
 
 bool isOn(const PropertyValue& flag) {
   if (const auto* boolean = flag.as<bool>()) return *boolean;
@@ -44,6 +50,19 @@ std::vector<std::string> enabledModules(std::string_view propertyList) {
     }
   }
   return identifiers;
+}
+
+std::optional<std::vector<std::string>> enabledModules(platform::Containers& containers) {
+  const auto home = containers.home();
+  if (!home) return std::nullopt;
+  const auto text = base::readRegularFile(*home / settingsFile, base::propertyListLimit);
+  if (!text) return std::nullopt;
+  return enabledModules(*text);
+}
+
+bool isModuleAuthorized(platform::Containers& containers) {
+  const auto modules = enabledModules(containers);
+  return !modules || std::ranges::find(*modules, ownModule) != modules->end();
 }
 
 }  // namespace halvercine::mount

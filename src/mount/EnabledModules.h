@@ -1,9 +1,12 @@
 // The user's list of enabled file-system modules.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/Containers.h"
 
 namespace halvercine::mount {
 
@@ -14,5 +17,16 @@ namespace halvercine::mount {
 /// with a flag "enabled", are understood too, in the order of the identifiers: the format is the
 /// system's own business and may grow states.
 std::vector<std::string> enabledModules(std::string_view propertyList);
+
+/// The same for the user's own settings file; nothing when there is none that can be read. Any
+/// thread.
+std::optional<std::vector<std::string>> enabledModules(platform::Containers& containers);
+
+/// The identifier of this product's file-system module.
+inline constexpr std::string_view ownModule = "com.halvercine.app.fsmodule";
+
+/// Whether this product's module may serve volumes. Nothing speaks against it where the system
+/// keeps no such list.
+bool isModuleAuthorized(platform::Containers& containers);
 
 }  // namespace halvercine::mount

@@ -10,8 +10,6 @@
 #include <utility>
 
 #include "base/Directory.h"
-#include "base/PrivateFiles.h"
-#include "base/PropertyList.h"
 #include "base/Text.h"
 #include "mount/EnabledModules.h"
 
@@ -22,10 +20,7 @@ using Kind = ThirdPartyDriver::Kind;
 
 constexpr std::string_view fileSystemFolder = "/Library/Filesystems/";
 constexpr std::string_view daemonFolder = "/Library/LaunchDaemons/";
-constexpr std::string_view moduleSettings =
-    "Library/Group Containers/group.com.apple.fskit.settings/enabledModules.plist";
 constexpr std::string_view systemModulePrefix = "com.apple.";
-constexpr std::string_view ownModule = "com.halvercine.app.fsmodule";
 constexpr std::string_view ownToken = "halvercine";
 
 struct Named {
@@ -126,11 +121,8 @@ class Detection {
   }
 
   void addModules() {
-    const auto home = containers_.home();
-    if (!home) return;
-    const auto text = base::readRegularFile(*home / moduleSettings, base::propertyListLimit);
-    if (!text) return;
-    for (const auto& identifier : enabledModules(*text)) {
+    for (const auto& identifier :
+         enabledModules(containers_).value_or(std::vector<std::string>())) {
       if (identifier.starts_with(systemModulePrefix) || identifier == ownModule) continue;
       add(identifier, moduleLabel(identifier), Kind::fskitModule);
     }

@@ -1,0 +1,423 @@
+#include "mount/takeover/AutomaticTakeover.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <fmt/ranges.h>
+
+#include "base/sleepFor.h"
+
+namespace halvercine::mount {
+namespace {
+
+using Kind = TakeoverEventKind;
+
+// How soon it is tried again when another process is in the way.
+constexpr auto holdOffTime = std::chrono::seconds(1);
+constexpr auto finishPause = std::chrono::milliseconds(10);
+
+platform::Uptime uptimeOf(double seconds) {
+  return std::chrono::duration_cast<platform::Uptime>(std::chrono::duration<double>(seconds));
+}
+
+double secondsOf(platform::Uptime duration) {
+  return std::chrono::duration<double>(duration).count();
+}
+
+platform::WallTime wallTimeOf(double secondsSince1970) {
+  return platform::WallTime(uptimeOf(secondsSince1970));
+}
+
+}  // namespace
+
+AutomaticTakeover::AutomaticTakeover(TakeoverContext context)
+    : context_(context),
+      takeover_(context),
+      post_(context.actor),
+      tasks_(context.actor, *context.platform.systemLog) {}
+
+AutomaticTakeover::~AutomaticTakeover() {
+  if (timer_) context_.platform.clock->cancel(*timer_);
+}
+
+void AutomaticTakeover::start() {
+  const auto& clock = *context_.platform.clock;
+  const double now = platform::secondsSince1970(clock.now());
+  const auto record = takeover_.journal().read();
+  // Left by a run that did not end in the orderly way.
+  for (const auto& retry : record.retries) {
+    const double wait =
+        std::clamp(retry.nextAfter - now, 0.0, secondsOf(MountRetryQueue::delays.back()));
+    queue_.restore(retry.bsdName, {retry.deviceID, retry.count, clock.uptime() + uptimeOf(wait)});
+  }
+  for (const auto& verdict : record.verdicts) {
+    takeover_.verdicts()[verdict.deviceID] = verdict.cause;
+  }
+  for (const auto& recovery : record.inherited) {
+    inherited_.push_back({recovery, clock.uptime() + orphanWindow});
+  }
+  connections_.emplace_back(context_.monitor.refreshed.connect([this] { considerSoon(); }));
+  connections_.emplace_back(
+      context_.monitor.destructiveBusyChanged.connect([this] { considerSoon(); }));
+  consider();
+}
+
+void AutomaticTakeover::considerSoon() {
+  if (std::exchange(isDue_, true)) return;
+  post_([this] { consider(); });
+}
+
+void AutomaticTakeover::consider() {
+  isDue_ = false;
+  if (isFinishing_) return;
+  const bool isDestructive = context_.monitor.destructiveBusy();
+  takeover_.coordinator().setDestructive(isDestructive);
+  if (!isDestructive) suppressed_.clear();
+  takeUpLeftovers();
+  tidy();
+  std::erase_if(inherited_, [this](const Inherited& left) {
+    const bool isOver = !isStillInherited(left);
+    isUnsaved_ |= isOver;
+    return isOver;
+  });
+  if (context_.platform.clock->uptime() >= nothingBefore_) {
+    considerPending();
+    considerReadOnly();
+  }
+  save();
+  armTimer();
+}
+
+/// What another process of the program has unmounted and not mounted again. While somebody works,
+/// it is that somebody's.
+void AutomaticTakeover::takeUpLeftovers() {
+  const auto& journal = takeover_.journal();
+  if (!attempting_.empty() || journal.isSomebodyWorking()) return;
+  const auto& clock = *context_.platform.clock;
+  const double now = platform::secondsSince1970(clock.now());
+  std::vector<JournalRecord::Recovery> leftovers;
+  journal.update([&](JournalRecord& record) {
+    const auto isOurs = [this](const JournalRecord::Recovery& recovery) {
+      return takeover_.pending().contains(recovery.bsdName);
+    };
+    for (auto& recovery : record.recoveries) {
+      if (!isOurs(recovery)) leftovers.push_back(recovery);
+    }
+    std::erase_if(record.recoveries, std::not_fn(isOurs));
+    record.inherited.insert(record.inherited.end(), leftovers.begin(), leftovers.end());
+  });
+  for (auto& recovery : leftovers) {
+    const double left = secondsOf(orphanWindow) - (now - recovery.createdAt);
+    const auto until = uptimeOf(std::clamp(left, 0.0, secondsOf(orphanWindow)));
+    inherited_.push_back({std::move(recovery), clock.uptime() + until});
+  }
+}
+
+bool AutomaticTakeover::isUnmountedByUser(const disks::Disk& disk, double since) const {
+  return context_.isUnmountedByUser(disk, wallTimeOf(since));
+}
+
+/// Sees to a volume that an earlier run was working on. A tool that it had started may unmount the
+/// volume behind our back, so it is watched for a while even when it is mounted.
+bool AutomaticTakeover::isStillInherited(const Inherited& inherited) {
+  const auto& recovery = inherited.recovery;
+  const auto* disk = context_.monitor.find(recovery.bsdName);
+  const auto deviceId = context_.monitor.deviceId(recovery.bsdName);
+  if (!disk || !deviceId || !isSameVolume(identityOf(*disk, *deviceId), recovery.identity)) {
+    return false;
+  }
+  if (isUnmountedByUser(*disk, recovery.createdAt)) return false;
+  const auto& clock = *context_.platform.clock;
+  const bool isOurs = attempting_.contains(disk->id) || takeover_.pending().contains(disk->id);
+  if (!disk->isMounted && !isOurs) {
+    const UnmountedRecoveryTicket ticket{*deviceId, clock.uptime()};
+    takeover_.adopt({*disk, recovery.identity, ticket, wallTimeOf(recovery.createdAt)});
+    context_.addToLog("recover", context_.localization.text("log.recover.found") + "（" +
+                                     recovery.diskName + "）");
+    tell(Kind::found, disk->id, recovery.diskName);
+  }
+  return clock.uptime() < inherited.until;
+}
+
+/// Forgets what has changed by itself: devices that have gone, volumes that have become writable,
+/// and those that somebody else has unmounted.
+void AutomaticTakeover::tidy() {
+  std::set<std::uint64_t> readOnly;
+  for (const auto& disk : context_.monitor.disks()) {
+    const auto deviceId = context_.monitor.deviceId(disk.id);
+    const bool isOurs = attempting_.contains(disk.id) || takeover_.pending().contains(disk.id);
+    if (deviceId && (isOurs || disk.isReadOnlyNtfs())) readOnly.insert(*deviceId);
+    if (disk.isMounted && disk.isWritable) takeover_.clearFailure(disk.id);
+  }
+  const auto verdicts = std::erase_if(
+      takeover_.verdicts(), [&](const auto& verdict) { return !readOnly.contains(verdict.first); });
+  isUnsaved_ |= verdicts > 0;
+  const auto entries = queue_.entries();
+  for (const auto& [bsdName, entry] : entries) {
+    if (context_.monitor.deviceId(bsdName) == entry.deviceID && readOnly.contains(entry.deviceID)) {
+      continue;
+    }
+    queue_.remove(bsdName);
+    isUnsaved_ = true;
+  }
+  tidyPending();
+}
+
+void AutomaticTakeover::tidyPending() {
+  const auto pending = takeover_.pending();
+  for (const auto& [bsdName, recovery] : pending) {
+    if (attempting_.contains(bsdName)) continue;
+    const auto* disk = context_.monitor.find(bsdName);
+    const bool isThere = disk && context_.monitor.deviceId(bsdName) == recovery.identity.deviceID;
+    if (isThere && !disk->isMounted && !context_.isUnmountedByUser(*disk, recovery.since)) continue;
+    takeover_.drop(bsdName);
+    takeover_.clearFailure(bsdName);
+  }
+}
+
+/// Whether a volume is to be tried now: it never was, or its next retry is due.
+bool AutomaticTakeover::isDueFor(const std::string& bsdName, std::uint64_t deviceId) const {
+  if (attempting_.contains(bsdName)) return false;
+  const auto* entry = queue_.find(bsdName, deviceId);
+  if (!entry) return true;
+  return entry->hasPendingRetry() && context_.platform.clock->uptime() >= entry->nextAfter;
+}
+
+void AutomaticTakeover::considerPending() {
+  if (takeover_.coordinator().destructive()) return;
+  const auto now = context_.platform.clock->uptime();
+  for (const auto& [bsdName, recovery] : takeover_.pending()) {
+    const auto deviceId = recovery.identity.deviceID;
+    if (!recovery.ticket.isValid(deviceId, now) || !isDueFor(bsdName, deviceId)) continue;
+    begin(bsdName, recovery.disk.name, deviceId, attemptRemount(bsdName));
+  }
+}
+
+void AutomaticTakeover::considerReadOnly() {
+  std::vector<disks::Disk> volumes;
+  std::vector<disks::Disk> resources;
+  for (const auto& disk : context_.monitor.disks()) {
+    const auto deviceId = context_.monitor.deviceId(disk.id);
+    if (!disk.isReadOnlyNtfs() || attempting_.contains(disk.id)) continue;
+    const auto gate = takeover_.gateOf(disk);
+    if (!gate.isOpen() || (deviceId && !isDueFor(disk.id, *deviceId))) continue;
+    if (takeover_.coordinator().destructive()) {
+      suppress(disk);
+    } else if (deviceId) {
+      const bool isResource =
+          disk.mountedByEngine && gate.reason == ReadOnlyReason::resourceReadOnly;
+      (isResource ? resources : volumes).push_back(disk);
+    }
+  }
+  pass("auto takeover: ", volumes);
+  pass("auto resource recovery: ", resources);
+}
+
+void AutomaticTakeover::pass(std::string_view title, const std::vector<disks::Disk>& volumes) {
+  if (volumes.empty()) return;
+  std::vector<std::string> names;
+  names.reserve(volumes.size());
+  for (const auto& disk : volumes) names.push_back(disk.id);
+  context_.platform.systemLog->write(platform::LogLevel::info,
+                                     fmt::format("{}{}", title, fmt::join(names, ", ")));
+  for (const auto& disk : volumes) {
+    begin(disk.id, disk.name, *context_.monitor.deviceId(disk.id), attemptTakeover(disk.id));
+  }
+}
+
+void AutomaticTakeover::suppress(const disks::Disk& disk) {
+  const auto deviceId = context_.monitor.deviceId(disk.id);
+  if (!deviceId || !suppressed_.insert(*deviceId).second) return;
+  takeover_.recordFailure(disk.id, disk.name, std::string(destructiveText));
+  tell(Kind::suppressed, disk.id, disk.name);
+}
+
+void AutomaticTakeover::begin(const std::string& bsdName, const std::string& diskName,
+                              std::uint64_t deviceId, base::Task<void> attempt) {
+  TakeoverEvent details;
+  if (queue_.begin(bsdName, deviceId, context_.platform.clock->uptime())) {
+    details.attempt = queue_.find(bsdName, deviceId)->count;
+    isUnsaved_ = true;
+  }
+  attempting_.insert(bsdName);
+  tell(Kind::began, bsdName, diskName, std::move(details));
+  tasks_.spawn("takeover of " + bsdName, std::move(attempt));
+}
+
+base::Task<void> AutomaticTakeover::attemptTakeover(std::string bsdName) {
+  auto result = co_await takeover_.takeOver(bsdName);
+  co_await conclude(std::move(result));
+  attempting_.erase(bsdName);
+  considerSoon();
+}
+
+base::Task<void> AutomaticTakeover::attemptRemount(std::string bsdName) {
+  auto result = co_await takeover_.remount(bsdName);
+  co_await conclude(std::move(result));
+  attempting_.erase(bsdName);
+  considerSoon();
+}
+
+base::Task<void> AutomaticTakeover::conclude(TakeoverResult result) {
+  switch (result.end) {
+    case TakeoverEnd::mounted:
+    case TakeoverEnd::mountedByOthers:
+      tell(Kind::remounted, result);
+      co_await awaitVerdict(std::move(result));
+      break;
+    case TakeoverEnd::unmountFailed:
+    case TakeoverEnd::mountFailed:
+      tell(Kind::failed, result);
+      if (!retryLater(result)) co_await giveUp(std::move(result));
+      break;
+    case TakeoverEnd::vanished:
+    case TakeoverEnd::deviceChanged:
+    case TakeoverEnd::deviceChangedAfterUnmount:
+      tell(Kind::aborted, result);
+      break;
+    case TakeoverEnd::notRecorded:
+      tell(Kind::failed, result);
+      holdOff();
+      break;
+    case TakeoverEnd::noMediaIdentity:
+    case TakeoverEnd::coordinatorBusy:
+    case TakeoverEnd::repairingAuthorization:
+    case TakeoverEnd::ticketRefused:
+      holdOff();
+      break;
+    case TakeoverEnd::notEligible:
+    case TakeoverEnd::noLongerEligible:
+    case TakeoverEnd::destructiveOperation:
+      break;
+  }
+}
+
+base::Task<void> AutomaticTakeover::awaitVerdict(TakeoverResult result) {
+  const std::function<bool()> mayWait = [this] { return !isFinishing_; };
+  const auto verdict = co_await takeover_.confirm(result, mayWait);
+  TakeoverEvent details;
+  switch (verdict) {
+    case MountVerdict::writable:
+      queue_.remove(result.bsdName);
+      isUnsaved_ = true;
+      transition_ = MountReadinessTransition::ready;
+      takeover_.clearFailure(result.bsdName);
+      takeover_.addToLog("takeover", "log.takeover.confirmed", result.diskName);
+      tell(Kind::confirmed, result);
+      break;
+    case MountVerdict::final:
+      queue_.remove(result.bsdName);
+      isUnsaved_ = true;
+      details.cause = takeover_.verdicts().at(result.identity->deviceID);
+      takeover_.addToLog(
+          "takeover", "log.takeover.readonly", result.diskName,
+          context_.localization.text(MountRecoveryPolicy::explanationKey(*details.cause)));
+      tell(Kind::readOnly, result, std::move(details));
+      break;
+    case MountVerdict::readOnly:
+      tell(Kind::readOnly, result);
+      if (!retryLater(result)) tell(Kind::stopped, result);
+      break;
+    case MountVerdict::gone:
+      tell(Kind::aborted, result);
+      break;
+  }
+}
+
+/// No retry is left. A volume that is still unmounted gets mounted read-only, if at all possible.
+base::Task<void> AutomaticTakeover::giveUp(TakeoverResult result) {
+  tell(Kind::stopped, result);
+  if (!takeover_.pending().contains(result.bsdName)) co_return;
+  const auto restored = co_await takeover_.remount(result.bsdName, disks::MountAccess::readOnly);
+  tell(restored.end == TakeoverEnd::mounted ? Kind::restored : Kind::failed, restored);
+}
+
+/// Whether there is another time.
+bool AutomaticTakeover::retryLater(const TakeoverResult& result) {
+  if (isFinishing_) return true;
+  const auto now = context_.platform.clock->uptime();
+  const auto deviceId = result.identity->deviceID;
+  queue_.failed(result.bsdName, deviceId, now);
+  isUnsaved_ = true;
+  const auto* entry = queue_.find(result.bsdName, deviceId);
+  if (!entry->hasPendingRetry()) return false;
+  TakeoverEvent details;
+  details.attempt = entry->count + 1;
+  details.delay = std::chrono::duration_cast<std::chrono::seconds>(entry->nextAfter - now);
+  tell(Kind::waiting, result, std::move(details));
+  return true;
+}
+
+void AutomaticTakeover::holdOff() {
+  nothingBefore_ = context_.platform.clock->uptime() + holdOffTime;
+}
+
+base::Task<void> AutomaticTakeover::finish() {
+  isFinishing_ = true;
+  while (!attempting_.empty()) co_await base::sleepFor(*context_.platform.clock, finishPause);
+  std::vector<std::string> unmounted;
+  for (const auto& [bsdName, recovery] : takeover_.pending()) unmounted.push_back(bsdName);
+  for (const auto& bsdName : unmounted) {
+    const auto result = co_await takeover_.restore(bsdName);
+    tell(result.end == TakeoverEnd::mounted ? Kind::restored : Kind::failed, result);
+  }
+  takeover_.journal().update([](JournalRecord& record) {
+    record.retries.clear();
+    record.verdicts.clear();
+    record.lastFailure.reset();
+  });
+}
+
+std::optional<MountRecoveryPolicy::StatusLine> AutomaticTakeover::recoveryStatus(
+    const std::string& bsdName) const {
+  const bool isRunning = attempting_.contains(bsdName);
+  return MountRecoveryPolicy::recoveryStatus(context_.monitor.deviceId(bsdName),
+                                             queue_.place(bsdName, isRunning), isRunning);
+}
+
+/// Wakes when the next retry is due, or when what is in the way may have gone.
+void AutomaticTakeover::armTimer() {
+  auto& clock = *context_.platform.clock;
+  if (timer_) clock.cancel(*std::exchange(timer_, std::nullopt));
+  auto next = queue_.nextDue();
+  if (nothingBefore_ > clock.uptime()) next = nothingBefore_;
+  if (!next || !attempting_.empty()) return;  // whoever attempts comes back here
+  timer_ = clock.callAt(*next, post_.wrap([this] { consider(); }));
+}
+
+void AutomaticTakeover::save() {
+  if (!std::exchange(isUnsaved_, false)) return;
+  const auto& clock = *context_.platform.clock;
+  const double now = platform::secondsSince1970(clock.now());
+  takeover_.journal().update([&](JournalRecord& record) {
+    record.retries.clear();
+    for (const auto& [bsdName, entry] : queue_.entries()) {
+      const double due = now + secondsOf(entry.nextAfter - clock.uptime());
+      record.retries.push_back({bsdName, entry.deviceID, entry.count, due});
+    }
+    record.verdicts.clear();
+    for (const auto& [deviceId, cause] : takeover_.verdicts()) {
+      record.verdicts.push_back({deviceId, cause});
+    }
+    record.inherited.clear();
+    for (const auto& left : inherited_) {
+      record.inherited.push_back(left.recovery);
+    }
+  });
+}
+
+void AutomaticTakeover::tell(TakeoverEventKind kind, const std::string& bsdName,
+                             const std::string& diskName, TakeoverEvent details) {
+  details.kind = kind;
+  details.bsdName = bsdName;
+  details.diskName = diskName;
+  happened(details);
+}
+
+void AutomaticTakeover::tell(TakeoverEventKind kind, const TakeoverResult& result,
+                             TakeoverEvent details) {
+  if (kind == Kind::failed) details.toolText = result.toolText;
+  tell(kind, result.bsdName, result.diskName, std::move(details));
+}
+
+}  // namespace halvercine::mount

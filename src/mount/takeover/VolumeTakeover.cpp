@@ -1,0 +1,292 @@
+#include "mount/takeover/VolumeTakeover.h"
+
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "base/sleepFor.h"
+#include "disks/DiskUtilityText.h"
+#include "mount/EnabledModules.h"
+#include "mount/MountAccessReportStore.h"
+
+namespace halvercine::mount {
+namespace {
+
+// How often an unconfirmed volume is looked at; the monitor itself hears of changes at once.
+constexpr auto confirmationPause = std::chrono::milliseconds(100);
+
+ReportSources sourcesOf(const platform::Platform& platform) {
+  return {*platform.containers, *platform.mediaRegistry, *platform.systemInfo, *platform.clock};
+}
+
+std::string textOf(const disks::MountOutcome& outcome) {
+  if (const auto* failure = std::get_if<disks::MountFailure>(&outcome)) return failure->text;
+  if (const auto* driver = std::get_if<disks::ThirdPartyDriver>(&outcome)) return driver->name;
+  return std::holds_alternative<disks::UnsafeVolume>(outcome) ? "unsafe volume" : "";
+}
+
+}  // namespace
+
+/// One sequence under way.
+struct VolumeTakeover::Run {
+  std::string bsdName;
+  disks::Disk disk;  ///< as it was at the start
+  disks::MountAccess access = disks::MountAccess::readWrite;
+  TakeoverSequence sequence;
+  std::shared_ptr<base::FileLock> workingLock;
+  std::optional<DiskRemountCoordinator::Hold> hold;
+  std::optional<UnmountedRecoveryTicket> ticket;
+  platform::WallTime since{};
+  platform::WallTime mountedAfter{};
+  bool toolSucceeded = false;
+  std::string toolText;
+};
+
+VolumeTakeover::VolumeTakeover(TakeoverContext context)
+    : context_(std::move(context)), journal_(context_.platform) {}
+
+base::Task<TakeoverResult> VolumeTakeover::takeOver(std::string bsdName) {
+  const auto run = std::make_shared<Run>();
+  run->bsdName = std::move(bsdName);
+  if (const auto* disk = context_.monitor.find(run->bsdName)) run->disk = *disk;
+  co_return co_await drive(run);
+}
+
+base::Task<TakeoverResult> VolumeTakeover::remount(std::string bsdName, disks::MountAccess access) {
+  const auto found = pending_.find(bsdName);
+  if (found == pending_.end()) co_return TakeoverResult();
+  const auto run = std::make_shared<Run>();
+  run->bsdName = std::move(bsdName);
+  run->disk = found->second.disk;
+  run->access = access;
+  run->sequence = TakeoverSequence::resumed(found->second.identity);
+  run->ticket = found->second.ticket;
+  run->since = found->second.since;
+  context_.monitor.refresh();
+  co_return co_await drive(run);
+}
+
+base::Task<TakeoverResult> VolumeTakeover::restore(std::string bsdName) {
+  auto result = co_await remount(bsdName);
+  if (result.end == TakeoverEnd::mountFailed) {
+    result = co_await remount(bsdName, disks::MountAccess::readOnly);
+  }
+  co_return result;
+}
+
+/// Every step is followed by a fresh look at the machine.
+base::Task<TakeoverResult> VolumeTakeover::drive(std::shared_ptr<Run> run) {
+  for (;;) {
+    const auto facts = factsFor(*run);
+    const auto step = run->sequence.next(facts);
+    if (!step.logText.empty()) {
+      context_.platform.systemLog->write(platform::LogLevel::info,
+                                         "takeover remount: " + run->bsdName + " " + step.logText);
+    }
+    switch (step.kind) {
+      case TakeoverStep::Kind::look:
+        hold(*run);
+        context_.monitor.refresh();
+        break;
+      case TakeoverStep::Kind::unmount:
+        if (!issueTicket(*run)) co_return finished(*run, TakeoverEnd::notRecorded);
+        co_await unmount(run);
+        break;
+      case TakeoverStep::Kind::mount:
+        hold(*run);
+        co_await mount(run);
+        break;
+      case TakeoverStep::Kind::end:
+        co_return finished(*run, step.end);
+    }
+  }
+}
+
+base::Task<void> VolumeTakeover::unmount(std::shared_ptr<Run> run) {
+  auto result = co_await context_.utility.unmount(run->bsdName);
+  run->toolSucceeded = result.status == 0;
+  run->toolText = std::move(result.text);
+  context_.monitor.refresh();
+}
+
+base::Task<void> VolumeTakeover::mount(std::shared_ptr<Run> run) {
+  run->mountedAfter = context_.platform.clock->now();
+  const auto outcome = co_await context_.utility.mount(run->bsdName, run->access);
+  run->toolSucceeded = std::holds_alternative<disks::MountSuccess>(outcome);
+  run->toolText = textOf(outcome);
+  context_.monitor.refresh();
+}
+
+TakeoverFacts VolumeTakeover::factsFor(Run& run) {
+  TakeoverFacts facts;
+  if (const auto* disk = context_.monitor.find(run.bsdName)) {
+    facts.isListed = true;
+    facts.gate = gateOf(*disk);
+    if (const auto id = context_.monitor.deviceId(run.bsdName)) {
+      facts.identity = identityOf(*disk, *id);
+    }
+  }
+  if (!run.hold) {
+    if (!run.workingLock) run.workingLock = shareWorkingLock();
+    facts.isCoordinatorBusy =
+        !run.workingLock || (facts.identity && coordinator_.isBusy(facts.identity->deviceID));
+  }
+  facts.isDestructive = context_.monitor.destructiveBusy();
+  facts.isTicketValid =
+      run.ticket && facts.identity &&
+      run.ticket->isValid(facts.identity->deviceID, context_.platform.clock->uptime());
+  facts.isUnmountedByUser = run.ticket && context_.isUnmountedByUser(run.disk, run.since);
+  facts.toolSucceeded = run.toolSucceeded;
+  return facts;
+}
+
+std::shared_ptr<base::FileLock> VolumeTakeover::shareWorkingLock() {
+  auto shared = workingLock_.lock();
+  if (shared) return shared;
+  auto lock = journal_.takeWorkingLock();
+  if (!lock) return nullptr;
+  shared = std::make_shared<base::FileLock>(std::move(*lock));
+  workingLock_ = shared;
+  return shared;
+}
+
+void VolumeTakeover::hold(Run& run) {
+  if (run.hold) return;
+  const auto deviceId = run.sequence.identity()->deviceID;
+  run.hold.emplace(coordinator_.begin(deviceId));
+  journal_.update([deviceId](JournalRecord& record) { record.working.push_back(deviceId); });
+}
+
+/// From here on a crash finds the volume in the journal.
+bool VolumeTakeover::issueTicket(Run& run) {
+  const auto& clock = *context_.platform.clock;
+  const auto& identity = *run.sequence.identity();
+  run.ticket = UnmountedRecoveryTicket{identity.deviceID, clock.uptime()};
+  run.since = clock.now();
+  return adopt({run.disk, identity, *run.ticket, run.since});
+}
+
+bool VolumeTakeover::adopt(PendingRecovery recovery) {
+  const auto& disk = recovery.disk;
+  const JournalRecord::Recovery written{disk.id, disk.name, recovery.identity,
+                                        platform::secondsSince1970(recovery.since)};
+  const bool isRecorded = journal_.update([&](JournalRecord& record) {
+    std::erase_if(record.recoveries, [&](const auto& old) { return old.bsdName == disk.id; });
+    record.recoveries.push_back(written);
+  });
+  const auto bsdName = disk.id;
+  if (isRecorded) pending_[bsdName] = std::move(recovery);
+  return isRecorded;
+}
+
+TakeoverResult VolumeTakeover::finished(Run& run, TakeoverEnd end) {
+  if (end == TakeoverEnd::notRecorded) run.toolText = "the takeover journal cannot be written";
+  const auto& name = run.disk.name;
+  if (end == TakeoverEnd::mounted) addToLog("takeover", "log.takeover.remount", name);
+  if (end == TakeoverEnd::mountFailed) {
+    const auto reason = context_.localization.text(disks::errorKey(run.toolText));
+    addToLog("remount", "log.remount.failed", name, reason);
+    recordFailure(run.bsdName, name, run.toolText);
+  }
+  if (end == TakeoverEnd::destructiveOperation) {
+    run.toolText = destructiveText;
+    recordFailure(run.bsdName, name, run.toolText);
+  }
+  const bool isSettled = !leavesUnmounted(end) && end != TakeoverEnd::coordinatorBusy;
+  if (run.ticket && isSettled) drop(run.bsdName);
+  if (run.hold) {
+    const auto deviceId = run.sequence.identity()->deviceID;
+    journal_.update([deviceId](JournalRecord& record) { std::erase(record.working, deviceId); });
+  }
+  run.hold.reset();
+  run.workingLock.reset();
+  return {end, run.toolText, run.bsdName, name, run.sequence.identity(), run.mountedAfter};
+}
+
+void VolumeTakeover::drop(const std::string& bsdName) {
+  const auto dropped = pending_.extract(bsdName);
+  if (!dropped) return;
+  const auto deviceId = dropped.mapped().identity.deviceID;
+  journal_.update([&](JournalRecord& record) {
+    const auto isIt = [&](const auto& old) {
+      return old.bsdName == bsdName && old.identity.deviceID == deviceId;
+    };
+    std::erase_if(record.recoveries, isIt);
+  });
+}
+
+TakeoverGate VolumeTakeover::gateOf(const disks::Disk& disk) const {
+  TakeoverGate gate;
+  gate.isNtfs = disk.isNtfs();
+  gate.isMounted = disk.isMounted;
+  gate.isWritable = disk.isWritable;
+  if (!disk.isReadOnlyNtfs()) return gate;
+  const auto& platform = context_.platform;
+  if (const auto deviceId = context_.monitor.deviceId(disk.id)) {
+    gate.mediaWritable = mediaWritable(*platform.mediaRegistry, disk.id, *deviceId);
+    const auto verdict = verdicts_.find(*deviceId);
+    if (verdict != verdicts_.end()) gate.standingVerdict = verdict->second;
+  }
+  gate.isModuleAuthorized = isModuleAuthorized(*platform.containers);
+  const auto report = loadMountAccessReport(sourcesOf(platform), disk.id, Freshness::freshOnly);
+  if (report) gate.reason = report->reason;
+  return gate;
+}
+
+base::Task<MountVerdict> VolumeTakeover::confirm(TakeoverResult result,
+                                                 std::function<bool()> mayWait) {
+  auto& clock = *context_.platform.clock;
+  const auto deadline = clock.uptime() + confirmationLimit;
+  for (;;) {
+    const bool isLast = clock.uptime() >= deadline || !mayWait();
+    if (isLast) context_.monitor.refresh();
+    if (const auto verdict = verdictOn(result, isLast)) co_return *verdict;
+    co_await base::sleepFor(clock, confirmationPause);
+  }
+}
+
+/// Nothing while the answer may still come.
+std::optional<MountVerdict> VolumeTakeover::verdictOn(const TakeoverResult& result, bool isLast) {
+  const auto* disk = context_.monitor.find(result.bsdName);
+  const auto deviceId = context_.monitor.deviceId(result.bsdName);
+  if (!disk || deviceId != result.identity->deviceID) return MountVerdict::gone;
+  if (!disk->isMounted) return isLast ? std::optional(MountVerdict::gone) : std::nullopt;
+  const auto report =
+      loadMountAccessReport(sourcesOf(context_.platform), disk->id, Freshness::freshOnly);
+  const bool isReported =
+      report && report->timestamp >= platform::secondsSince1970(result.mountedAfter);
+  const bool claimsWritable = isReported && report->reason == ReadOnlyReason::readWrite;
+  if (disk->isWritable && (claimsWritable || isLast)) return MountVerdict::writable;
+  if (isReported && !claimsWritable && !disk->isWritable) {
+    const auto cause = gateOf(*disk).cause();
+    if (MountRecoveryPolicy::isRecoverable(cause)) return MountVerdict::readOnly;
+    verdicts_[*deviceId] = cause;
+    return MountVerdict::final;
+  }
+  return isLast ? std::optional(MountVerdict::readOnly) : std::nullopt;
+}
+
+void VolumeTakeover::recordFailure(const std::string& bsdName, const std::string& diskName,
+                                   const std::string& text) {
+  context_.platform.systemLog->write(
+      platform::LogLevel::error, fmt::format("remount failure [{}] {} destructiveBusy={}", bsdName,
+                                             text, context_.monitor.destructiveBusy()));
+  lastFailure_ = RemountFailure{bsdName, diskName, text};
+  journal_.update([this](JournalRecord& record) { record.lastFailure = lastFailure_; });
+}
+
+void VolumeTakeover::clearFailure(const std::string& bsdName) {
+  if (!lastFailure_ || lastFailure_->id != bsdName) return;
+  lastFailure_.reset();
+  journal_.update([](JournalRecord& record) { record.lastFailure.reset(); });
+}
+
+void VolumeTakeover::addToLog(std::string_view category, std::string_view key,
+                              const std::string& diskName, const std::string& more) const {
+  auto message = context_.localization.text(key);
+  message.append("（").append(diskName).append("）");
+  if (!more.empty()) message.append(": ").append(more);
+  context_.addToLog(std::string(category), std::move(message));
+}
+
+}  // namespace halvercine::mount

@@ -1,6 +1,8 @@
 // Advisory locks between processes.
 #pragma once
 
+#include <chrono>
+#include <expected>
 #include <filesystem>
 #include <optional>
 
@@ -16,11 +18,19 @@ class FileLock {
   /// cannot be opened. The file is made with mode 0600 when it is missing. Never waits.
   static std::optional<FileLock> tryTake(const std::filesystem::path& path);
 
+  /// The same, and while another process holds it tries again until about `patience` is over. Only
+  /// for locks that are held for a few milliseconds: the calling thread waits.
+  static std::optional<FileLock> take(const std::filesystem::path& path,
+                                      std::chrono::milliseconds patience);
+
   FileLock(FileLock&&) noexcept = default;
   FileLock& operator=(FileLock&&) noexcept = default;
   ~FileLock();
 
  private:
+  /// The error is an errno value.
+  static std::expected<FileLock, int> attempt(const std::filesystem::path& path);
+
   explicit FileLock(UniqueFd file) : file_(std::move(file)) {}
 
   UniqueFd file_;

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <string>
 #include <sys/stat.h>
-#include <thread>
 #include <utility>
 
 #include "base/FileLock.h"
@@ -19,19 +18,6 @@ namespace json = boost::json;
 
 // Settings are a few kilobytes; far more is not ours.
 constexpr std::size_t sizeLimit = std::size_t{4} * 1024 * 1024;
-
-constexpr auto lockRetryInterval = std::chrono::milliseconds(1);
-
-std::optional<base::FileLock> takeLock(const std::filesystem::path& path,
-                                       std::chrono::milliseconds patience) {
-  auto lock = base::FileLock::tryTake(path);
-  for (auto waited = std::chrono::milliseconds(0); !lock && waited < patience;
-       waited += lockRetryInterval) {
-    std::this_thread::sleep_for(lockRetryInterval);
-    lock = base::FileLock::tryTake(path);
-  }
-  return lock;
-}
 
 /// The object in the file. Errors: those of reading, and `bad_message` for a content that is no
 /// object.
@@ -82,7 +68,7 @@ bool JsonUserDefaults::remove(std::string_view key) {
 template <class Change>
 bool JsonUserDefaults::change(Change apply) {
   if (base::makePrivateDirectory(path_.parent_path())) return false;
-  const auto lock = takeLock(path_.string() + ".lock", lockPatience_);
+  const auto lock = base::FileLock::take(path_.string() + ".lock", lockPatience_);
   if (!lock) return false;
   json::object settings;
   auto stored = readSettings(path_);

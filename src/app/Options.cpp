@@ -51,6 +51,24 @@ void addDisk(CLI::App* command, Options& options) {
       ->required();
 }
 
+void addLogActions(CLI::App& log, Options& options) {
+  const auto add = [&](LogAction action, const std::string& name, const std::string& description) {
+    auto* added = log.add_subcommand(name, description);
+    added->fallthrough();
+    added->callback([&options, action] { options.logAction = action; });
+    return added;
+  };
+  log.require_subcommand(1);
+  add(LogAction::show, "show", "Show the entries, newest first");
+  auto* exportTo = add(LogAction::exportTo, "export", "Write the entries to a text file");
+  exportTo->add_option("FILE", options.file, "A new file, or - for standard output")
+      ->capture_default_str();
+  exportTo->add_flag("--force", options.force, "Replace a file that is there");
+  add(LogAction::copy, "copy", "Put the entries onto the clipboard");
+  add(LogAction::clear, "clear", "Delete all entries")
+      ->add_flag("--yes", options.yes, "Do not ask");
+}
+
 /// One command a line, each with its own arguments.
 void addCommands(CLI::App& program, Options& options) {
   const auto add = [&](Command command, const std::string& description) {
@@ -75,6 +93,8 @@ void addCommands(CLI::App& program, Options& options) {
       ->add_option("PATH", options.paths, "Mount points")
       ->required();
   add(Command::drivers, "Show other vendors' NTFS drivers on this machine");
+  addLogActions(*add(Command::log, "Show, export or clear the record of what was done to disks"),
+                options);
   add(Command::version, "Show the version");
 }
 
@@ -116,6 +136,8 @@ std::string_view commandName(Command command) {
       return "occupants";
     case Command::drivers:
       return "drivers";
+    case Command::log:
+      return "log";
     case Command::version:
       return "version";
   }

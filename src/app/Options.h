@@ -12,7 +12,10 @@
 
 namespace halvercine::app {
 
-enum class Command { list, info, watch, mount, unmount, occupants, drivers, version };
+enum class Command { list, info, watch, mount, unmount, occupants, drivers, log, version };
+
+/// What `log` does with the operation log.
+enum class LogAction { show, exportTo, copy, clear };
 
 /// What the user asked for.
 struct Options {
@@ -26,7 +29,10 @@ struct Options {
   std::string disk;                ///< the DISK argument of commands that have one
   std::vector<std::string> paths;  ///< of `occupants`
   bool readOnly = false;           ///< of `mount`
-  bool force = false;              ///< of `unmount`
+  bool force = false;              ///< of `unmount` and `log export`
+  LogAction logAction = LogAction::show;
+  std::string file = "Tarnwel-operation-log.txt";  ///< of `log export`; "-" is standard output
+  bool yes = false;                ///< of `log clear`: it is agreed to already
   std::optional<double> seconds;   ///< of `watch`: how long, without an end if absent
   bool fast = false;               ///< simulated time passes as fast as it can
 

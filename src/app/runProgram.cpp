@@ -37,6 +37,8 @@ Answer runOn(Machine& machine, const Options& options) {
       return occupantsCommand(context, machine);
     case Command::drivers:
       return driversCommand(context);
+    case Command::log:
+      return logCommand(context);
     case Command::version:
       break;
   }

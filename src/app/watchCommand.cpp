@@ -1,11 +1,11 @@
 #include <chrono>
 
 #include <boost/json/object.hpp>
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include "app/DiskEvents.h"
 #include "app/commands.h"
+#include "app/isoTime.h"
 #include "app/listText.h"
 #include "base/Json.h"
 #include "base/OwnedPost.h"
@@ -16,12 +16,6 @@
 
 namespace halvercine::app {
 namespace {
-
-std::string isoTime(platform::WallTime time) {
-  const auto second = std::chrono::floor<std::chrono::seconds>(time);
-  const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(time - second);
-  return fmt::format("{:%FT%T}.{:03}Z", second, milliseconds.count());
-}
 
 /// Shows the monitor's list until the output is closed or somebody ends it.
 class Watch {

@@ -7,21 +7,27 @@
 
 namespace halvercine::base {
 
-std::optional<FileLock> FileLock::tryTake(const std::filesystem::path& path) {
+std::expected<FileLock, int> FileLock::attempt(const std::filesystem::path& path) {
   UniqueFd file(::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
-  if (!file || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0) return std::nullopt;
+  if (!file || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0) return std::unexpected(errno);
   return FileLock(std::move(file));
+}
+
+std::optional<FileLock> FileLock::tryTake(const std::filesystem::path& path) {
+  auto lock = attempt(path);
+  return lock ? std::optional(std::move(*lock)) : std::nullopt;
 }
 
 std::optional<FileLock> FileLock::take(const std::filesystem::path& path,
                                        std::chrono::milliseconds patience) {
-  constexpr auto pause = std::chrono::milliseconds(1);
-  auto lock = tryTake(path);
-  for (auto waited = std::chrono::milliseconds(0); !lock && waited < patience; waited += pause) {
-    std::this_thread::sleep_for(pause);
-    lock = tryTake(path);
+  constexpr std::chrono::milliseconds interval{1};
+  auto lock = attempt(path);
+  for (auto waited = interval; !lock && lock.error() == EWOULDBLOCK && waited <= patience;
+       waited += interval) {
+    std::this_thread::sleep_for(interval);
+    lock = attempt(path);
   }
-  return lock;
+  return lock ? std::optional(std::move(*lock)) : std::nullopt;
 }
 
 bool FileLock::isHeld(const std::filesystem::path& path) {

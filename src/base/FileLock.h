@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <expected>
 #include <filesystem>
 #include <optional>
 
@@ -17,8 +18,8 @@ class FileLock {
   /// cannot be opened. The file is made with mode 0600 when it is missing. Never waits.
   static std::optional<FileLock> tryTake(const std::filesystem::path& path);
 
-  /// The same, trying again for as long as `patience`; the calling thread sleeps meanwhile. For
-  /// locks that are held for moments only.
+  /// The same, and while another process holds it tries again until about `patience` is over. Only
+  /// for locks that are held for a few milliseconds: the calling thread waits.
   static std::optional<FileLock> take(const std::filesystem::path& path,
                                       std::chrono::milliseconds patience);
 
@@ -30,6 +31,9 @@ class FileLock {
   ~FileLock();
 
  private:
+  /// The error is an errno value.
+  static std::expected<FileLock, int> attempt(const std::filesystem::path& path);
+
   explicit FileLock(UniqueFd file) : file_(std::move(file)) {}
 
   UniqueFd file_;

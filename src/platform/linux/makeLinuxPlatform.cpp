@@ -7,6 +7,7 @@
 #include "platform/linux/LinuxDiskArbitration.h"
 #include "platform/linux/LinuxFileSystems.h"
 #include "platform/linux/LinuxMediaRegistry.h"
+#include "platform/linux/LinuxPasteboard.h"
 #include "platform/linux/LinuxSystemInfo.h"
 #include "platform/linux/XdgContainers.h"
 #include "platform/posix/AsioClock.h"
@@ -44,6 +45,7 @@ Platform makeLinuxPlatform(base::MainActor& actor) {
   }
   platform.toolRunner = std::make_unique<posix::PosixToolRunner>(actor, toolPaths());
   platform.directoryWatcher = std::make_unique<InotifyDirectoryWatcher>(actor);
+  platform.pasteboard = std::make_unique<LinuxPasteboard>();
   return platform;
 }
 

@@ -39,9 +39,13 @@ int openPipe(int (&ends)[2]) {
 
 class FileActions {
  public:
-  FileActions(int output, int errors) {
+  FileActions(int input, int output, int errors) {
     ::posix_spawn_file_actions_init(&actions_);
-    note(::posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
+    if (input < 0) {
+      note(::posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
+    } else {
+      note(::posix_spawn_file_actions_adddup2(&actions_, input, STDIN_FILENO));
+    }
     note(::posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO));
     note(::posix_spawn_file_actions_adddup2(&actions_, errors, STDERR_FILENO));
 #if defined(__GLIBC__)
@@ -130,8 +134,8 @@ std::expected<Pipe, int> makePipe() {
 
 std::expected<pid_t, int> spawnChild(const std::string& file, const std::string& name,
                                      const std::vector<std::string>& arguments, int output,
-                                     int errors) {
-  const FileActions actions(output, errors);
+                                     int errors, int input) {
+  const FileActions actions(input, output, errors);
   if (actions.error() != 0) return std::unexpected(actions.error());
   const Attributes attributes;
   auto argumentPointers = argumentVector(name, arguments);

@@ -20,11 +20,12 @@ struct Pipe {
 std::expected<Pipe, int> makePipe();
 
 /// Starts `file` (a path; PATH is not searched) as the leader of a process group of its own, with
-/// the null device as standard input, no other descriptor but `output` and `errors`, no signal
-/// ignored or blocked, and this program's environment with LC_ALL=C. Answers an errno value when it
-/// cannot be started, also when the file is missing or is no program. Any thread.
+/// `input` as standard input (the null device if it is -1), no other descriptor but `output` and
+/// `errors`, no signal ignored or blocked, and this program's environment with LC_ALL=C. Answers an
+/// errno value when it cannot be started, also when the file is missing or is no program. Any
+/// thread.
 std::expected<pid_t, int> spawnChild(const std::string& file, const std::string& name,
                                      const std::vector<std::string>& arguments, int output,
-                                     int errors);
+                                     int errors, int input = -1);
 
 }  // namespace halvercine::platform::posix

@@ -122,6 +122,8 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   base::MainActor& actor() { return actor_; }
   SimulatedLog& log() { return log_; }
   FolderWatches& folderWatches() { return folderWatches_; }
+  /// The text on the general pasteboard. Main actor.
+  std::string& pasteboard() { return pasteboard_; }
 
  private:
   struct Media {
@@ -159,6 +161,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   SimulatedBitLocker bitLocker_;
   ProcessTable processes_;
   ToolScripts toolScripts_;
+  std::string pasteboard_;
   bool callbacksLost_ = false;
   std::atomic<bool> arbitrationAvailable_;
 

@@ -183,6 +183,19 @@ class SimulatedDirectoryWatcher : public DirectoryWatcher {
   Machine machine_;
 };
 
+class SimulatedPasteboard : public Pasteboard {
+ public:
+  explicit SimulatedPasteboard(Machine machine) : machine_(std::move(machine)) {}
+
+  bool replaceText(std::string_view text) override {
+    machine_->pasteboard() = text;
+    return true;
+  }
+
+ private:
+  Machine machine_;
+};
+
 std::unique_ptr<UserDefaults> makeUserDefaults(const SimulatedMachine& machine) {
   const auto& folders = machine.folders();
   const auto home = folders.home().value_or(folders.systemPath("/Users/simulated"));
@@ -205,6 +218,7 @@ Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
   platform.diskArbitration = std::make_unique<SimulatedDiskArbitration>(machine);
   platform.directoryWatcher = std::make_unique<SimulatedDirectoryWatcher>(machine);
   platform.toolRunner = std::make_unique<SimulatedToolRunner>(machine, clock);
+  platform.pasteboard = std::make_unique<SimulatedPasteboard>(machine);
   return platform;
 }
 

@@ -3,6 +3,7 @@
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 
+#include "app/unmountReasons.h"
 #include "base/BsdName.h"
 #include "base/Json.h"
 #include "base/Properties.h"
@@ -38,6 +39,7 @@ DiskView DiskView::of(disks::Disk disk, const platform::Platform& platform) {
     if (node) view.deviceNode = base::textValue(*node).value_or(view.deviceNode);
   }
   if (disk.isReadOnlyNtfs()) view.readOnly = explain(disk, platform, view.deviceId);
+  view.unmountReason = reasonWithoutTools(disk, platform);
   view.disk = std::move(disk);
   return view;
 }
@@ -55,6 +57,11 @@ boost::json::value DiskView::toJson(const base::Localization& localization) cons
     auto& notes = explanation["notes"].emplace_array();
     for (const auto note : readOnly->noteKeys) notes.push_back(keyed(note, localization));
     object["readOnly"] = std::move(explanation);
+  }
+  if (unmountReason) {
+    boost::json::object reason{{"case", base::toJson(unmountReason->kind)}};
+    if (const auto text = unmountReason->text()) reason["text"] = text->in(localization);
+    object["unmountReason"] = std::move(reason);
   }
   return object;
 }

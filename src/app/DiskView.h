@@ -11,6 +11,7 @@
 #include "base/Localization.h"
 #include "disks/Disk.h"
 #include "mount/MountRecoveryPolicy.h"
+#include "mount/reasons/UnmountReason.h"
 #include "platform/Platform.h"
 
 namespace halvercine::app {
@@ -29,12 +30,14 @@ struct DiskView {
   std::optional<std::uint64_t> deviceId;        ///< registry entry ID of the medium
   std::string deviceNode;                       ///< where programs open it, such as "/dev/disk4s1"
   std::optional<ReadOnlyExplanation> readOnly;  ///< set for a mounted NTFS volume that is read-only
+  /// Set for an unmounted NTFS volume when it is known why it is not mounted.
+  std::optional<mount::UnmountReason> unmountReason;
 
-  /// Looks up what the record does not carry. Main actor.
+  /// Looks up what the record does not carry, without running a tool. Main actor.
   static DiskView of(disks::Disk disk, const platform::Platform& platform);
 
   /// The record's fields by their names, then "isNTFS", "deviceID", "deviceNode" and, when set,
-  /// "readOnly".
+  /// "readOnly" and "unmountReason".
   boost::json::value toJson(const base::Localization& localization) const;
 
   bool operator==(const DiskView&) const = default;

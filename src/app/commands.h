@@ -34,7 +34,7 @@ std::expected<std::vector<DiskView>, Answer> viewDisks(const CommandContext& con
 Answer arbitrationFailure(const CommandContext& context);
 
 Answer listCommand(const CommandContext& context);
-Answer infoCommand(const CommandContext& context);
+Answer infoCommand(const CommandContext& context, Machine& machine);
 Answer mountCommand(const CommandContext& context, Machine& machine);
 Answer unmountCommand(const CommandContext& context, Machine& machine);
 Answer occupantsCommand(const CommandContext& context, Machine& machine);

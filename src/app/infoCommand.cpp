@@ -3,12 +3,20 @@
 #include "app/DiskSelector.h"
 #include "app/Table.h"
 #include "app/commands.h"
+#include "app/runToAnswer.h"
 #include "app/selectionFailure.h"
 #include "app/sizeText.h"
+#include "app/unmountReasons.h"
 #include "base/Text.h"
+#include "base/either.h"
+#include "disks/DiskUtility.h"
+#include "mount/reasons/PersonalityProbe.h"
 
 namespace halvercine::app {
 namespace {
+
+// A disk tool that says nothing by then hangs on some disk; everything else is known anyway.
+constexpr std::chrono::seconds probeLimit{10};
 
 /// The fields of a record as lines of a label and a value. What is not known has no line.
 class FieldList {
@@ -49,6 +57,8 @@ void addVolume(FieldList& fields, const CommandContext& context, const DiskView&
                                       ? Cell(context.text("ui.access.readwrite"), Tint::good)
                                       : Cell(context.text("ui.access.readonly"), Tint::warning));
   }
+  const auto reason = view.unmountReason ? view.unmountReason->text() : std::nullopt;
+  if (reason) fields.note("! " + reason->in(context.localization), Tint::warning);
   if (view.readOnly) {
     const auto cause = view.readOnly->cause;
     fields.note("! " + context.text(mount::MountRecoveryPolicy::explanationKey(cause)),
@@ -96,16 +106,38 @@ std::string infoText(const CommandContext& context, const DiskView& view) {
   return context.terminal.tinted(title, Tint::heading) + '\n' + fields.render();
 }
 
+Answer infoAnswer(const CommandContext& context, const DiskView& view) {
+  if (!context.options.json) return {ExitStatus::done, infoText(context, view), ""};
+  return jsonAnswer(context.options, {{"disk", view.toJson(context.localization)}});
+}
+
+/// The answer for an unmounted NTFS volume, of which the disk tool may know whose driver holds it.
+base::Task<Answer> probeAndAnswer(const CommandContext& context, const disks::DiskUtility& utility,
+                                  DiskView view) {
+  auto findings = unmountReasonInputs(context.platform).findings(view.disk);
+  auto probe = mount::PersonalityProbe::run(utility, view.disk.id);
+  const auto found =
+      co_await base::withTimeout(*context.platform.clock, probeLimit, std::move(probe));
+  if (found && found->owner == mount::PersonalityProbe::Owner::thirdParty) {
+    findings.foreignDriver = found->driver;
+  }
+  view.unmountReason = known(mount::unmountReason(findings));
+  co_return infoAnswer(context, view);
+}
+
 }  // namespace
 
-Answer infoCommand(const CommandContext& context) {
+Answer infoCommand(const CommandContext& context, Machine& machine) {
   const auto views = viewDisks(context);
   if (!views) return views.error();
   const auto selected = selectDisk(*views, context.options.disk);
   if (!selected) return selectionFailure(context, selected.error());
   const auto& view = **selected;
-  if (!context.options.json) return {ExitStatus::done, infoText(context, view), ""};
-  return jsonAnswer(context.options, {{"disk", view.toJson(context.localization)}});
+  if (view.disk.isMounted || !view.disk.isNtfs()) return infoAnswer(context, view);
+  const disks::DiskUtility utility(*context.platform.toolRunner, *context.platform.clock,
+                                   *context.platform.mediaRegistry);
+  return runToAnswer(context, machine, Interruption::cancels,
+                     probeAndAnswer(context, utility, view));
 }
 
 }  // namespace halvercine::app

@@ -26,6 +26,8 @@ void addDisk(Table& table, const CommandContext& context, const DiskView& view) 
     const auto key = mount::MountRecoveryPolicy::explanationKey(view.readOnly->cause);
     table.addNote({"! " + context.text(key), Tint::warning});
   }
+  const auto reason = view.unmountReason ? view.unmountReason->text() : std::nullopt;
+  if (reason) table.addNote({"! " + reason->in(context.localization), Tint::warning});
 }
 
 void addSection(std::string& output, const CommandContext& context, std::string_view titleKey,

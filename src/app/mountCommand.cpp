@@ -13,6 +13,8 @@
 #include "disks/DiskUtility.h"
 #include "disks/DiskUtilityText.h"
 #include "mount/ThirdPartyDriver.h"
+#include "mount/reasons/ManualUnmountRegistry.h"
+#include "mount/reasons/volumeIdentity.h"
 
 namespace halvercine::app {
 namespace {
@@ -124,9 +126,27 @@ Answer success(const CommandContext& context, const std::string& bsdName, bool w
           ""};
 }
 
-base::Task<Answer> mount(const CommandContext& context, const disks::DiskUtility& utility,
-                         disks::Disk disk) {
-  if (disk.isMounted) co_return success(context, disk.id, true);
+enum class Wish { mounted, unmounted };
+
+/// The answer of a command that did what the user wants, which is kept in mind: nothing mounts what
+/// the user unmounted.
+Answer successfully(const CommandContext& context, const disks::Disk& disk, Wish wish,
+                    bool wasSoBefore) {
+  auto answer = success(context, disk.id, wasSoBefore);
+  const auto identity = mount::volumeIdentity(disk);
+  if (!identity) return answer;
+  mount::ManualUnmountRegistry registry(*context.platform.userDefaults, *context.platform.clock);
+  const bool isKept =
+      wish == Wish::unmounted ? registry.record(*identity) : registry.forget(*identity);
+  if (!isKept && answer.diagnostic.empty()) {
+    answer.diagnostic = "halvercine: " + context.text("ui.unmount.notrecorded");
+  }
+  return answer;
+}
+
+base::Task<Answer> mountVolume(const CommandContext& context, const disks::DiskUtility& utility,
+                               disks::Disk disk) {
+  if (disk.isMounted) co_return successfully(context, disk, Wish::mounted, true);
   const auto access =
       context.options.readOnly ? disks::MountAccess::readOnly : disks::MountAccess::readWrite;
   const auto outcome = co_await utility.mount(disk.id, access);
@@ -141,15 +161,15 @@ base::Task<Answer> mount(const CommandContext& context, const disks::DiskUtility
     co_return failure(context.options, ExitStatus::failed, "unsafe-volume",
                       context.text("disk.unmounted.reason.needscheck"));
   }
-  co_return success(context, disk.id, false);
+  co_return successfully(context, disk, Wish::mounted, false);
 }
 
-base::Task<Answer> unmount(const CommandContext& context, const disks::DiskUtility& utility,
-                           disks::Disk disk) {
-  if (!disk.isMounted) co_return success(context, disk.id, true);
+base::Task<Answer> unmountVolume(const CommandContext& context, const disks::DiskUtility& utility,
+                                 disks::Disk disk) {
+  if (!disk.isMounted) co_return successfully(context, disk, Wish::unmounted, true);
   auto operation = context.options.force ? utility.forceUnmount(disk.id) : utility.unmount(disk.id);
   const auto result = co_await std::move(operation);
-  if (result.status == 0) co_return success(context, disk.id, false);
+  if (result.status == 0) co_return successfully(context, disk, Wish::unmounted, false);
   co_return co_await explainFailure(context, utility, disk, result.text);
 }
 
@@ -170,11 +190,11 @@ Answer runOn(const CommandContext& context, Machine& machine, Operation operatio
 }  // namespace
 
 Answer mountCommand(const CommandContext& context, Machine& machine) {
-  return runOn(context, machine, mount);
+  return runOn(context, machine, mountVolume);
 }
 
 Answer unmountCommand(const CommandContext& context, Machine& machine) {
-  return runOn(context, machine, unmount);
+  return runOn(context, machine, unmountVolume);
 }
 
 }  // namespace halvercine::app

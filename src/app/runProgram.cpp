@@ -26,7 +26,7 @@ Answer runOn(Machine& machine, const Options& options) {
     case Command::list:
       return listCommand(context);
     case Command::info:
-      return infoCommand(context);
+      return infoCommand(context, machine);
     case Command::watch:
       return watchCommand(context, machine);
     case Command::mount:

@@ -7,11 +7,14 @@
 #include "app/commands.h"
 #include "app/isoTime.h"
 #include "app/listText.h"
+#include "app/unmountReasons.h"
 #include "base/Json.h"
 #include "base/OwnedPost.h"
 #include "base/RepeatingTimer.h"
 #include "base/Text.h"
 #include "disks/DiskMonitor.h"
+#include "disks/DiskUtility.h"
+#include "mount/reasons/UnmountReasonStore.h"
 #include "platform/posix/TerminationSignals.h"
 
 namespace halvercine::app {
@@ -22,9 +25,20 @@ class Watch {
  public:
   Watch(const CommandContext& context, base::MainActor& actor, disks::DiskMonitor& monitor,
         std::function<void(ExitStatus)> end)
-      : context_(context), monitor_(monitor), end_(std::move(end)), post_(actor) {
-    monitor_.refreshed.connect([this] { showSoon(); });
+      : context_(context),
+        monitor_(monitor),
+        end_(std::move(end)),
+        utility_(*context.platform.toolRunner, *context.platform.clock,
+                 *context.platform.mediaRegistry),
+        reasons_(actor, *context.platform.systemLog, utility_, *context.platform.mediaRegistry,
+                 unmountReasonInputs(context.platform)),
+        post_(actor) {
+    monitor_.refreshed.connect([this] {
+      reasons_.update(monitor_.disks());
+      showSoon();
+    });
     monitor_.disksChanged.connect([this] { showSoon(); });
+    reasons_.changed.connect([this] { showSoon(); });
   }
 
  private:
@@ -37,8 +51,10 @@ class Watch {
   void show() {
     isDue_ = false;
     std::vector<DiskView> views;
+    views.reserve(monitor_.disks().size());
     for (const auto& disk : monitor_.disks()) {
-      views.push_back(DiskView::of(disk, context_.platform));
+      auto& view = views.emplace_back(DiskView::of(disk, context_.platform));
+      if (const auto reason = reasons_.reasonOf(disk)) view.unmountReason = known(reason);
     }
     const auto events = eventsBetween(views_, views);
     views_ = std::move(views);
@@ -71,9 +87,15 @@ class Watch {
     const auto access = !disk.isMounted   ? "ui.access.notmounted"
                         : disk.isWritable ? "ui.access.readwrite"
                                           : "ui.access.readonly";
-    return fmt::format("{}  {}  {}  {}  {}  {}\n", isoTime(context_.platform.clock->now()),
-                       context_.text(eventKey(event.kind)), disk.id, base::displayText(disk.name),
-                       base::displayText(disk.fileSystem), context_.text(access));
+    auto line =
+        fmt::format("{}  {}  {}  {}  {}  {}", isoTime(context_.platform.clock->now()),
+                    context_.text(eventKey(event.kind)), disk.id, base::displayText(disk.name),
+                    base::displayText(disk.fileSystem), context_.text(access));
+    const auto& reason = event.view.unmountReason;
+    if (const auto text = reason ? reason->text() : std::nullopt) {
+      line += "  " + base::displayText(text->in(context_.localization));
+    }
+    return line + '\n';
   }
 
   static std::string_view eventKey(DiskEventKind kind) {
@@ -97,6 +119,8 @@ class Watch {
   const CommandContext& context_;
   disks::DiskMonitor& monitor_;
   std::function<void(ExitStatus)> end_;
+  disks::DiskUtility utility_;
+  mount::UnmountReasonStore reasons_;
   std::vector<DiskView> views_;
   bool isFirst_ = true;
   bool isDue_ = false;

@@ -147,6 +147,31 @@ TEST(ProgramTest, ScenariosAreReadThroughLinksAndPipes) {
   writer.join();
 }
 
+TEST(ProgramTest, TellsWhyAVolumeIsNotMounted) {
+  const tests::TemporaryFolder folder;
+  const auto file = folder.write("unmounted.json", R"({"format": 1, "devices": [{"disk": "disk4",
+      "volumes": [{"disk": "disk4s1", "kind": "ntfs", "name": "Theirs",
+                   "module": {"driver": "ufsd_NTFS"}},
+                  {"disk": "disk4s2", "kind": "ntfs", "name": "Hurt",
+                   "report": {"reason": "unsafeVolume"}},
+                  {"disk": "disk4s3", "kind": "ntfs", "name": "Well"}]}],
+      "tools": [{"tool": "diskutil", "match": ["info", "/dev/disk4s3"], "hang": true}]})");
+  const auto simulate = "--simulate=" + file.string();
+  const auto list = runProgram({simulate, "list", "--json"});
+  EXPECT_FALSE(record(list, "Theirs").as_object().contains("unmountReason")) << "no tool is run";
+  EXPECT_EQ(record(list, "Hurt").at_pointer("/unmountReason/case").as_string(), "needsCheck");
+  EXPECT_THAT(runProgram({simulate, "list"}).output, HasSubstr("! The volume needs a check"));
+  const auto info = document(runProgram({simulate, "info", "Theirs", "--json"}));
+  EXPECT_EQ(info.at_pointer("/result/disk/unmountReason/case").as_string(), "thirdParty");
+  EXPECT_THAT(std::string(info.at_pointer("/result/disk/unmountReason/text").as_string()),
+              HasSubstr("Paragon NTFS"));
+  const auto hanging = runProgram({simulate, "info", "Well", "--json"});
+  EXPECT_EQ(hanging.status, 0);
+  EXPECT_FALSE(document(hanging).at_pointer("/result/disk").as_object().contains("unmountReason"));
+  const auto watch = runProgram({simulate, "--fast", "watch", "--for", "2"});
+  EXPECT_THAT(watch.output, HasSubstr("Paragon NTFS"));
+}
+
 TEST(ProgramTest, HostileNamesStayHarmlessOnATerminalAndWholeInJson) {
   const auto run = runProgram({"--simulate=hostile-names", "list"});
   EXPECT_EQ(run.status, 0) << run.errors;

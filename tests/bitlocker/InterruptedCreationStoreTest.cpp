@@ -1,29 +1,16 @@
 #include "bitlocker/interrupted/InterruptedCreationStore.h"
 
-#include <map>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "support/MapDefaults.h"
 
 namespace halvercine::bitlocker {
 namespace {
 
 using platform::Blob;
 using platform::PropertyValue;
-
-struct MapDefaults : platform::UserDefaults {
-  std::optional<PropertyValue> value(std::string_view key) override {
-    const auto found = values.find(key);
-    return found == values.end() ? std::nullopt : std::optional(found->second);
-  }
-  bool setValue(std::string_view key, const PropertyValue& value) override {
-    values.insert_or_assign(std::string(key), value);
-    return true;
-  }
-  bool remove(std::string_view key) override { return values.erase(std::string(key)) > 0; }
-
-  std::map<std::string, PropertyValue, std::less<>> values;
-};
 
 const std::string defaultsKey = "interruptedBitLockerCreations";
 
@@ -43,7 +30,7 @@ disks::Disk disk(std::string id, std::optional<std::string> serial, std::optiona
 }
 
 struct InterruptedCreationStoreTest : testing::Test {
-  MapDefaults defaults;
+  tests::MapDefaults defaults;
   InterruptedCreationStore store{defaults};
 };
 

@@ -1,0 +1,42 @@
+#include "app/unmountReasons.h"
+
+#include "bitlocker/interrupted/InterruptedCreationStore.h"
+#include "mount/MountAccessReportStore.h"
+
+namespace halvercine::app {
+namespace {
+
+/// The module has found the volume unsafe: it takes its reports back when it unmounts, so one that
+/// is still there is its last word.
+bool wasFoundUnsafe(const disks::Disk& disk, const platform::Platform& platform) {
+  const mount::ReportSources sources{*platform.containers, *platform.mediaRegistry,
+                                     *platform.systemInfo, *platform.clock};
+  const auto report = mount::loadMountAccessReport(sources, disk.id, mount::Freshness::any);
+  return report && report->reason == mount::ReadOnlyReason::unsafeVolume;
+}
+
+}  // namespace
+
+mount::UnmountReasonInputs unmountReasonInputs(const platform::Platform& platform) {
+  mount::UnmountReasonInputs inputs;
+  inputs.isCreationInterrupted = [&platform](const disks::Disk& disk) {
+    return bitlocker::InterruptedCreationStore(*platform.userDefaults).contains(disk);
+  };
+  inputs.needsCheck = [&platform](const disks::Disk& disk) {
+    return wasFoundUnsafe(disk, platform);
+  };
+  return inputs;
+}
+
+std::optional<mount::UnmountReason> reasonWithoutTools(const disks::Disk& disk,
+                                                       const platform::Platform& platform) {
+  if (disk.isMounted || !disk.isNtfs()) return std::nullopt;
+  return known(mount::unmountReason(unmountReasonInputs(platform).findings(disk)));
+}
+
+std::optional<mount::UnmountReason> known(std::optional<mount::UnmountReason> reason) {
+  if (reason && reason->kind == mount::UnmountReason::Case::unknown) return std::nullopt;
+  return reason;
+}
+
+}  // namespace halvercine::app

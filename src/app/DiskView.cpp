@@ -30,7 +30,15 @@ boost::json::object keyed(std::string_view key, const base::Localization& locali
 
 }  // namespace
 
-DiskView DiskView::of(disks::Disk disk, const platform::Platform& platform) {
+std::string recoveryText(const mount::MountRecoveryPolicy::StatusLine& line,
+                         const base::Localization& localization) {
+  std::vector<std::string> arguments;
+  for (const int argument : line.arguments) arguments.push_back(std::to_string(argument));
+  return localization.text(line.key, arguments);
+}
+
+DiskView DiskView::of(disks::Disk disk, const platform::Platform& platform,
+                      const mount::RecoveryStatuses& recoveries) {
   DiskView view;
   view.deviceNode = base::devicePath(disk.id);
   if (const auto media = platform.mediaRegistry->media(disk.id)) {
@@ -40,6 +48,7 @@ DiskView DiskView::of(disks::Disk disk, const platform::Platform& platform) {
   }
   if (disk.isReadOnlyNtfs()) view.readOnly = explain(disk, platform, view.deviceId);
   view.unmountReason = reasonWithoutTools(disk, platform);
+  if (view.deviceId) view.recovery = recoveries.lineFor(disk.id, *view.deviceId);
   view.disk = std::move(disk);
   return view;
 }
@@ -62,6 +71,9 @@ boost::json::value DiskView::toJson(const base::Localization& localization) cons
     boost::json::object reason{{"case", base::toJson(unmountReason->kind)}};
     if (const auto text = unmountReason->text()) reason["text"] = text->in(localization);
     object["unmountReason"] = std::move(reason);
+  }
+  if (recovery) {
+    object["recovery"] = {{"key", recovery->key}, {"text", recoveryText(*recovery, localization)}};
   }
   return object;
 }

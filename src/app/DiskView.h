@@ -12,6 +12,7 @@
 #include "disks/Disk.h"
 #include "mount/MountRecoveryPolicy.h"
 #include "mount/reasons/UnmountReason.h"
+#include "mount/takeover/RecoveryStatuses.h"
 #include "platform/Platform.h"
 
 namespace halvercine::app {
@@ -33,14 +34,22 @@ struct DiskView {
   /// Set for an unmounted NTFS volume when it is known why it is not mounted.
   std::optional<mount::UnmountReason> unmountReason;
 
+  /// Set while the controller keeps trying to make the volume writable.
+  std::optional<mount::MountRecoveryPolicy::StatusLine> recovery;
+
   /// Looks up what the record does not carry, without running a tool. Main actor.
-  static DiskView of(disks::Disk disk, const platform::Platform& platform);
+  static DiskView of(disks::Disk disk, const platform::Platform& platform,
+                     const mount::RecoveryStatuses& recoveries);
 
   /// The record's fields by their names, then "isNTFS", "deviceID", "deviceNode" and, when set,
-  /// "readOnly" and "unmountReason".
+  /// "readOnly", "unmountReason" and "recovery".
   boost::json::value toJson(const base::Localization& localization) const;
 
   bool operator==(const DiskView&) const = default;
 };
+
+/// The text of a recovery status line.
+std::string recoveryText(const mount::MountRecoveryPolicy::StatusLine& line,
+                         const base::Localization& localization);
 
 }  // namespace halvercine::app

@@ -69,6 +69,12 @@ void addLogActions(CLI::App& log, Options& options) {
       ->add_flag("--yes", options.yes, "Do not ask");
 }
 
+void addDuration(CLI::App* command, Options& options) {
+  command->add_option("--for", options.seconds, "End after so many seconds")
+      ->option_text("SECONDS")
+      ->check(refuseSeconds);
+}
+
 /// One command a line, each with its own arguments.
 void addCommands(CLI::App& program, Options& options) {
   const auto add = [&](Command command, const std::string& description) {
@@ -79,16 +85,16 @@ void addCommands(CLI::App& program, Options& options) {
   };
   add(Command::list, "List the disks and volumes");
   addDisk(add(Command::info, "Show everything that is known of one disk"), options);
-  add(Command::watch, "Follow the disks as they come, change and go")
-      ->add_option("--for", options.seconds, "End after so many seconds")
-      ->option_text("SECONDS")
-      ->check(refuseSeconds);
+  addDuration(add(Command::watch, "Follow the disks as they come, change and go"), options);
+  addDuration(add(Command::run, "Stay, and make read-only NTFS volumes writable as they come"),
+              options);
   auto* mount = add(Command::mount, "Mount a volume");
   addDisk(mount, options);
   mount->add_flag("--read-only", options.readOnly, "Mount it so that it cannot be changed");
   auto* unmount = add(Command::unmount, "Unmount a volume");
   addDisk(unmount, options);
   unmount->add_flag("--force", options.force, "Unmount it although files on it are open");
+  addDisk(add(Command::takeover, "Unmount a read-only NTFS volume and mount it writable"), options);
   add(Command::occupants, "Show which programs have files open below mount points")
       ->add_option("PATH", options.paths, "Mount points")
       ->required();
@@ -128,10 +134,14 @@ std::string_view commandName(Command command) {
       return "info";
     case Command::watch:
       return "watch";
+    case Command::run:
+      return "run";
     case Command::mount:
       return "mount";
     case Command::unmount:
       return "unmount";
+    case Command::takeover:
+      return "takeover";
     case Command::occupants:
       return "occupants";
     case Command::drivers:

@@ -12,7 +12,19 @@
 
 namespace halvercine::app {
 
-enum class Command { list, info, watch, mount, unmount, occupants, drivers, log, version };
+enum class Command {
+  list,
+  info,
+  watch,
+  run,
+  mount,
+  unmount,
+  takeover,
+  occupants,
+  drivers,
+  log,
+  version
+};
 
 /// What `log` does with the operation log.
 enum class LogAction { show, exportTo, copy, clear };
@@ -32,13 +44,15 @@ struct Options {
   bool force = false;              ///< of `unmount` and `log export`
   LogAction logAction = LogAction::show;
   std::string file = "Tarnwel-operation-log.txt";  ///< of `log export`; "-" is standard output
-  bool yes = false;                ///< of `log clear`: it is agreed to already
-  std::optional<double> seconds;   ///< of `watch`: how long, without an end if absent
-  bool fast = false;               ///< simulated time passes as fast as it can
+  bool yes = false;                                ///< of `log clear`: it is agreed to already
+  std::optional<double> seconds;  ///< of `watch` and `run`: how long; no end if absent
+  bool fast = false;              ///< simulated time passes as fast as it can
 
   /// Commands that answer at once need no real time on a simulated Mac; those that people follow
   /// do.
-  bool runsOnRealTime() const { return command == Command::watch && !fast; }
+  bool runsOnRealTime() const {
+    return (command == Command::watch || command == Command::run) && !fast;
+  }
 };
 
 /// Why there is nothing to run: help was asked for (`done`, for standard output) or the command

@@ -41,6 +41,8 @@ Answer occupantsCommand(const CommandContext& context, Machine& machine);
 Answer driversCommand(const CommandContext& context);
 Answer logCommand(const CommandContext& context);
 Answer watchCommand(const CommandContext& context, Machine& machine);
+Answer runCommand(const CommandContext& context, Machine& machine);
+Answer takeoverCommand(const CommandContext& context, Machine& machine);
 Answer versionCommand(const Options& options);
 
 }  // namespace halvercine::app

@@ -26,6 +26,9 @@ void addDisk(Table& table, const CommandContext& context, const DiskView& view) 
     const auto key = mount::MountRecoveryPolicy::explanationKey(view.readOnly->cause);
     table.addNote({"! " + context.text(key), Tint::warning});
   }
+  if (view.recovery) {
+    table.addNote({"  " + recoveryText(*view.recovery, context.localization), Tint::quiet});
+  }
   const auto reason = view.unmountReason ? view.unmountReason->text() : std::nullopt;
   if (reason) table.addNote({"! " + reason->in(context.localization), Tint::warning});
 }

@@ -39,6 +39,10 @@ Answer runOn(Machine& machine, const Options& options) {
       return driversCommand(context);
     case Command::log:
       return logCommand(context);
+    case Command::run:
+      return runCommand(context, machine);
+    case Command::takeover:
+      return takeoverCommand(context, machine);
     case Command::version:
       break;
   }

@@ -18,9 +18,10 @@ std::expected<std::vector<DiskView>, Answer> viewDisks(const CommandContext& con
   const disks::BitLockerStates states(mailbox.allStatuses(),
                                       context.platform.systemInfo->bootTime());
   const auto media = disks::allMedia(*context.platform.mediaRegistry);
+  const auto recoveries = mount::RecoveryStatuses::read(context.platform);
   std::vector<DiskView> views;
   for (auto& disk : disks::describeDisks(descriptor, *session, media, states)) {
-    views.push_back(DiskView::of(std::move(disk), context.platform));
+    views.push_back(DiskView::of(std::move(disk), context.platform, recoveries));
   }
   return views;
 }

@@ -1,21 +1,18 @@
-#include <chrono>
-
 #include <boost/json/object.hpp>
 #include <fmt/format.h>
 
 #include "app/DiskEvents.h"
+#include "app/Lifetime.h"
 #include "app/commands.h"
 #include "app/isoTime.h"
 #include "app/listText.h"
 #include "app/unmountReasons.h"
 #include "base/Json.h"
 #include "base/OwnedPost.h"
-#include "base/RepeatingTimer.h"
 #include "base/Text.h"
 #include "disks/DiskMonitor.h"
 #include "disks/DiskUtility.h"
 #include "mount/reasons/UnmountReasonStore.h"
-#include "platform/posix/TerminationSignals.h"
 
 namespace halvercine::app {
 namespace {
@@ -24,10 +21,10 @@ namespace {
 class Watch {
  public:
   Watch(const CommandContext& context, base::MainActor& actor, disks::DiskMonitor& monitor,
-        std::function<void(ExitStatus)> end)
+        Lifetime& lifetime)
       : context_(context),
         monitor_(monitor),
-        end_(std::move(end)),
+        lifetime_(lifetime),
         utility_(*context.platform.toolRunner, *context.platform.clock,
                  *context.platform.mediaRegistry),
         reasons_(actor, *context.platform.systemLog, utility_, *context.platform.mediaRegistry,
@@ -52,8 +49,9 @@ class Watch {
     isDue_ = false;
     std::vector<DiskView> views;
     views.reserve(monitor_.disks().size());
+    const auto recoveries = mount::RecoveryStatuses::read(context_.platform);
     for (const auto& disk : monitor_.disks()) {
-      auto& view = views.emplace_back(DiskView::of(disk, context_.platform));
+      auto& view = views.emplace_back(DiskView::of(disk, context_.platform, recoveries));
       if (const auto reason = reasons_.reasonOf(disk)) view.unmountReason = known(reason);
     }
     const auto events = eventsBetween(views_, views);
@@ -65,11 +63,11 @@ class Watch {
     if (!context_.options.json && terminal.redraws()) {
       const CommandContext now{context_.options, context_.localization, context_.platform,
                                terminal};
-      print("\x1b[H\x1b[J" + listText(now, views_));
+      lifetime_.print("\x1b[H\x1b[J" + listText(now, views_));
       return;
     }
     for (const auto& event : events) {
-      print(context_.options.json ? jsonLine(event) : textLine(event));
+      lifetime_.print(context_.options.json ? jsonLine(event) : textLine(event));
     }
   }
 
@@ -110,15 +108,9 @@ class Watch {
     return "";
   }
 
-  void print(const std::string& text) {
-    const auto written = writeOutput(text);
-    if (written == Written::nobodyListens) end_(ExitStatus::done);
-    if (written == Written::failed) end_(ExitStatus::failed);
-  }
-
   const CommandContext& context_;
   disks::DiskMonitor& monitor_;
-  std::function<void(ExitStatus)> end_;
+  Lifetime& lifetime_;
   disks::DiskUtility utility_;
   mount::UnmountReasonStore reasons_;
   std::vector<DiskView> views_;
@@ -130,29 +122,11 @@ class Watch {
 }  // namespace
 
 Answer watchCommand(const CommandContext& context, Machine& machine) {
-  std::optional<ExitStatus> ended;
-  const auto end = [&ended, &machine](ExitStatus status) {
-    if (!ended) ended = status;
-    machine.actor().post([] {});
-  };
-  const platform::posix::TerminationSignals signals(machine.actor(),
-                                                    [&end](int) { end(ExitStatus::interrupted); });
-  if (context.options.seconds) {
-    const auto limit = std::chrono::duration<double>(*context.options.seconds);
-    context.platform.clock->callAt(
-        context.platform.clock->uptime() + std::chrono::duration_cast<platform::Uptime>(limit),
-        [&end] { end(ExitStatus::done); });
-  }
-  // Without events nothing is written that would show it.
-  base::RepeatingTimer abandonment(*context.platform.clock);
-  abandonment.start(std::chrono::seconds(1), [&end] {
-    if (outputIsAbandoned()) end(ExitStatus::done);
-  });
+  Lifetime lifetime(context, machine);
   disks::DiskMonitor monitor(machine.actor(), context.platform, context.localization);
-  Watch watch(context, machine.actor(), monitor, end);
+  Watch watch(context, machine.actor(), monitor, lifetime);
   if (!monitor.start()) return arbitrationFailure(context);
-  machine.actor().runUntil([&ended] { return ended.has_value(); });
-  return {ended.value_or(ExitStatus::done), "", ""};
+  return {lifetime.run(), "", ""};
 }
 
 }  // namespace halvercine::app

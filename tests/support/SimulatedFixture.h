@@ -23,7 +23,9 @@ namespace halvercine::tests {
 struct SimulatedFixture {
   /// `devices` is the JSON list of the scenario's devices, `system` the members of its system.
   explicit SimulatedFixture(std::string_view devices, std::string_view system = "{}")
-      : mac(actor, scenario(devices, system), platform::simulated::ClockKind::virtualTime),
+      : SimulatedFixture(scenario(devices, system)) {}
+  explicit SimulatedFixture(platform::simulated::Scenario scenario)
+      : mac(actor, std::move(scenario), platform::simulated::ClockKind::virtualTime),
         platform(mac.takePlatform()) {}
   ~SimulatedFixture() { actor.joinBackground(); }
 

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <utility>
 
+#include "mount/reasons/volumeIdentity.h"
+
 namespace halvercine::mount {
 namespace {
 
@@ -45,6 +47,17 @@ bool ManualUnmountRegistry::record(const std::string& identity) {
 bool ManualUnmountRegistry::forget(const std::string& identity) {
   auto entries = registry();
   return entries.erase(identity) == 0 || store(std::move(entries));
+}
+
+void ManualUnmountRegistry::forgetMounted(const std::vector<disks::Disk>& disks) {
+  constexpr double settled = 5;  // seconds
+  const auto entries = registry();
+  if (entries.empty()) return;
+  for (const auto& disk : disks) {
+    const auto identity = disk.isMounted ? volumeIdentity(disk) : std::nullopt;
+    const auto found = identity ? entries.find(*identity) : entries.end();
+    if (found != entries.end() && now() - found->second > settled) forget(*identity);
+  }
 }
 
 bool ManualUnmountRegistry::store(std::map<std::string, double> entries) {

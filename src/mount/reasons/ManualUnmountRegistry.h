@@ -4,7 +4,9 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "disks/Disk.h"
 #include "platform/Clock.h"
 #include "platform/UserDefaults.h"
 
@@ -26,6 +28,10 @@ class ManualUnmountRegistry {
 
   /// Forgets a volume, which has been mounted since. False when that could not be stored.
   bool forget(const std::string& identity);
+
+  /// Forgets the volumes of the list that are mounted: whoever unmounted them by hand has changed
+  /// their mind. Entries of the last five seconds stay, since the list may be older than they are.
+  void forgetMounted(const std::vector<disks::Disk>& disks);
 
   /// All entries, with the seconds since 1970 of their unmounts. What is no number is left out.
   std::map<std::string, double> registry() const;

@@ -88,11 +88,12 @@ void AutomaticTakeover::consider() {
   armTimer();
 }
 
-/// What another process of the program has unmounted and not mounted again. While somebody works,
-/// it is that somebody's.
+/// What another process of the program has unmounted and not mounted again. While it works, it is
+/// waited for.
 void AutomaticTakeover::takeUpLeftovers() {
   const auto& journal = takeover_.journal();
-  if (!attempting_.empty() || journal.isSomebodyWorking()) return;
+  if (!attempting_.empty()) return;
+  if (journal.isSomebodyWorking()) return holdOff();
   const auto& clock = *context_.platform.clock;
   const double now = platform::secondsSince1970(clock.now());
   std::vector<JournalRecord::Recovery> leftovers;
@@ -200,6 +201,7 @@ void AutomaticTakeover::considerReadOnly() {
     const auto deviceId = context_.monitor.deviceId(disk.id);
     if (!disk.isReadOnlyNtfs() || attempting_.contains(disk.id)) continue;
     const auto gate = takeover_.gateOf(disk);
+    if (deviceId && gate.reason) remember(*deviceId, gate.cause());
     if (!gate.isOpen() || (deviceId && !isDueFor(disk.id, *deviceId))) continue;
     if (takeover_.coordinator().destructive()) {
       suppress(disk);
@@ -211,6 +213,18 @@ void AutomaticTakeover::considerReadOnly() {
   }
   pass("auto takeover: ", volumes);
   pass("auto resource recovery: ", resources);
+}
+
+/// A final cause stands until the device or the mount changes, also when its report goes stale.
+void AutomaticTakeover::remember(std::uint64_t deviceId, ReadOnlyCause cause) {
+  auto& verdicts = takeover_.verdicts();
+  const auto known = verdicts.find(deviceId);
+  if (MountRecoveryPolicy::isRecoverable(cause)) {
+    isUnsaved_ |= verdicts.erase(deviceId) > 0;
+  } else if (known == verdicts.end() || known->second != cause) {
+    verdicts[deviceId] = cause;
+    isUnsaved_ = true;
+  }
 }
 
 void AutomaticTakeover::pass(std::string_view title, const std::vector<disks::Disk>& volumes) {

@@ -73,6 +73,7 @@ class AutomaticTakeover {
   bool isStillInherited(const Inherited& inherited);
   void considerPending();
   void considerReadOnly();
+  void remember(std::uint64_t deviceId, ReadOnlyCause cause);
   void pass(std::string_view title, const std::vector<disks::Disk>& volumes);
   void suppress(const disks::Disk& disk);
   bool isDueFor(const std::string& bsdName, std::uint64_t deviceId) const;

@@ -1,0 +1,49 @@
+#include "app/Lifetime.h"
+
+#include <chrono>
+
+#include "app/Terminal.h"
+
+namespace halvercine::app {
+
+Lifetime::Lifetime(const CommandContext& context, Machine& machine)
+    : machine_(machine),
+      signals_(machine.actor(),
+               [this](int) {
+                 ++interruptions_;
+                 end(ExitStatus::interrupted);
+               }),
+      abandonment_(*context.platform.clock) {
+  auto& clock = *context.platform.clock;
+  if (context.options.seconds) {
+    const auto limit = std::chrono::duration<double>(*context.options.seconds);
+    limit_ = clock.callAt(clock.uptime() + std::chrono::duration_cast<platform::Uptime>(limit),
+                          [this] { end(ExitStatus::done); });
+  }
+  // Without events nothing is written that would show it.
+  abandonment_.start(std::chrono::seconds(1), [this] {
+    if (outputIsAbandoned()) end(ExitStatus::done);
+  });
+}
+
+Lifetime::~Lifetime() {
+  if (limit_) machine_.platform().clock->cancel(*limit_);
+}
+
+ExitStatus Lifetime::run() {
+  machine_.actor().runUntil([this] { return ended_.has_value(); });
+  return ended_.value_or(ExitStatus::done);
+}
+
+void Lifetime::end(ExitStatus status) {
+  if (!ended_) ended_ = status;
+  machine_.actor().post([] {});
+}
+
+void Lifetime::print(const std::string& text) {
+  const auto written = writeOutput(text);
+  if (written == Written::nobodyListens) end(ExitStatus::done);
+  if (written == Written::failed) end(ExitStatus::failed);
+}
+
+}  // namespace halvercine::app

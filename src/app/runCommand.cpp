@@ -1,0 +1,115 @@
+#include <boost/json/object.hpp>
+#include <fmt/format.h>
+
+#include "app/Lifetime.h"
+#include "app/TakeoverParts.h"
+#include "app/commands.h"
+#include "app/isoTime.h"
+#include "base/Json.h"
+#include "base/Text.h"
+#include "base/spawn.h"
+#include "disks/DiskUtilityText.h"
+#include "mount/takeover/AutomaticTakeover.h"
+
+namespace halvercine::app {
+namespace {
+
+using mount::TakeoverEvent;
+using Kind = mount::TakeoverEventKind;
+
+std::string number(std::int64_t value) { return std::to_string(value); }
+
+/// What happened to a volume, behind its name.
+std::string whatHappened(const CommandContext& context, const TakeoverEvent& event) {
+  const auto limit = number(mount::MountRecoveryPolicy::attemptLimit);
+  const auto attempt = number(event.attempt.value_or(0));
+  switch (event.kind) {
+    case Kind::began:
+      if (!event.attempt) return context.text("ui.takeover.began");
+      return context.text("disk.ux.recovery.running", {attempt, limit});
+    case Kind::remounted:
+      return context.text("ui.takeover.remounted");
+    case Kind::confirmed:
+      return context.text("ui.takeover.confirmed");
+    case Kind::readOnly:
+      return context.text(event.cause ? mount::MountRecoveryPolicy::explanationKey(*event.cause)
+                                      : "ui.takeover.readonly");
+    case Kind::failed:
+      return context.text(disks::errorKey(event.toolText));
+    case Kind::aborted:
+      return context.text("ui.takeover.aborted");
+    case Kind::suppressed:
+      return context.text("ui.takeover.suppressed");
+    case Kind::waiting:
+      return context.text("ui.takeover.waiting",
+                          {attempt, limit, number(event.delay ? event.delay->count() : 0)});
+    case Kind::stopped:
+      return context.text("disk.ux.recovery.stopped");
+    case Kind::found:
+      return context.text("ui.takeover.found");
+    case Kind::restored:
+      return context.text("ui.takeover.restored");
+  }
+  return "";
+}
+
+std::string jsonLine(const CommandContext& context, const TakeoverEvent& event) {
+  boost::json::object line{{"format", jsonFormat},
+                           {"event", base::toJson(event.kind)},
+                           {"time", isoTime(context.platform.clock->now())},
+                           {"disk", event.bsdName},
+                           {"name", event.diskName},
+                           {"message", whatHappened(context, event)}};
+  if (event.attempt) line["attempt"] = *event.attempt;
+  if (event.delay) line["delay"] = event.delay->count();
+  if (event.cause) line["cause"] = base::toJson(*event.cause);
+  if (!event.toolText.empty()) line["toolText"] = event.toolText;
+  return base::repairedUtf8(base::serializeJson(line)) + '\n';
+}
+
+std::string textLine(const CommandContext& context, const TakeoverEvent& event) {
+  auto line = fmt::format("{}  {}  {}  {}", isoTime(context.platform.clock->now()), event.bsdName,
+                          base::displayText(event.diskName), whatHappened(context, event));
+  if (!event.toolText.empty()) line += " (" + base::displayText(event.toolText) + ")";
+  return line + '\n';
+}
+
+base::Task<void> finish(mount::AutomaticTakeover& takeover, bool& isFinished) {
+  co_await takeover.finish();
+  isFinished = true;
+}
+
+/// Lets what has been begun end well, unless the user interrupts a second time.
+void finish(const TakeoverParts& parts, mount::AutomaticTakeover& takeover,
+            const Lifetime& lifetime) {
+  auto& actor = parts.machine.actor();
+  const int interruptions = lifetime.interruptions();
+  bool isFinished = false;
+  base::TaskScope scope(actor, *parts.command.platform.systemLog);
+  scope.spawn("end of the takeover", finish(takeover, isFinished));
+  actor.runUntil([&] { return isFinished || lifetime.interruptions() > interruptions; });
+}
+
+}  // namespace
+
+Answer runCommand(const CommandContext& context, Machine& machine) {
+  const auto controllerLock = mount::TakeoverJournal(context.platform).takeControllerLock();
+  if (!controllerLock) {
+    return failure(context.options, ExitStatus::busy, "controller-running",
+                   context.text("ui.run.already"));
+  }
+  Lifetime lifetime(context, machine);
+  TakeoverParts parts(context, machine);
+  mount::AutomaticTakeover takeover(parts.context());
+  takeover.happened.connect([&](const TakeoverEvent& event) {
+    lifetime.print(context.options.json ? jsonLine(context, event) : textLine(context, event));
+  });
+  parts.monitor.disksChanged.connect([&] { parts.registry.forgetMounted(parts.monitor.disks()); });
+  if (!parts.monitor.start()) return arbitrationFailure(context);
+  takeover.start();
+  const auto status = lifetime.run();
+  finish(parts, takeover, lifetime);
+  return {status, "", ""};
+}
+
+}  // namespace halvercine::app

@@ -61,6 +61,8 @@ void addCommands(CLI::App& program, Options& options) {
   };
   add(Command::list, "List the disks and volumes");
   addDisk(add(Command::info, "Show everything that is known of one disk"), options);
+  addDisk(add(Command::explain, "Say why a disk is as it is, and what can be done about it"),
+          options);
   add(Command::watch, "Follow the disks as they come, change and go")
       ->add_option("--for", options.seconds, "End after so many seconds")
       ->option_text("SECONDS")
@@ -106,6 +108,8 @@ std::string_view commandName(Command command) {
       return "list";
     case Command::info:
       return "info";
+    case Command::explain:
+      return "explain";
     case Command::watch:
       return "watch";
     case Command::mount:

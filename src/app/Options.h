@@ -12,7 +12,7 @@
 
 namespace halvercine::app {
 
-enum class Command { list, info, watch, mount, unmount, occupants, drivers, version };
+enum class Command { list, info, explain, watch, mount, unmount, occupants, drivers, version };
 
 /// What the user asked for.
 struct Options {

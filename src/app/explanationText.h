@@ -16,7 +16,8 @@ namespace halvercine::app {
 std::string explanationText(const mount::Explanation& explanation,
                             const base::Localization& localization, const Terminal& terminal);
 
-/// "disk" (its BSD name), "state", "recovery", "headline" and the three sections: "evidence", "program" and "next".
+/// "disk" (its BSD name), "state", "recovery", "headline" and the three sections: "evidence",
+/// "program" and "next".
 boost::json::object explanationJson(const std::string& bsdName,
                                     const mount::Explanation& explanation,
                                     const base::Localization& localization);

@@ -11,9 +11,9 @@ namespace halvercine::base {
 
 /// A localization key with the arguments of its text.
 struct LocalizedText {
-  std::string_view key;  ///< lives as long as the program
+  std::string_view key;                  ///< lives as long as the program
   std::vector<std::string> arguments{};  ///< "{0}" and so on
-  std::vector<LocalizedText> texts{};  ///< further arguments, to be looked up themselves
+  std::vector<LocalizedText> texts{};    ///< further arguments, to be looked up themselves
 
   std::string in(const Localization& localization) const {
     auto all = arguments;

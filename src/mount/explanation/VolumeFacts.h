@@ -30,9 +30,9 @@ struct TakeoverFacts {
   bool isWorking = false;      ///< it is unmounting and mounting the volume now
   std::optional<int> attempt;  ///< attempts made, out of `MountRecoveryPolicy::attemptLimit`
   std::optional<platform::WallTime> nextAttempt;
-  bool stopped = false;        ///< all attempts are made
-  bool awaitsRemount = false;  ///< it has unmounted the volume and is to mount it again
-  std::optional<std::string> lastError;       ///< the disk tool's words when it last failed
+  bool stopped = false;                  ///< all attempts are made
+  bool awaitsRemount = false;            ///< it has unmounted the volume and is to mount it again
+  std::optional<std::string> lastError;  ///< the disk tool's words when it last failed
   std::optional<std::string> skippedBecause;  ///< why it last held back
 };
 

@@ -18,7 +18,7 @@ VolumeState lockedState(const VolumeFacts& facts) {
   if (bitLocker.state == "error") return VolumeState::bitLockerError;
   const bool failed = bitLocker.state == "unlockFailed";
   // Any other word of the module's is no answer yet.
-  if (!failed && bitLocker.state != "locked") return VolumeState::bitLockerUnlocking;
+  if (!failed && bitLocker.state != "locked") return VolumeState::bitLockerUndecided;
   if (bitLocker.tpmOnly) return VolumeState::bitLockerTpmOnly;
   if (failed) return VolumeState::bitLockerUnlockFailed;
   const bool canBeOpened = bitLocker.hasPasswordProtector || bitLocker.hasRecoveryProtector ||

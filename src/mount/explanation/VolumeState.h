@@ -22,6 +22,7 @@ enum class VolumeState {
   interruptedCreation,
   // Encrypted, and not open.
   bitLockerLocked,
+  bitLockerUndecided,
   bitLockerUnlocking,
   bitLockerUnlockFailed,
   bitLockerUnsupported,
@@ -59,15 +60,15 @@ enum class VolumeState {
 };
 BOOST_DESCRIBE_ENUM(VolumeState, gone, replaced, unlisted, wholeDisk, otherFileSystem,
                     unknownFileSystem, destructiveJob, interruptedCreation, bitLockerLocked,
-                    bitLockerUnlocking, bitLockerUnlockFailed, bitLockerUnsupported,
-                    bitLockerError, bitLockerTpmOnly, bitLockerNoProtector, bitLockerUnlocked,
-                    writable, writableUnconfirmed, writableStaleReport, writableContradicted,
-                    writableOtherDriver, readOnlyHardware, readOnlyResource, readOnlyRequested,
-                    readOnlyProtected, readOnlyOpenFailed, readOnlyEndOfWrite, readOnlyUnknown,
-                    readOnlyStaleReport, readOnlySystemDriver, readOnlyOtherDriver,
-                    unmountedChecking, unmountedForRemount, unmountedRemountFailed,
-                    unmountedByUser, unmountedThirdParty, unmountedMismatch, unmountedNeedsCheck,
-                    unmountedHeld, unmounted)
+                    bitLockerUndecided, bitLockerUnlocking, bitLockerUnlockFailed,
+                    bitLockerUnsupported, bitLockerError, bitLockerTpmOnly, bitLockerNoProtector,
+                    bitLockerUnlocked, writable, writableUnconfirmed, writableStaleReport,
+                    writableContradicted, writableOtherDriver, readOnlyHardware, readOnlyResource,
+                    readOnlyRequested, readOnlyProtected, readOnlyOpenFailed, readOnlyEndOfWrite,
+                    readOnlyUnknown, readOnlyStaleReport, readOnlySystemDriver, readOnlyOtherDriver,
+                    unmountedChecking, unmountedForRemount, unmountedRemountFailed, unmountedByUser,
+                    unmountedThirdParty, unmountedMismatch, unmountedNeedsCheck, unmountedHeld,
+                    unmounted)
 
 /// What becomes of the volume without anybody's doing.
 enum class Recovery {

@@ -39,15 +39,18 @@ std::optional<LocalizedText> recoveryText(const VolumeFacts& facts, VolumeState 
   return std::nullopt;
 }
 
-/// What the program does where nothing is to be mounted again.
+/// What the program does where nothing is to be mounted again; empty where the answer has said it.
 std::string_view plainActionKey(VolumeState state) {
+  if (state <= VolumeState::otherFileSystem) return "";
   if (state == VolumeState::writable) return "explain.program.fine";
   if (isWritableState(state)) {
     return state == VolumeState::writableOtherDriver ? "explain.program.leaves"
                                                      : "explain.program.confirms";
   }
   if (state == VolumeState::destructiveJob) return "explain.program.suppressed";
-  if (state == VolumeState::bitLockerUnlocking) return "explain.program.unlocking";
+  if (state == VolumeState::bitLockerUnlocking || state == VolumeState::bitLockerUndecided) {
+    return "explain.program.unlocking";
+  }
   if (state == VolumeState::bitLockerLocked || state == VolumeState::bitLockerUnlockFailed) {
     return "explain.program.needsyou";
   }
@@ -78,6 +81,8 @@ class Steps {
   Steps& closePrograms() {
     return facts_.holders && !facts_.holders->empty() ? say("explain.step.close") : *this;
   }
+  /// Whatever else is done, it does not help as long as the medium is protected.
+  Steps& protection() { return facts_.mediaWritable == false ? say("explain.step.switch") : *this; }
   Steps& replug() { return say("explain.step.replug"); }
   Steps& check() { return say("explain.step.check"); }
 
@@ -127,6 +132,7 @@ Steps& addSteps(Steps& steps, VolumeState state, Recovery recovery) {
       return steps.say("explain.step.startover");
     case VolumeState::bitLockerLocked:
       return steps.say("explain.step.unlock");
+    case VolumeState::bitLockerUndecided:
     case VolumeState::bitLockerUnlocking:
     case VolumeState::writableUnconfirmed:
       return steps.askAgain("explain.step.asklater");
@@ -158,7 +164,7 @@ Steps& addSteps(Steps& steps, VolumeState state, Recovery recovery) {
     case VolumeState::readOnlyOtherDriver:
       return steps.otherDriver().takeover(recovery);
     case VolumeState::readOnlyRequested:
-      return steps.closePrograms().remount("explain.step.remountwritable");
+      return steps.protection().closePrograms().remount("explain.step.remountwritable");
     case VolumeState::readOnlyProtected:
       return steps.say("explain.step.windows").check().say("explain.step.thenreplug");
     case VolumeState::readOnlyOpenFailed:
@@ -186,10 +192,10 @@ Steps& addSteps(Steps& steps, VolumeState state, Recovery recovery) {
 
 std::vector<LocalizedText> programActions(const VolumeFacts& facts, VolumeState state,
                                           Recovery recovery) {
-  std::vector<LocalizedText> actions;
-  actions.push_back(recoveryText(facts, state, recovery)
-                        .value_or(LocalizedText{plainActionKey(state)}));
-  return actions;
+  if (auto text = recoveryText(facts, state, recovery)) return {std::move(*text)};
+  const auto key = plainActionKey(state);
+  if (key.empty()) return {};
+  return {LocalizedText{key}};
 }
 
 std::vector<Step> nextSteps(const VolumeFacts& facts, VolumeState state, Recovery recovery) {

@@ -122,7 +122,10 @@ class Lines {
     if (facts_.holders->empty()) return add("explain.fact.holders.none");
     for (const auto& holder : *facts_.holders) {
       const auto pid = std::to_string(holder.pid);
-      if (holder.command.empty()) {
+      if (!facts_.disk.isMounted) {
+        const auto name = holder.command.empty() ? pid : holder.command;
+        add("explain.fact.holder.device", {pid, name});
+      } else if (holder.command.empty()) {
         add("explain.fact.holder.unnamed", {pid, holder.path});
       } else {
         add("explain.fact.holder", {pid, holder.command, holder.path});
@@ -151,8 +154,8 @@ class Lines {
     if (takeover.isWorking) add("explain.fact.takeover.working");
     if (takeover.awaitsRemount) add("explain.fact.takeover.remount");
     if (takeover.attempt) {
-      add("explain.fact.takeover.attempts", {std::to_string(*takeover.attempt),
-                                             std::to_string(MountRecoveryPolicy::attemptLimit)});
+      add("explain.fact.takeover.attempts",
+          {std::to_string(*takeover.attempt), std::to_string(MountRecoveryPolicy::attemptLimit)});
     }
     if (takeover.nextAttempt) {
       const auto left = std::chrono::duration<double>(*takeover.nextAttempt - facts_.now).count();

@@ -25,6 +25,8 @@ std::string_view headlineKey(VolumeState state) {
       return "explain.state.interruptedcreation";
     case VolumeState::bitLockerLocked:
       return "explain.state.bitlockerlocked";
+    case VolumeState::bitLockerUndecided:
+      return "explain.state.bitlockerundecided";
     case VolumeState::bitLockerUnlocking:
       return "explain.state.bitlockerunlocking";
     case VolumeState::bitLockerUnlockFailed:

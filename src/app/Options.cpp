@@ -85,6 +85,8 @@ void addCommands(CLI::App& program, Options& options) {
   };
   add(Command::list, "List the disks and volumes");
   addDisk(add(Command::info, "Show everything that is known of one disk"), options);
+  addDisk(add(Command::explain, "Say why a disk is as it is, and what can be done about it"),
+          options);
   addDuration(add(Command::watch, "Follow the disks as they come, change and go"), options);
   addDuration(add(Command::run, "Stay, and make read-only NTFS volumes writable as they come"),
               options);
@@ -132,6 +134,8 @@ std::string_view commandName(Command command) {
       return "list";
     case Command::info:
       return "info";
+    case Command::explain:
+      return "explain";
     case Command::watch:
       return "watch";
     case Command::run:

@@ -15,6 +15,7 @@ namespace halvercine::app {
 enum class Command {
   list,
   info,
+  explain,
   watch,
   run,
   mount,

@@ -35,6 +35,7 @@ Answer arbitrationFailure(const CommandContext& context);
 
 Answer listCommand(const CommandContext& context);
 Answer infoCommand(const CommandContext& context, Machine& machine);
+Answer explainCommand(const CommandContext& context, Machine& machine);
 Answer mountCommand(const CommandContext& context, Machine& machine);
 Answer unmountCommand(const CommandContext& context, Machine& machine);
 Answer occupantsCommand(const CommandContext& context, Machine& machine);

@@ -27,6 +27,8 @@ Answer runOn(Machine& machine, const Options& options) {
       return listCommand(context);
     case Command::info:
       return infoCommand(context, machine);
+    case Command::explain:
+      return explainCommand(context, machine);
     case Command::watch:
       return watchCommand(context, machine);
     case Command::mount:

@@ -5,6 +5,7 @@
 
 #include <boost/json/array.hpp>
 
+#include "base/BsdName.h"
 #include "base/Json.h"
 #include "base/Text.h"
 #include "disks/DiskUtilityText.h"
@@ -35,7 +36,11 @@ base::Task<std::vector<Occupant>> findHolders(const disks::DiskUtility& utility,
     paths.push_back(*disk.mountPath);
     co_return co_await utility.volumeOccupants(std::move(paths));
   }
-  co_return co_await utility.deviceHolders(disk.id);
+  auto holders = co_await utility.deviceHolders(disk.id);
+  for (auto& holder : holders) {
+    if (holder.path.empty()) holder.path = base::devicePath(disk.id);
+  }
+  co_return holders;
 }
 
 std::string holderLine(const CommandContext& context, const Occupant& holder) {

@@ -9,12 +9,12 @@ std::optional<base::LocalizedText> UnmountReason::text() const {
     case Case::mismatch:
       return base::LocalizedText{"disk.unmounted.reason.mismatch", {detail}};
     case Case::checking:
-      return base::LocalizedText{"disk.unmounted.reason.checking", {}};
+      return base::LocalizedText{"disk.unmounted.reason.checking"};
     case Case::interruptedCreation:
       // On purpose the text of an encryption that the user cancelled: it is the same to do.
-      return base::LocalizedText{"ui.encrypt.cancelled", {}};
+      return base::LocalizedText{"ui.encrypt.cancelled"};
     case Case::needsCheck:
-      return base::LocalizedText{"disk.unmounted.reason.needscheck", {}};
+      return base::LocalizedText{"disk.unmounted.reason.needscheck"};
     case Case::unknown:
       break;
   }

@@ -26,7 +26,7 @@ TakeoverSequence TakeoverSequence::resumed(SessionNtfsIdentity identity) {
   return sequence;
 }
 
-TakeoverStep TakeoverSequence::next(const TakeoverFacts& facts) {
+TakeoverStep TakeoverSequence::next(const SequenceFacts& facts) {
   switch (stage_) {
     case Stage::gates:
       return passGates(facts);
@@ -42,11 +42,11 @@ TakeoverStep TakeoverSequence::next(const TakeoverFacts& facts) {
   return {};
 }
 
-bool TakeoverSequence::isSame(const TakeoverFacts& facts) const {
+bool TakeoverSequence::isSame(const SequenceFacts& facts) const {
   return facts.isListed && facts.identity && isSameVolume(*facts.identity, *identity_);
 }
 
-TakeoverStep TakeoverSequence::passGates(const TakeoverFacts& facts) {
+TakeoverStep TakeoverSequence::passGates(const SequenceFacts& facts) {
   if (!facts.gate.isOpen()) {
     return end(TakeoverEnd::notEligible,
                fmt::format("跳过（资格门未过 recovery={}）", facts.gate.description()));
@@ -62,7 +62,7 @@ TakeoverStep TakeoverSequence::passGates(const TakeoverFacts& facts) {
   return {Kind::look, {}, {}};
 }
 
-TakeoverStep TakeoverSequence::recheck(const TakeoverFacts& facts) {
+TakeoverStep TakeoverSequence::recheck(const SequenceFacts& facts) {
   if (!facts.isListed) return end(TakeoverEnd::vanished, "复核中止（磁盘快照消失）");
   if (!isSame(facts)) return end(TakeoverEnd::deviceChanged, "复核中止（设备身份已变）");
   if (facts.isDestructive) return end(TakeoverEnd::destructiveOperation);
@@ -74,7 +74,7 @@ TakeoverStep TakeoverSequence::recheck(const TakeoverFacts& facts) {
   return {Kind::unmount, {}, {}};
 }
 
-TakeoverStep TakeoverSequence::afterUnmount(const TakeoverFacts& facts) {
+TakeoverStep TakeoverSequence::afterUnmount(const SequenceFacts& facts) {
   if (!isSame(facts)) {
     return end(TakeoverEnd::deviceChangedAfterUnmount, "卸载后中止（设备身份已变）");
   }
@@ -85,7 +85,7 @@ TakeoverStep TakeoverSequence::afterUnmount(const TakeoverFacts& facts) {
   return guardTicket(facts);
 }
 
-TakeoverStep TakeoverSequence::beforeRemount(const TakeoverFacts& facts) {
+TakeoverStep TakeoverSequence::beforeRemount(const SequenceFacts& facts) {
   if (!isSame(facts)) {
     return end(TakeoverEnd::deviceChangedAfterUnmount, "卸载后中止（设备身份已变）");
   }
@@ -94,7 +94,7 @@ TakeoverStep TakeoverSequence::beforeRemount(const TakeoverFacts& facts) {
   return guardTicket(facts);
 }
 
-TakeoverStep TakeoverSequence::guardTicket(const TakeoverFacts& facts) {
+TakeoverStep TakeoverSequence::guardTicket(const SequenceFacts& facts) {
   if (!facts.isTicketValid || facts.isDestructive || facts.isRepairingAuthorization ||
       facts.isUnmountedByUser) {
     return end(TakeoverEnd::ticketRefused,
@@ -107,7 +107,7 @@ TakeoverStep TakeoverSequence::guardTicket(const TakeoverFacts& facts) {
   return {Kind::mount, {}, {}};
 }
 
-TakeoverStep TakeoverSequence::afterMount(const TakeoverFacts& facts) const {
+TakeoverStep TakeoverSequence::afterMount(const SequenceFacts& facts) const {
   if (!isSame(facts)) {
     return end(TakeoverEnd::deviceChangedAfterUnmount, "卸载后中止（设备身份已变）");
   }

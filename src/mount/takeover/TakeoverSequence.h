@@ -13,7 +13,7 @@
 namespace halvercine::mount {
 
 /// What is known when the next step is asked for. Everything is looked up anew each time.
-struct TakeoverFacts {
+struct SequenceFacts {
   bool isListed = false;  ///< the list of disks has the BSD name
   /// What has the BSD name now; nothing when the identity of its medium cannot be read.
   std::optional<SessionNtfsIdentity> identity;
@@ -83,7 +83,7 @@ class TakeoverSequence {
   static TakeoverSequence resumed(SessionNtfsIdentity identity);
 
   /// Not asked again after `Kind::end`.
-  TakeoverStep next(const TakeoverFacts& facts);
+  TakeoverStep next(const SequenceFacts& facts);
 
   /// The volume that this is about; set by the gates.
   const std::optional<SessionNtfsIdentity>& identity() const { return identity_; }
@@ -91,13 +91,13 @@ class TakeoverSequence {
  private:
   enum class Stage { gates, recheck, unmounted, remount, mounted };
 
-  TakeoverStep passGates(const TakeoverFacts& facts);
-  TakeoverStep recheck(const TakeoverFacts& facts);
-  TakeoverStep afterUnmount(const TakeoverFacts& facts);
-  TakeoverStep beforeRemount(const TakeoverFacts& facts);
-  TakeoverStep guardTicket(const TakeoverFacts& facts);
-  TakeoverStep afterMount(const TakeoverFacts& facts) const;
-  bool isSame(const TakeoverFacts& facts) const;
+  TakeoverStep passGates(const SequenceFacts& facts);
+  TakeoverStep recheck(const SequenceFacts& facts);
+  TakeoverStep afterUnmount(const SequenceFacts& facts);
+  TakeoverStep beforeRemount(const SequenceFacts& facts);
+  TakeoverStep guardTicket(const SequenceFacts& facts);
+  TakeoverStep afterMount(const SequenceFacts& facts) const;
+  bool isSame(const SequenceFacts& facts) const;
 
   Stage stage_ = Stage::gates;
   std::optional<SessionNtfsIdentity> identity_;

@@ -117,8 +117,8 @@ base::Task<void> VolumeTakeover::mount(std::shared_ptr<Run> run) {
   context_.monitor.refresh();
 }
 
-TakeoverFacts VolumeTakeover::factsFor(Run& run) {
-  TakeoverFacts facts;
+SequenceFacts VolumeTakeover::factsFor(Run& run) {
+  SequenceFacts facts;
   if (const auto* disk = context_.monitor.find(run.bsdName)) {
     facts.isListed = true;
     facts.gate = gateOf(*disk);
@@ -186,6 +186,8 @@ TakeoverResult VolumeTakeover::finished(Run& run, TakeoverEnd end) {
   if (end == TakeoverEnd::mountFailed) {
     const auto reason = context_.localization.text(disks::errorKey(run.toolText));
     addToLog("remount", "log.remount.failed", name, reason);
+  }
+  if (end == TakeoverEnd::mountFailed || end == TakeoverEnd::unmountFailed) {
     recordFailure(run.bsdName, name, run.toolText);
   }
   if (end == TakeoverEnd::destructiveOperation) {

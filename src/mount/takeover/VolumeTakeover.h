@@ -135,7 +135,7 @@ class VolumeTakeover {
   base::Task<TakeoverResult> drive(std::shared_ptr<Run> run);
   base::Task<void> unmount(std::shared_ptr<Run> run);
   base::Task<void> mount(std::shared_ptr<Run> run);
-  TakeoverFacts factsFor(Run& run);
+  SequenceFacts factsFor(Run& run);
   TakeoverResult finished(Run& run, TakeoverEnd end);
   void hold(Run& run);
   bool issueTicket(Run& run);

@@ -25,6 +25,7 @@ struct Request {
   std::optional<std::string> fields;  ///< of -F
   bool terse = false;
   bool wholeFileSystems = false;
+  bool plainFiles = false;  ///< -f: a device that is mounted stands for itself alone
   std::vector<Name> names;
   std::string fault;
 };
@@ -56,6 +57,8 @@ Request parse(const std::vector<std::string>& arguments) {
       request.terse = true;
     } else if (argument == "+f") {
       request.wholeFileSystems = true;
+    } else if (argument == "-f") {
+      request.plainFiles = true;
     } else if (argument == "+D" && i + 1 < arguments.size()) {
       request.names.push_back({arguments[++i], true});
     } else if (std::ranges::count(withoutEffect, argument) == 0) {
@@ -138,6 +141,7 @@ class Listing {
   bool covers(const Name& name, const std::string& path) const {
     if (name.isTree) return isAtOrBelow(path, name.path);
     if (path == name.path) return true;
+    if (request_.plainFiles) return false;
     if (const auto disk = diskOf(name.path); disk && name.path == base::devicePath(*disk)) {
       const auto view = machine_.look(*disk);
       return view && view->mountPath && isAtOrBelow(path, *view->mountPath);

@@ -11,15 +11,15 @@ const SessionNtfsIdentity ours{7, "UUID-1", 1000};
 
 /// A machine with one volume, as far as a takeover is concerned.
 struct World {
-  TakeoverFacts facts = mountedReadOnly();
+  SequenceFacts facts = mountedReadOnly();
   bool isOurs = true;      // the BSD name belongs to the volume that we began with
   bool hasUuid = true;     // that volume had a UUID when we began: it can be told from others
   bool touched = false;    // another device was unmounted or mounted
   bool unmounted = false;  // by us, and not mounted since
   bool destroyed = false;  // something was done during a job that destroys data
 
-  static TakeoverFacts mountedReadOnly() {
-    TakeoverFacts facts;
+  static SequenceFacts mountedReadOnly() {
+    SequenceFacts facts;
     facts.isListed = true;
     facts.identity = ours;
     facts.gate.isNtfs = true;

@@ -87,6 +87,8 @@ TEST(SimulatedLsof, listsWhatIsOpenInFieldForm) {
       {{"-F", "pc", "--", "/etc/hosts"}, "0 p9\ncfsck\n"},
       {{"-nP", "-Fpcn", "/dev/rdisk4s3", "/dev/disk4s3"}, "1 p9\ncfsck\nf4\nn/dev/rdisk4s3\n"},
       {{"-t", "/dev/disk4s1"}, "0 12\n"},
+      {{"-t", "-f", "--", "/dev/disk4s1"}, "1 "},
+      {{"-t", "-f", "--", "/dev/rdisk4s3"}, "0 9\n"},
       {{"-Fpc", "+f", "--", "/Volumes/Data"}, "0 p12\ncA\\x20B\n"},
       {{"-Fpc", "--", "/Volumes/Data"}, "1 "},
       {{"-Fp", "+D", "/Volumes/Dat"},

@@ -1,3 +1,5 @@
+#include <memory>
+
 #include <boost/json/object.hpp>
 #include <fmt/format.h>
 
@@ -10,6 +12,11 @@
 #include "base/spawn.h"
 #include "disks/DiskUtilityText.h"
 #include "mount/takeover/AutomaticTakeover.h"
+#include "mount/takeover/ReportCaretaker.h"
+#ifdef __linux__
+#include "platform/linux/diskutil/MountDirectory.h"
+#include "platform/linux/diskutil/accessReport.h"
+#endif
 
 namespace halvercine::app {
 namespace {
@@ -90,6 +97,23 @@ void finish(const TakeoverParts& parts, mount::AutomaticTakeover& takeover,
   actor.runUntil([&] { return isFinished || lifetime.interruptions() > interruptions; });
 }
 
+/// For the machine that has no module; null elsewhere.
+std::unique_ptr<mount::ReportCaretaker> reportCaretaker(const CommandContext& context,
+                                                        const disks::DiskMonitor& monitor) {
+#ifdef __linux__
+  if (context.options.scenario) return nullptr;
+  const auto isToolsMount = [](const disks::Disk& disk) {
+    const auto id = platform::gnulinux::parseBsdName(disk.id);
+    const auto folder = id ? platform::gnulinux::MountDirectory::find(*id) : std::nullopt;
+    return folder && folder->path() == disk.mountPath;
+  };
+  return std::make_unique<mount::ReportCaretaker>(
+      context.platform, monitor, std::string(platform::gnulinux::diskToolOwner), isToolsMount);
+#else
+  return nullptr;
+#endif
+}
+
 }  // namespace
 
 Answer runCommand(const CommandContext& context, Machine& machine) {
@@ -106,6 +130,7 @@ Answer runCommand(const CommandContext& context, Machine& machine) {
   });
   parts.monitor.disksChanged.connect([&] { parts.registry.forgetMounted(parts.monitor.disks()); });
   if (!parts.monitor.start()) return arbitrationFailure(context);
+  const auto caretaker = reportCaretaker(context, parts.monitor);
   takeover.start();
   const auto status = lifetime.run();
   finish(parts, takeover, lifetime);

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -114,6 +115,47 @@ TEST_F(RealMountTest, MountsSaysWhoIsInTheWayAndUnmounts) {
   const auto readOnly = tests::runProgram({"mount", "--read-only", node(), "--json"});
   const auto disk = base::parseJson(readOnly.output).value().at_pointer("/result/disk");
   EXPECT_EQ(disk.at("readOnly").at("cause").as_string(), "requested");
+}
+
+/// The end of the controller waits for what it has begun.
+TEST_F(RealMountTest, VolumeMountedReadOnlyByHandBecomesWritable) {
+  ASSERT_TRUE(device_.mount(node(), "ro"));
+  const auto run = tests::runProgram({"run", "--for", "0.01"});
+  EXPECT_EQ(run.status, 0) << run.errors;
+  EXPECT_NE(run.output.find("Writable."), std::string::npos) << run.output;
+  auto record = recordOf(node());
+  ASSERT_TRUE(record && record->at("isWritable").as_bool());
+  const auto file = [&] { return std::string(record->at("mountPath").as_string()) + "/file"; };
+  std::ofstream(file()) << "kept";
+  ASSERT_EQ(tests::runProgram({"unmount", node()}).status, 0);
+  ASSERT_EQ(tests::runProgram({"mount", node()}).status, 0);
+  record = recordOf(node());
+  std::string kept;
+  std::ifstream(file()) >> kept;
+  EXPECT_EQ(kept, "kept");
+  const auto log = tests::runProgram({"log", "show"}).output;
+  EXPECT_NE(log.find("[takeover] Writable again（Held open）"), std::string::npos) << log;
+  EXPECT_EQ(tests::runProgram({"takeover", node()}).status, 0) << "writable already";
+}
+
+TEST_F(RealMountTest, HibernatedVolumeStaysReadOnlyForTheRightReason) {
+  ASSERT_EQ(tests::runProgram({"mount", node()}).status, 0);
+  auto record = recordOf(node());
+  std::ofstream(std::string(record->at("mountPath").as_string()) + "/hiberfil.sys")
+      << "hibr" << std::string(8192, '\0');
+  ASSERT_EQ(tests::runProgram({"unmount", node()}).status, 0);
+  ASSERT_TRUE(device_.mount(node(), "ro"));
+
+  const auto run = tests::runProgram({"run", "--for", "0.01", "--json"});
+  EXPECT_NE(run.output.find(R"("event":"readOnly")"), std::string::npos) << run.output;
+  EXPECT_EQ(run.output.find(R"("event":"waiting")"), std::string::npos) << run.output;
+  record = recordOf(node());
+  EXPECT_TRUE(record->at("isMounted").as_bool());
+  EXPECT_EQ(record->at_pointer("/readOnly/cause").as_string(), "protectedVolume");
+  const auto takeover = tests::runProgram({"takeover", node(), "--json"});
+  EXPECT_EQ(takeover.status, 1);
+  EXPECT_EQ(base::parseJson(takeover.output).value().at_pointer("/error/id").as_string(),
+            "read-only");
 }
 
 }  // namespace

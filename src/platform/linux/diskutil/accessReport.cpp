@@ -22,8 +22,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Milliseconds limit = 5s;
-constexpr int lockAttempts = 40;
-constexpr auto lockPause = 50ms;
+constexpr auto lockPatience = 2s;
 
 // As the user whose folders these are: files of root in them would be in that user's way, and root
 // shall not follow where the user's links lead.
@@ -47,20 +46,13 @@ std::optional<std::filesystem::path> reportPath(const BlockDevice& device) {
   return *container / ("mount-access-" + bsdName(device.id) + ".json");
 }
 
-// Others hold the lock for moments only.
-std::optional<base::FileLock> lock(const std::filesystem::path& report) {
-  for (int attempt = 0; attempt < lockAttempts; ++attempt) {
-    if (auto taken = base::FileLock::tryTake(report.string() + ".lock")) return taken;
-    ::usleep(std::chrono::microseconds(lockPause).count());
-  }
-  return std::nullopt;
-}
-
 bool withReport(const BlockDevice& device,
                 const std::function<bool(const std::filesystem::path&)>& work) {
   const auto whole = [&] {
     const auto path = reportPath(device);
-    const auto held = path ? lock(*path) : std::nullopt;
+    // Others hold the lock for moments only.
+    const auto held =
+        path ? base::FileLock::take(path->string() + ".lock", lockPatience) : std::nullopt;
     return held && work(*path) ? 0 : 1;
   };
   return runApart(whole, limit) == 0;
@@ -75,7 +67,8 @@ std::string bootSession() {
 
 bool writeAccessReport(const BlockDevice& device, AccessReason reason) {
   const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
-  const AccessReport report{device.id.entryId(), bootSession(), now.count(), reason};
+  const AccessReport report{device.id.entryId(), bootSession(), now.count(), reason,
+                            std::string(diskToolOwner)};
   return withReport(device, [&](const std::filesystem::path& path) {
     return !base::replacePrivateFile(path, base::encodeJson(report));
   });

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include <boost/describe.hpp>
 
@@ -19,14 +20,19 @@ enum class AccessReason {
 };
 BOOST_DESCRIBE_ENUM(AccessReason, readWrite, requested, deviceProtected, unsafeVolume, openFailed)
 
-/// The file's content. It has no owner: no process stays behind that could keep it fresh.
+/// Owner of all reports of this tool. It does not stay to keep them fresh: the resident controller
+/// does, by this name.
+inline constexpr std::string_view diskToolOwner = "7B0F1C52-3D8E-4E0B-9B7A-51D6A0C2F4E9";
+
+/// The file's content.
 struct AccessReport {
   std::uint64_t deviceID = 0;
   std::string bootSession;
   double timestamp = 0;
   AccessReason reason = AccessReason::readWrite;
+  std::string ownerID;
 };
-BOOST_DESCRIBE_STRUCT(AccessReport, (), (deviceID, bootSession, timestamp, reason))
+BOOST_DESCRIBE_STRUCT(AccessReport, (), (deviceID, bootSession, timestamp, reason, ownerID))
 
 /// Writes the report of a partition into the shared container of the environment's user. Whoever
 /// owns that user's folders owns the file: it is written with their rights. Whether it was written.

@@ -32,9 +32,9 @@ struct Options {
   bool force = false;              ///< of `unmount` and `log export`
   LogAction logAction = LogAction::show;
   std::string file = "Tarnwel-operation-log.txt";  ///< of `log export`; "-" is standard output
-  bool yes = false;                ///< of `log clear`: it is agreed to already
-  std::optional<double> seconds;   ///< of `watch`: how long, without an end if absent
-  bool fast = false;               ///< simulated time passes as fast as it can
+  bool yes = false;                                ///< of `log clear`: it is agreed to already
+  std::optional<double> seconds;  ///< of `watch`: how long, without an end if absent
+  bool fast = false;              ///< simulated time passes as fast as it can
 
   /// Commands that answer at once need no real time on a simulated Mac; those that people follow
   /// do.

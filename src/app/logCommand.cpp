@@ -65,8 +65,8 @@ Answer exportFailure(const CommandContext& context, std::error_code error) {
     return failure(context.options, ExitStatus::failed, "file-exists",
                    context.text("ui.log.export.exists", {name}));
   }
-  const auto reason = error == std::errc::not_supported ? context.text("ui.log.export.notafile")
-                                                        : error.message();
+  const auto reason =
+      error == std::errc::not_supported ? context.text("ui.log.export.notafile") : error.message();
   return failure(context.options, statusOf(error), "export-failed",
                  context.text("ui.log.export.failed", {name, reason}));
 }
@@ -80,8 +80,7 @@ Answer exportTo(const CommandContext& context, const OperationLog& log) {
   const auto& file = context.options.file;
   const auto text = log.exportText();
   if (file == "-") return exportToOutput(context, text);
-  const auto error =
-      context.options.force ? writeOverFile(file, text) : writeNewFile(file, text);
+  const auto error = context.options.force ? writeOverFile(file, text) : writeNewFile(file, text);
   if (error) return exportFailure(context, error);
   if (context.options.json) {
     return jsonAnswer(context.options, {{"file", file}, {"entries", log.entries().size()}});

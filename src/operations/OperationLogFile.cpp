@@ -98,7 +98,8 @@ OperationLogFile::OperationLogFile(std::filesystem::path url,
                                    std::chrono::milliseconds lockPatience)
     : url_(std::move(url)), lockPath_(url_.string() + ".lock"), lockPatience_(lockPatience) {}
 
-std::optional<OperationLogFile> OperationLogFile::prepare(platform::Containers& containers, std::chrono::milliseconds lockPatience) {
+std::optional<OperationLogFile> OperationLogFile::prepare(platform::Containers& containers,
+                                                          std::chrono::milliseconds lockPatience) {
   const auto support = containers.applicationSupport();
   if (!support) return std::nullopt;
   const auto folder = *support / "Halvercine";

@@ -5,11 +5,11 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <vector>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "base/VirtualClock.h"
 #include "operations/OperationLog.h"

@@ -112,7 +112,8 @@ TEST_F(OperationLogTest, theNewest2000AreKept) {
   ASSERT_EQ(kept.size(), 2000u);
   EXPECT_EQ(kept.front(), "2");
   EXPECT_EQ(kept.back(), "2001");
-  EXPECT_EQ(std::count(text().begin(), text().end(), '\n'), 2000);
+  const auto whole = text();
+  EXPECT_EQ(std::count(whole.begin(), whole.end(), '\n'), 2000);
   EXPECT_EQ(messages(log), std::vector(kept.rbegin(), kept.rend()));
   EXPECT_EQ(modeOf(path), 0600u);
   write(lines(2500));
@@ -189,6 +190,16 @@ TEST_F(OperationLogTest, withoutTheLockEntriesAreAddedAndTheTrimWaits) {
   }
   log.add("check", "c");
   EXPECT_THAT(stored(), ElementsAre("c")) << "the clearing is made up for";
+}
+
+TEST_F(OperationLogTest, aLineThatComesWithoutTheLockDuringARewriteIsCarriedOver) {
+  write(lines(3) + "{\"cut");
+  const auto file = OperationLogFile::prepare(containers, std::chrono::milliseconds(0));
+  const auto content = file->read(OperationLog::limit);
+  ASSERT_TRUE(file->append(line(4, "late") + "\n", false));
+  ASSERT_TRUE(file->replace(lines(2), content.state));
+  EXPECT_THAT(stored(), ElementsAre("1", "2", "late"));
+  EXPECT_EQ(modeOf(path), 0600u);
 }
 
 TEST_F(OperationLogTest, whatIsNoRegularFileIsNeitherReadNorFollowedButReplaced) {

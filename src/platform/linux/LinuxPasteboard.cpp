@@ -43,8 +43,9 @@ std::optional<std::string> findProgram(const std::string& name) {
   const char* const path = std::getenv("PATH");
   std::istringstream folders(path != nullptr ? path : "");
   for (std::string folder; std::getline(folders, folder, ':');) {
-    auto file = folder + "/" + name;
-    if (folder.starts_with('/') && ::access(file.c_str(), X_OK) == 0) return file;
+    if (!folder.starts_with('/')) continue;
+    folder.append("/").append(name);
+    if (::access(folder.c_str(), X_OK) == 0) return folder;
   }
   return std::nullopt;
 }

@@ -2,6 +2,7 @@
 
 #include "bitlocker/interrupted/InterruptedCreationStore.h"
 #include "mount/MountAccessReportStore.h"
+#include "mount/takeover/TakeoverJournal.h"
 
 namespace halvercine::app {
 namespace {
@@ -15,12 +16,30 @@ bool wasFoundUnsafe(const disks::Disk& disk, const platform::Platform& platform)
   return report && report->reason == mount::ReadOnlyReason::unsafeVolume;
 }
 
+/// The name of the volume that the program itself unmounted under this BSD name, if this is another
+/// one.
+std::optional<std::string> replacedVolume(const disks::Disk& disk,
+                                          const platform::Platform& platform) {
+  const auto deviceId = mount::deviceId(*platform.mediaRegistry, disk.id);
+  if (!deviceId) return std::nullopt;
+  const auto identity = mount::identityOf(disk, *deviceId);
+  for (const auto& recovery : mount::TakeoverJournal(platform).read().recoveries) {
+    if (recovery.bsdName == disk.id && !mount::isSameVolume(recovery.identity, identity)) {
+      return recovery.diskName;
+    }
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 mount::UnmountReasonInputs unmountReasonInputs(const platform::Platform& platform) {
   mount::UnmountReasonInputs inputs;
   inputs.isCreationInterrupted = [&platform](const disks::Disk& disk) {
     return bitlocker::InterruptedCreationStore(*platform.userDefaults).contains(disk);
+  };
+  inputs.recordedIdentityMismatch = [&platform](const disks::Disk& disk) {
+    return replacedVolume(disk, platform);
   };
   inputs.needsCheck = [&platform](const disks::Disk& disk) {
     return wasFoundUnsafe(disk, platform);

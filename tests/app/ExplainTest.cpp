@@ -113,7 +113,6 @@ TEST_F(ExplainTest, ShowsSectionsForPeople) {
 }
 
 TEST(ExplainCommandsTest, WhatTheUserIsToldToTypeIsACommandLine) {
-  const std::set<std::string> notHereYet{"run", "takeover"};
   for (const auto& situation : tests::catalogue()) {
     for (const auto& step : mount::explain(situation.facts).next) {
       std::istringstream words(step.command.value_or(""));
@@ -121,7 +120,7 @@ TEST(ExplainCommandsTest, WhatTheUserIsToldToTypeIsACommandLine) {
       for (std::string word; words >> word;) {
         if (word != "&&") line.push_back(word);
         const bool isComplete = word == "&&" || words.peek() == EOF;
-        if (!isComplete || notHereYet.contains(line.at(1))) continue;
+        if (!isComplete) continue;
         std::vector<const char*> arguments;
         for (const auto& argument : line) arguments.push_back(argument.c_str());
         EXPECT_TRUE(app::readOptions(static_cast<int>(arguments.size()), arguments.data()))

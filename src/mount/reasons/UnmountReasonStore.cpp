@@ -21,12 +21,10 @@ UnmountReasonStore::UnmountReasonStore(base::MainActor& actor, platform::SystemL
 
 void UnmountReasonStore::update(const std::vector<disks::Disk>& disks) {
   std::map<std::string, const disks::Disk*> unmounted;
-  std::set<std::string> mounted;
   std::map<std::string, std::string> names;
   for (const auto& disk : disks) {
     const auto identity = volumeIdentity(disk);
     if (!identity) continue;
-    if (disk.isMounted) mounted.insert(*identity);
     if (!hasReason(disk)) continue;
     names.emplace(disk.id, *identity);
     // Of exact copies the one that is known already stays the one.
@@ -43,9 +41,6 @@ void UnmountReasonStore::update(const std::vector<disks::Disk>& disks) {
   for (const auto& identity : gone) drop(identity);
   for (const auto& [identity, disk] : unmounted) track(identity, *disk);
   reportChange();
-  for (const auto& identity : gone) {
-    if (mounted.contains(identity)) mountSeen(identity);
-  }
 }
 
 void UnmountReasonStore::resolve(const disks::Disk& disk) {

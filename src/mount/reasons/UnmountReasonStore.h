@@ -62,9 +62,6 @@ class UnmountReasonStore {
 
   /// The reasons have changed.
   Signal<void()> changed;
-  /// The volume of this identity was unmounted and is mounted now: whoever unmounted it by hand has
-  /// changed their mind.
-  Signal<void(const std::string& identity)> mountSeen;
 
  private:
   /// An unmounted volume as it was seen last.

@@ -255,8 +255,8 @@ TEST_F(DiskutilVolumeTest, MountsDescribesAndUnmounts) {
   EXPECT_EQ(tool("mount readOnly " + disk_).text,
             fmt::format("Volume {} on {} already mounted\n", label_, disk_));
 
-  auto held = std::ofstream(folder + "/file");
-  held << "kept" << std::flush;
+  // Not handed down to the shell that runs the tool, which would be in the way as well.
+  base::UniqueFd held(::open((folder + "/file").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
   const auto busy = tool("unmount " + disk_);
   EXPECT_EQ(busy.status, 1);
   EXPECT_THAT(busy.text,
@@ -265,7 +265,7 @@ TEST_F(DiskutilVolumeTest, MountsDescribesAndUnmounts) {
   EXPECT_THAT(busy.text, HasSubstr(fmt::format("\nDissenter parent PPID {} (", ::getppid())));
   EXPECT_EQ(reportedReason(), "readWrite") << "still mounted";
 
-  held.close();
+  held = {};
   EXPECT_EQ(tool("unmount " + disk_).text,
             fmt::format("Volume {} on {} unmounted\n", label_, bsdName(id_)));
   expectNothingLeft(folder);

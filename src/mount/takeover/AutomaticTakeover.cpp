@@ -106,6 +106,7 @@ void AutomaticTakeover::takeUpLeftovers() {
     }
     std::erase_if(record.recoveries, std::not_fn(isOurs));
     record.inherited.insert(record.inherited.end(), leftovers.begin(), leftovers.end());
+    record.working.clear();
   });
   for (auto& recovery : leftovers) {
     const double left = secondsOf(orphanWindow) - (now - recovery.createdAt);
@@ -132,9 +133,10 @@ bool AutomaticTakeover::isStillInherited(const Inherited& inherited) {
   const bool isOurs = attempting_.contains(disk->id) || takeover_.pending().contains(disk->id);
   if (!disk->isMounted && !isOurs) {
     const UnmountedRecoveryTicket ticket{*deviceId, clock.uptime()};
-    takeover_.adopt({*disk, recovery.identity, ticket, wallTimeOf(recovery.createdAt)});
-    context_.addToLog("recover", context_.localization.text("log.recover.found") + "（" +
-                                     recovery.diskName + "）");
+    if (!takeover_.adopt({*disk, recovery.identity, ticket, wallTimeOf(recovery.createdAt)})) {
+      return true;
+    }
+    takeover_.addToLog("recover", "log.recover.found", recovery.diskName);
     tell(Kind::found, disk->id, recovery.diskName);
   }
   return clock.uptime() < inherited.until;

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "base/PrivateFiles.h"
+#include "mount/takeover/RecoveryStatuses.h"
 #include "support/RecordingLog.h"
 #include "support/RecordingToolRunner.h"
 #include "support/SimulatedFixture.h"
@@ -106,6 +107,10 @@ class Controller {
                       (line->arguments.empty() ? "" : " " + std::to_string(line->arguments[0]))
                 : "";
   }
+  /// What another process would show.
+  std::optional<MountRecoveryPolicy::StatusLine> statusForOthers() const {
+    return RecoveryStatuses::read(mac_.platform).lineFor("disk4s1", *monitor->deviceId("disk4s1"));
+  }
   platform::simulated::SimulatedMachine& machine() { return mac_.mac.machine(); }
   platform::WallTime now() const { return mac_.platform.clock->now(); }
   const platform::Platform& platform() const { return mac_.platform; }
@@ -160,14 +165,17 @@ TEST(AutomaticTakeoverTest, FiveRetriesThenItStops) {
   Controller controller(devices(served(R"("resourceReadOnly")")));
   controller.pass(0.05);
   EXPECT_EQ(controller.status(), "") << "the first attempt is no retry";
-  controller.pass(5);
-  EXPECT_EQ(controller.status(), "disk.ux.recovery.waiting 1");
-  controller.pass(5.05);
-  EXPECT_EQ(controller.status(), "disk.ux.recovery.running 1");
-  controller.pass(20);
-  EXPECT_EQ(controller.status(), "disk.ux.recovery.waiting 2");
-  controller.pass(7200);
-  EXPECT_EQ(controller.status(), "disk.ux.recovery.stopped");
+  EXPECT_FALSE(controller.statusForOthers()) << "nobody holds the lock of the controller";
+  const auto lock = TakeoverJournal(controller.platform()).takeControllerLock();
+  const std::pair<double, const char*> moments[] = {{5, "disk.ux.recovery.waiting 1"},
+                                                    {5.05, "disk.ux.recovery.running 1"},
+                                                    {20, "disk.ux.recovery.waiting 2"},
+                                                    {7200, "disk.ux.recovery.stopped"}};
+  for (const auto& [seconds, status] : moments) {
+    controller.pass(seconds);
+    EXPECT_EQ(controller.status(), status);
+    EXPECT_EQ(controller.statusForOthers(), controller.takeover->recoveryStatus("disk4s1"));
+  }
   const auto times = controller.times("mount");
   ASSERT_EQ(times.size(), 6u);
   const double delays[] = {10, 30, 120, 300, 600};

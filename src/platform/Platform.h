@@ -9,6 +9,7 @@
 #include "platform/DiskArbitration.h"
 #include "platform/FileSystems.h"
 #include "platform/MediaRegistry.h"
+#include "platform/Processes.h"
 #include "platform/SystemInfo.h"
 #include "platform/SystemLog.h"
 #include "platform/ToolRunner.h"
@@ -29,6 +30,7 @@ struct Platform {
   std::unique_ptr<DirectoryWatcher> directoryWatcher;
   std::unique_ptr<UserDefaults> userDefaults;
   std::unique_ptr<ToolRunner> toolRunner;
+  std::unique_ptr<Processes> processes;
 };
 
 }  // namespace halvercine::platform

@@ -7,6 +7,7 @@
 #include "platform/linux/LinuxDiskArbitration.h"
 #include "platform/linux/LinuxFileSystems.h"
 #include "platform/linux/LinuxMediaRegistry.h"
+#include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/LinuxSystemInfo.h"
 #include "platform/linux/XdgContainers.h"
 #include "platform/posix/AsioClock.h"
@@ -43,6 +44,7 @@ Platform makeLinuxPlatform(base::MainActor& actor) {
         std::make_unique<posix::JsonUserDefaults>(*support / "halvercine" / "defaults.json");
   }
   platform.toolRunner = std::make_unique<posix::PosixToolRunner>(actor, toolPaths());
+  platform.processes = std::make_unique<LinuxProcesses>();
   platform.directoryWatcher = std::make_unique<InotifyDirectoryWatcher>(actor);
   return platform;
 }

@@ -58,6 +58,8 @@ class SimulatedContainers : public Containers {
   explicit SimulatedContainers(Machine machine) : machine_(std::move(machine)) {}
 
   std::optional<std::filesystem::path> groupContainer(const std::string& group) override {
+    // Whoever asks for the folder is about to put something there.
+    machine_->check().lookSoon();
     return machine_->groupContainer(group);
   }
   std::optional<std::filesystem::path> applicationSupport() override {
@@ -183,6 +185,22 @@ class SimulatedDirectoryWatcher : public DirectoryWatcher {
   Machine machine_;
 };
 
+class SimulatedProcesses : public Processes {
+ public:
+  explicit SimulatedProcesses(Machine machine) : machine_(std::move(machine)) {}
+
+  std::error_code probe(std::int32_t pid) override {
+    if (machine_->check().startTime(pid)) return {};
+    return std::make_error_code(std::errc::no_such_process);
+  }
+  std::optional<std::uint64_t> startTime(std::int32_t pid) override {
+    return machine_->check().startTime(pid);
+  }
+
+ private:
+  Machine machine_;
+};
+
 std::unique_ptr<UserDefaults> makeUserDefaults(const SimulatedMachine& machine) {
   const auto& folders = machine.folders();
   const auto home = folders.home().value_or(folders.systemPath("/Users/simulated"));
@@ -204,6 +222,7 @@ Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
   platform.mediaRegistry = std::make_unique<SimulatedMediaRegistry>(machine);
   platform.diskArbitration = std::make_unique<SimulatedDiskArbitration>(machine);
   platform.directoryWatcher = std::make_unique<SimulatedDirectoryWatcher>(machine);
+  platform.processes = std::make_unique<SimulatedProcesses>(machine);
   platform.toolRunner = std::make_unique<SimulatedToolRunner>(machine, clock);
   return platform;
 }

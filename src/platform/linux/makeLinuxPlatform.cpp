@@ -2,12 +2,14 @@
 
 #include <filesystem>
 #include <map>
+#include <unistd.h>
 
 #include "platform/linux/InotifyDirectoryWatcher.h"
 #include "platform/linux/LinuxDiskArbitration.h"
 #include "platform/linux/LinuxFileSystems.h"
 #include "platform/linux/LinuxMediaRegistry.h"
 #include "platform/linux/LinuxSystemInfo.h"
+#include "platform/linux/PolkitAdministratorShell.h"
 #include "platform/linux/XdgContainers.h"
 #include "platform/posix/AsioClock.h"
 #include "platform/posix/JsonUserDefaults.h"
@@ -43,6 +45,8 @@ Platform makeLinuxPlatform(base::MainActor& actor) {
         std::make_unique<posix::JsonUserDefaults>(*support / "halvercine" / "defaults.json");
   }
   platform.toolRunner = std::make_unique<posix::PosixToolRunner>(actor, toolPaths());
+  platform.administratorShell = std::make_unique<PolkitAdministratorShell>(
+      actor, *platform.clock, *platform.toolRunner, ::geteuid() == 0);
   platform.directoryWatcher = std::make_unique<InotifyDirectoryWatcher>(actor);
   return platform;
 }

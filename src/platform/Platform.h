@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "platform/AdministratorShell.h"
 #include "platform/Clock.h"
 #include "platform/Containers.h"
 #include "platform/DirectoryWatch.h"
@@ -31,6 +32,7 @@ struct Platform {
   std::unique_ptr<UserDefaults> userDefaults;
   std::unique_ptr<ToolRunner> toolRunner;
   std::unique_ptr<Processes> processes;
+  std::unique_ptr<AdministratorShell> administratorShell;
 };
 
 }  // namespace halvercine::platform

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <map>
+#include <unistd.h>
 
 #include "platform/linux/InotifyDirectoryWatcher.h"
 #include "platform/linux/LinuxDiskArbitration.h"
@@ -9,6 +10,7 @@
 #include "platform/linux/LinuxMediaRegistry.h"
 #include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/LinuxSystemInfo.h"
+#include "platform/linux/PolkitAdministratorShell.h"
 #include "platform/linux/XdgContainers.h"
 #include "platform/posix/AsioClock.h"
 #include "platform/posix/JsonUserDefaults.h"
@@ -45,6 +47,8 @@ Platform makeLinuxPlatform(base::MainActor& actor) {
   }
   platform.toolRunner = std::make_unique<posix::PosixToolRunner>(actor, toolPaths());
   platform.processes = std::make_unique<LinuxProcesses>();
+  platform.administratorShell = std::make_unique<PolkitAdministratorShell>(
+      actor, *platform.clock, *platform.toolRunner, ::geteuid() == 0);
   platform.directoryWatcher = std::make_unique<InotifyDirectoryWatcher>(actor);
   return platform;
 }

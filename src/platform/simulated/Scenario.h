@@ -29,9 +29,10 @@ struct ScenarioSystem {
   std::string now = "2026-03-14T08:15:02Z";  ///< where virtual time starts
   bool diskArbitration = true;               ///< whether sessions can be made
   bool groupContainer = true;                ///< whether the shared container can be had
+  bool checkTool = true;                     ///< whether the program comes with its check tool
 };
 BOOST_DESCRIBE_STRUCT(ScenarioSystem, (),
-                      (macOS, bootSession, now, diskArbitration, groupContainer))
+                      (macOS, bootSession, now, diskArbitration, groupContainer, checkTool))
 
 /// How a volume is mounted: what `statfs` and the volume's resource values say.
 struct ScenarioMount {
@@ -97,6 +98,30 @@ BOOST_DESCRIBE_STRUCT(ScenarioBitLocker, (),
                        hasStartupKeyProtector, tpmOnly, encryptionMethod, errorMessage,
                        usedSpaceOnly))
 
+/// One finding of the check tool.
+struct ScenarioIssue {
+  static constexpr std::string_view requiredKeys[] = {"message"};
+
+  std::int64_t level = 2;
+  std::string severity = "error";
+  std::string code = "index.entry";
+  std::string message;
+  std::optional<std::uint64_t> record;
+  bool repairable = true;
+};
+BOOST_DESCRIBE_STRUCT(ScenarioIssue, (), (level, severity, code, message, record, repairable))
+
+/// What the check tool finds on a volume.
+struct ScenarioFsck {
+  std::vector<ScenarioIssue> issues;
+  std::int64_t findings = 0;  ///< so many more, made up
+  bool dirty = false;
+  std::optional<std::uint64_t> deepOmitted;
+  std::optional<bool> treeStats;
+  std::optional<std::string> error;  ///< printed instead of a report
+};
+BOOST_DESCRIBE_STRUCT(ScenarioFsck, (), (issues, findings, dirty, deepOmitted, treeStats, error))
+
 /// How the file-system module behaves when it is asked to check a volume.
 struct ScenarioCheck {
   bool claims = true;             ///< takes requests at all
@@ -151,11 +176,13 @@ struct ScenarioMedia {
   std::optional<ScenarioReport> report;
   std::optional<ScenarioModule> module;
   std::optional<ScenarioBitLocker> bitLocker;
+  std::optional<ScenarioFsck> fsck;
   std::optional<ScenarioCheck> check;
 };
 BOOST_DESCRIBE_STRUCT(ScenarioMedia, (),
                       (disk, name, kind, uuid, mediaUUID, mediaName, className, content, size,
-                       writable, entryID, description, registry, mount, report, module, bitLocker, check))
+                       writable, entryID, description, registry, mount, report, module, bitLocker,
+                       fsck, check))
 
 struct ScenarioDevice : ScenarioMedia {
   bool plugged = true;
@@ -195,6 +222,7 @@ struct ScenarioTool {
   std::optional<double> seconds;
   std::optional<int> status;
   std::optional<std::string> text;
+  std::optional<std::string> errors;
   std::optional<int> signal;
   bool hang = false;
   bool ignoresTerminate = false;
@@ -203,8 +231,8 @@ struct ScenarioTool {
   std::optional<std::string> then;  ///< "do" or "nothing": whether it does its work
 };
 BOOST_DESCRIBE_STRUCT(ScenarioTool, (),
-                      (tool, match, times, seconds, status, text, signal, hang, ignoresTerminate,
-                       startError, megabytes, then))
+                      (tool, match, times, seconds, status, text, errors, signal, hang,
+                       ignoresTerminate, startError, megabytes, then))
 
 struct ScenarioEvent {
   static constexpr std::string_view requiredKeys[] = {"at", "event"};

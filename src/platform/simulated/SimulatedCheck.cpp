@@ -95,7 +95,7 @@ void SimulatedCheck::take(const std::string& disk) {
   endRun(disk);
   auto& run = runs_[disk];
   run.settings = volume->second;
-  run.clusters = static_cast<std::uint64_t>(machine_.look(disk)->media.size.value_or(0)) / 4096;
+  run.media = machine_.look(disk)->media;
   run.repair = request->repair;
   run.pid = run.settings.pid.value_or(++lastPid_);
   {
@@ -136,7 +136,7 @@ void SimulatedCheck::work(const std::string& disk) {
 void SimulatedCheck::writeFrame(const std::string& disk, Run& run) {
   const auto whole = std::max<Uptime::rep>(uptimeOf(run.settings.seconds).count(), 1);
   const auto part = std::min(1.0, static_cast<double>(run.worked.count()) / static_cast<double>(whole));
-  const auto text = checkFrameText(run.settings, part, secondsSince1970(clock_->now()),
+  const auto text = checkFrameText(run.media, part, secondsSince1970(clock_->now()),
                                    run.pid == 0 ? std::nullopt : std::optional(run.pid));
   // A process that writes in place is seen at work now and then.
   const bool isHalf = run.settings.torn && ++run.writings % 2 == 0;
@@ -145,22 +145,21 @@ void SimulatedCheck::writeFrame(const std::string& disk, Run& run) {
 
 void SimulatedCheck::finish(const std::string& disk, bool isCancelled) {
   const auto& run = runs_.at(disk);
-  const auto text = checkReportText(run.settings, {.disk = run.settings.diskID.value_or(disk),
-                                                   .repair = run.repair,
-                                                   .isCancelled = isCancelled,
-                                                   .clusters = run.clusters});
+  const auto text = moduleCheckText(run.media, run.settings.diskID.value_or(disk), run.repair,
+                                    isCancelled);
   writeReport(disk, text, 0);
 }
 
 /// What goes wrong with the report comes first, each for a second, and then the report.
 void SimulatedCheck::writeReport(const std::string& disk, const std::string& text, int writing) {
-  const auto& settings = runs_.at(disk).settings;
+  const auto& run = runs_.at(disk);
+  const auto& settings = run.settings;
   const auto name = fileName("check-report-", disk);
   const auto again = [&] {
     later(disk, 1, [this, disk, text, writing] { writeReport(disk, text, writing + 1); });
   };
   if (writing == 0 && settings.strangersReport) {
-    container_.write(name, checkReportText(settings, {.disk = "disk99s9"}));
+    container_.write(name, moduleCheckText(run.media, "disk99s9", run.repair, false));
     return again();
   }
   if (writing <= 1 && settings.torn) {

@@ -42,8 +42,8 @@ class SimulatedCheck {
 
  private:
   struct Run {
+    ScenarioMedia media;
     ScenarioCheck settings;
-    std::uint64_t clusters = 0;
     bool repair = false;
     std::int32_t pid = 0;
     Uptime worked{0};

@@ -99,6 +99,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
     return container_.path(group);
   }
   const SimulatedFolders& folders() const { return folders_; }
+  bool hasCheckTool() const { return hasCheckTool_; }
 
   std::optional<MediaView> look(const std::string& disk) const;
   std::optional<PropertyDictionary> describe(const std::string& disk) const;
@@ -161,6 +162,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   SimulatedBitLocker bitLocker_;
   ProcessTable processes_;
   ToolScripts toolScripts_;
+  const bool hasCheckTool_;
   bool callbacksLost_ = false;
   std::atomic<bool> arbitrationAvailable_;
 

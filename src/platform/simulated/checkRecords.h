@@ -22,17 +22,11 @@ BOOST_DESCRIBE_STRUCT(CheckRequestRead, (), (repair, timestamp))
 std::optional<CheckRequestRead> readCheckRequest(const std::filesystem::path& path);
 
 /// A frame after `part` (0 to 1) of the work, which runs through five stages of the same length.
-std::string checkFrameText(const ScenarioCheck& settings, double part, double timestamp,
+std::string checkFrameText(const ScenarioMedia& media, double part, double timestamp,
                            std::optional<std::int32_t> pid);
 
-struct CheckRun {
-  std::string disk;  ///< as the report names it
-  bool repair = false;
-  bool isCancelled = false;
-  std::uint64_t clusters = 0;
-};
-
-/// The report of a run. A repair has repaired what can be.
-std::string checkReportText(const ScenarioCheck& settings, const CheckRun& run);
+/// What the module writes in the end: the report on a volume, for the disk that `diskId` names.
+std::string moduleCheckText(const ScenarioMedia& media, const std::string& diskId, bool isRepair,
+                            bool isCancelled);
 
 }  // namespace halvercine::platform::simulated

@@ -72,6 +72,14 @@ Fault checkBitLocker(const ScenarioBitLocker& bitLocker, const std::string& plac
   return fault(below(place, "guid"), "cannot be part of a file name");
 }
 
+/// More findings than this are no report that anybody could keep.
+constexpr std::int64_t mostFindings = 1'000'000;
+
+Fault checkFsck(const ScenarioFsck& fsck, const std::string& place) {
+  if (fsck.findings >= 0 && fsck.findings <= mostFindings) return std::nullopt;
+  return fault(below(place, "findings"), "expected a number from 0 to 1000000");
+}
+
 Fault checkMedia(const ScenarioMedia& media, const std::string& place, TakenNames& taken) {
   if (!taken.disks.insert(media.disk).second) {
     return fault(below(place, "disk"), "'" + media.disk + "' occurs twice");
@@ -95,7 +103,10 @@ Fault checkMedia(const ScenarioMedia& media, const std::string& place, TakenName
   if (media.check) {
     if (auto found = checkCheck(*media.check, below(place, "check"))) return found;
   }
-  if (media.bitLocker) return checkBitLocker(*media.bitLocker, below(place, "bitLocker"));
+  if (media.bitLocker) {
+    if (auto found = checkBitLocker(*media.bitLocker, below(place, "bitLocker"))) return found;
+  }
+  if (media.fsck) return checkFsck(*media.fsck, below(place, "fsck"));
   return std::nullopt;
 }
 

@@ -3,7 +3,9 @@
 #include <utility>
 
 #include "platform/posix/JsonUserDefaults.h"
+#include "platform/posix/OsascriptAdministratorShell.h"
 #include "platform/simulated/SimulatedToolRunner.h"
+#include "platform/simulated/runCheckTool.h"
 
 namespace halvercine::platform::simulated {
 namespace {
@@ -68,6 +70,10 @@ class SimulatedContainers : public Containers {
   std::optional<std::filesystem::path> home() override { return machine_->folders().home(); }
   std::filesystem::path systemPath(const std::filesystem::path& absolute) override {
     return machine_->folders().systemPath(absolute);
+  }
+  std::optional<std::filesystem::path> bundleResource(const std::string& name) override {
+    if (name != checkToolName || !machine_->hasCheckTool()) return std::nullopt;
+    return checkToolPath;
   }
 
  private:
@@ -224,6 +230,8 @@ Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
   platform.directoryWatcher = std::make_unique<SimulatedDirectoryWatcher>(machine);
   platform.processes = std::make_unique<SimulatedProcesses>(machine);
   platform.toolRunner = std::make_unique<SimulatedToolRunner>(machine, clock);
+  platform.administratorShell = std::make_unique<posix::OsascriptAdministratorShell>(
+      machine->actor(), *platform.clock, *platform.toolRunner);
   return platform;
 }
 

@@ -75,6 +75,12 @@ void addCommands(CLI::App& program, Options& options) {
       ->add_option("PATH", options.paths, "Mount points")
       ->required();
   add(Command::drivers, "Show other vendors' NTFS drivers on this machine");
+  auto* check = add(Command::check, "Check an NTFS volume, or repair it");
+  addDisk(check, options);
+  check->add_flag("--repair", options.repair, "Repair what can be repaired");
+  check->add_flag("--direct", options.direct,
+                  "Check with the command-line tool, without the file-system module");
+  check->add_flag("--yes", options.confirmed, "Repair without asking");
   add(Command::version, "Show the version");
 }
 
@@ -116,6 +122,8 @@ std::string_view commandName(Command command) {
       return "occupants";
     case Command::drivers:
       return "drivers";
+    case Command::check:
+      return "check";
     case Command::version:
       return "version";
   }

@@ -12,7 +12,7 @@
 
 namespace halvercine::app {
 
-enum class Command { list, info, watch, mount, unmount, occupants, drivers, version };
+enum class Command { list, info, watch, mount, unmount, occupants, drivers, check, version };
 
 /// What the user asked for.
 struct Options {
@@ -27,12 +27,17 @@ struct Options {
   std::vector<std::string> paths;  ///< of `occupants`
   bool readOnly = false;           ///< of `mount`
   bool force = false;              ///< of `unmount`
+  bool repair = false;             ///< of `check`
+  bool direct = false;             ///< of `check`: without the file-system module
+  bool confirmed = false;          ///< of `check --repair`: need not be asked
   std::optional<double> seconds;   ///< of `watch`: how long, without an end if absent
   bool fast = false;               ///< simulated time passes as fast as it can
 
   /// Commands that answer at once need no real time on a simulated Mac; those that people follow
   /// do.
-  bool runsOnRealTime() const { return command == Command::watch && !fast; }
+  bool runsOnRealTime() const {
+    return (command == Command::watch || command == Command::check) && !fast;
+  }
 };
 
 /// Why there is nothing to run: help was asked for (`done`, for standard output) or the command

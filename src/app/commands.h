@@ -39,6 +39,7 @@ Answer mountCommand(const CommandContext& context, Machine& machine);
 Answer unmountCommand(const CommandContext& context, Machine& machine);
 Answer occupantsCommand(const CommandContext& context, Machine& machine);
 Answer driversCommand(const CommandContext& context);
+Answer checkCommand(const CommandContext& context, Machine& machine);
 Answer watchCommand(const CommandContext& context, Machine& machine);
 Answer versionCommand(const Options& options);
 

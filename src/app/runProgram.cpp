@@ -37,6 +37,8 @@ Answer runOn(Machine& machine, const Options& options) {
       return occupantsCommand(context, machine);
     case Command::drivers:
       return driversCommand(context);
+    case Command::check:
+      return checkCommand(context, machine);
     case Command::version:
       break;
   }

@@ -54,8 +54,10 @@ base::Task<CheckOutcome> CheckSession::checkByModule() {
       case Kind::unanswered:
         cliFallback_ = true;
         co_return co_await checkDirectly();
-      case Kind::takenBack:
       case Kind::left:
+        hasStoppedSafely_ = false;
+        co_return CheckCancelled{};
+      case Kind::takenBack:
         co_return CheckCancelled{};
       case Kind::deviceReplaced:
         co_return interrupted();
@@ -77,6 +79,7 @@ base::Task<ModuleCheckEnd> CheckSession::handOver() {
     changed();
   };
   events.stalled = [this] {
+    isStopping_ = true;
     conclude(CheckFailed{services_.localization.text("check.failed.timeout")});
   };
   progress_.reset();
@@ -182,6 +185,7 @@ void CheckSession::conclude(CheckOutcome outcome) {
 void CheckSession::finish(CheckOutcome outcome) {
   conclude(std::move(outcome));
   holds_ = {};
+  isStopping_ = false;
   isRunning_ = false;
   changed();
 }

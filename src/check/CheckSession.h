@@ -88,9 +88,14 @@ class CheckSession {
   const CheckRate& rate() const { return rate_; }
   bool isPaused() const { return isPaused_; }
   bool isCancelling() const { return isCancelling_; }
+  /// It has come to nothing, and whoever executes it is still being stopped.
+  bool isStopping() const { return isStopping_; }
   /// The volume is being mounted anew after the executor's death.
   bool isRecovering() const { return isRecovering_; }
   int recoveries() const { return recoveries_; }
+
+  /// False when nobody has confirmed that whoever executed the check has stopped.
+  bool hasStoppedSafely() const { return hasStoppedSafely_; }
 
   /// How it ended. After a stall it is there while the module is still being stopped.
   const std::optional<CheckOutcome>& outcome() const { return outcome_; }
@@ -142,8 +147,10 @@ class CheckSession {
   bool cliFallback_ = false;
   bool isPaused_ = false;
   bool isCancelling_ = false;
+  bool isStopping_ = false;
   bool isRecovering_ = false;
   bool isRunning_ = true;
+  bool hasStoppedSafely_ = true;
   int recoveries_ = 0;
   std::optional<CheckOutcome> outcome_;
 };

@@ -42,6 +42,11 @@ class CheckSessionStore {
   /// The running or last session of the volume that has this BSD name, or null.
   CheckSession* find(const std::string& bsdName) const;
 
+  /// Ends all that runs where it stands, without waiting for whoever executes it; `isIdle` once that
+  /// has happened. Then the store is to be destroyed, which withdraws the flags.
+  void abandon() { tasks_.cancelAll(); }
+  bool isIdle() const { return tasks_.running() == 0; }
+
   /// Whether a check or repair of this volume is running: why it may be unmounted.
   bool isChecking(const VolumeIdentity& volume) const;
   bool isChecking(const disks::Disk& disk) const;

@@ -1,0 +1,255 @@
+#include <cstdio>
+#include <iostream>
+#include <string>
+#include <unistd.h>
+#include <utility>
+
+#include <boost/json/array.hpp>
+
+#include "app/CheckDisplay.h"
+#include "app/DiskSelector.h"
+#include "app/checkReportText.h"
+#include "app/commands.h"
+#include "app/selectionFailure.h"
+#include "app/sizeText.h"
+#include "base/Json.h"
+#include "base/Text.h"
+#include "check/CheckReport.h"
+#include "check/CheckSessionStore.h"
+#include "check/DiskChecker.h"
+#include "mount/ThirdPartyDriver.h"
+#include "platform/posix/TerminalKeys.h"
+#include "platform/posix/TerminationSignals.h"
+
+namespace halvercine::app {
+namespace {
+
+/// The same on one line: with --json this command prints a stream.
+Answer onOneLine(const CommandContext& context, Answer answer) {
+  if (!context.options.json) return answer;
+  if (const auto document = base::parseJson(answer.output)) {
+    answer.output = base::serializeJson(*document) + '\n';
+  }
+  return answer;
+}
+
+/// Whether the user agrees to a repair; nothing when there is nobody to be asked.
+std::optional<bool> confirmRepair(const CommandContext& context, const disks::Disk& disk) {
+  if (context.options.confirmed) return true;
+  if (context.options.json || ::isatty(STDIN_FILENO) != 1 || ::isatty(STDERR_FILENO) != 1) {
+    return std::nullopt;
+  }
+  const auto question = context.text("ui.check.confirm", {base::displayText(disk.name), disk.id,
+                                                          sizeText(disk.capacity)});
+  std::fputs(question.c_str(), stderr);
+  std::string reply;
+  std::getline(std::cin, reply);
+  reply = base::asciiLowered(base::trimmed(reply));
+  return reply == "y" || reply == "yes";
+}
+
+Answer refusal(const CommandContext& context, const disks::Disk& disk,
+               check::CheckRefusal refusal) {
+  const auto name = base::displayText(disk.name);
+  switch (refusal) {
+    case check::CheckRefusal::notNtfs:
+      return failure(context.options, ExitStatus::failed, "not-ntfs",
+                     context.text("ui.check.notntfs", {name}));
+    case check::CheckRefusal::running:
+      return failure(context.options, ExitStatus::busy, "check-running",
+                     context.text("ui.check.running", {name}));
+    case check::CheckRefusal::destructiveJob:
+      break;
+  }
+  return failure(context.options, ExitStatus::busy, "destructive-job",
+                 context.text("ui.check.destructive"));
+}
+
+Answer bypassed(const CommandContext& context, const disks::Disk& disk) {
+  boost::json::array drivers;
+  std::string names;
+  for (const auto& driver : mount::detectThirdPartyDrivers(*context.platform.containers)) {
+    drivers.emplace_back(driver.name);
+    names += "\n  " + context.text("ui.driver.competing", {base::displayText(driver.name)});
+  }
+  auto answer = failure(context.options, ExitStatus::failed, "module-bypassed",
+                        context.text("ui.check.bypassed", {base::displayText(disk.name)}),
+                        {{"drivers", std::move(drivers)}});
+  if (!context.options.json) answer.diagnostic += names;
+  return answer;
+}
+
+/// What a session came to, as the answer of the command.
+class AnswerOf {
+ public:
+  AnswerOf(const CommandContext& context, const check::CheckSession& session)
+      : context_(context), session_(session) {}
+
+  Answer operator()(const check::CheckSucceeded& success) const {
+    const bool isRepair = session_.isRepair();
+    const bool isFine =
+        check::judgementKey(success.report, isRepair) == "check.report.judge.ok";
+    const auto status = isFine ? ExitStatus::done : ExitStatus::failed;
+    if (!context_.options.json) {
+      return {status, checkReportText(context_, success.report, isRepair), ""};
+    }
+    auto result = checkReportJson(context_, success.report, isRepair);
+    result["disk"] = session_.disk().id;
+    result["repair"] = isRepair;
+    result["path"] = boost::describe::enum_to_string(session_.path(), "");
+    result["cliFallback"] = session_.cliFallback();
+    result["recoveries"] = session_.recoveries();
+    const boost::json::object document{
+        {"format", jsonFormat}, {"command", "check"}, {"result", std::move(result)}};
+    return {status, base::repairedUtf8(base::serializeJson(document)) + '\n', ""};
+  }
+
+  Answer operator()(const check::CheckFailed& failed) const {
+    return fail(ExitStatus::failed, "check-failed", displayLine(failed.message));
+  }
+
+  Answer operator()(const check::CheckCancelled&) const {
+    return fail(ExitStatus::interrupted, "interrupted",
+                context_.text(session_.hasStoppedSafely() ? "ui.check.stopped"
+                                                          : "ui.check.unanswered"));
+  }
+
+  Answer operator()(const check::CheckNeedsFullDiskAccess&) const {
+    const bool isMac = context_.platform.systemInfo->macOSVersion().has_value();
+    return fail(ExitStatus::notPermitted, "needs-full-disk-access",
+                context_.text(isMac ? "ui.check.fulldisk" : "ui.check.openfailed"));
+  }
+
+  Answer operator()(const check::CheckModuleBypassed&) const {
+    return onOneLine(context_, bypassed(context_, session_.disk()));
+  }
+
+ private:
+  std::string displayLine(const std::string& message) const {
+    return context_.options.json ? message : base::displayText(message);
+  }
+  Answer fail(ExitStatus status, std::string_view id, const std::string& message) const {
+    return onOneLine(context_, failure(context_.options, status, id, message));
+  }
+
+  const CommandContext& context_;
+  const check::CheckSession& session_;
+};
+
+/// The running session with the user before it.
+class Attendance {
+ public:
+  Attendance(const CommandContext& context, Machine& machine, check::CheckSessionStore& store,
+             check::CheckSession& session)
+      : context_(context),
+        machine_(machine),
+        store_(store),
+        session_(session),
+        display_(context, session),
+        connection_(session.changed.connect([this] { update(); })),
+        signals_(machine.actor(), [this](int) { interrupt(); }) {
+    if (context.options.json || ::isatty(STDERR_FILENO) != 1) return;
+    keys_ = platform::posix::TerminalKeys::listen(machine.actor(), [this](char key) { press(key); });
+    if (keys_ && session.path() == check::CheckSession::Path::module) {
+      display_.say(context.text("ui.check.keys"));
+    }
+  }
+  ~Attendance() { connection_.disconnect(); }
+  Attendance(const Attendance&) = delete;
+  Attendance& operator=(const Attendance&) = delete;
+
+  Answer follow() {
+    display_.update();
+    machine_.actor().runUntil([this] { return !session_.isRunning() || leaves_; });
+    display_.end();
+    keys_.reset();
+    if (leaves_) {
+      store_.abandon();
+      machine_.actor().runUntil([this] { return store_.isIdle(); });
+      return onOneLine(context_, failure(context_.options, ExitStatus::interrupted, "interrupted",
+                                         context_.text("ui.check.left")));
+    }
+    // Nothing could happen any more, and it has not ended: a fault of the simulation's.
+    if (!session_.outcome()) {
+      return onOneLine(context_, failure(context_.options, ExitStatus::failed, "internal",
+                                         context_.text("disk.err.unknown")));
+    }
+    return std::visit(AnswerOf(context_, session_), *session_.outcome());
+  }
+
+ private:
+  void update() {
+    display_.update();
+    if (display_.nobodyListens() && !std::exchange(isAbandoned_, true)) session_.cancel();
+  }
+
+  void press(char key) {
+    if (key == 'p' || key == 'P') session_.pause();
+    if (key == 'r' || key == 'R') session_.resume();
+  }
+
+  /// The first one cancels, the second one leaves.
+  void interrupt() {
+    if (std::exchange(isInterrupted_, true)) {
+      leaves_ = true;
+      return;
+    }
+    const bool isBeingStopped = session_.cancel() || session_.outcome();
+    display_.say(context_.text(isBeingStopped ? "ui.check.cancelling" : "ui.check.nocancel"));
+  }
+
+  const CommandContext& context_;
+  Machine& machine_;
+  check::CheckSessionStore& store_;
+  check::CheckSession& session_;
+  CheckDisplay display_;
+  boost::signals2::connection connection_;
+  platform::posix::TerminationSignals signals_;
+  std::unique_ptr<platform::posix::TerminalKeys> keys_;
+  bool isInterrupted_ = false;
+  bool isAbandoned_ = false;
+  bool leaves_ = false;
+};
+
+Answer check(const CommandContext& context, Machine& machine, disks::DiskMonitor& monitor,
+             const disks::Disk& disk) {
+  const auto& platform = context.platform;
+  const disks::DiskUtility utility(*platform.toolRunner, *platform.clock, *platform.mediaRegistry);
+  check::DiskChecker checker(machine.actor(), *platform.administratorShell, *platform.containers,
+                             context.localization);
+  check::CheckSessionStore store(
+      {machine.actor(), platform, monitor, utility, context.localization,
+       [&checker](std::string bsdName, bool repair) {
+         return checker.run(std::move(bsdName), repair);
+       },
+       {}});
+  const auto session = store.start(disk, {context.options.repair, context.options.direct});
+  if (!session) return onOneLine(context, refusal(context, disk, session.error()));
+  return Attendance(context, machine, store, **session).follow();
+}
+
+}  // namespace
+
+Answer checkCommand(const CommandContext& context, Machine& machine) {
+  disks::DiskMonitor monitor(machine.actor(), context.platform, context.localization);
+  if (!monitor.start()) return onOneLine(context, arbitrationFailure(context));
+  std::vector<DiskView> views;
+  for (const auto& disk : monitor.disks()) views.push_back(DiskView::of(disk, context.platform));
+  const auto selected = selectDisk(views, context.options.disk);
+  if (!selected) return onOneLine(context, selectionFailure(context, selected.error()));
+  const auto disk = (*selected)->disk;
+  if (context.options.repair) {
+    const auto isConfirmed = confirmRepair(context, disk);
+    if (!isConfirmed) {
+      return onOneLine(context, failure(context.options, ExitStatus::usage, "confirmation-needed",
+                                        context.text("ui.check.confirm.needed")));
+    }
+    if (!*isConfirmed) {
+      return failure(context.options, ExitStatus::interrupted, "interrupted",
+                     context.text("ui.check.confirm.no"));
+    }
+  }
+  return check(context, machine, monitor, disk);
+}
+
+}  // namespace halvercine::app

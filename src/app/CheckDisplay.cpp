@@ -106,27 +106,26 @@ void CheckDisplay::printFrame() {
   if (!frame || frame == frame_) return;
   frame_ = frame;
   boost::json::object event{{"event", "progress"}};
-  for (auto& member : base::toJson(*frame).as_object()) {
-    event.emplace(member.key(), std::move(member.value()));
-  }
+  auto record = base::toJson(*frame);
+  for (auto& member : record.as_object()) event.emplace(member.key(), std::move(member.value()));
   if (const auto rate = session_.rate().unitsPerSecond()) event["unitsPerSecond"] = *rate;
   if (const auto left = session_.rate().timeLeft()) event["secondsLeft"] = left->count();
   printEvent(std::move(event));
 }
 
 void CheckDisplay::say(const std::string& line) {
-  if (isDrawn_) std::fputs("\r\x1b[K", stderr);
-  isDrawn_ = false;
+  clear();
   writeDiagnostic("halvercine: " + line);
   if (!context_.options.json) draw();
 }
 
 void CheckDisplay::draw() {
   if (!terminal_.redraws() || hasEnded_ || session_.outcome()) return;
-  const auto text = "\r\x1b[K" + progressText();
-  std::fwrite(text.data(), 1, text.size(), stderr);
+  auto text = progressText();
+  if (text == drawn_) return;
+  std::fputs(("\r\x1b[K" + text).c_str(), stderr);
   std::fflush(stderr);
-  isDrawn_ = true;
+  drawn_ = std::move(text);
 }
 
 std::string CheckDisplay::progressText() const {
@@ -150,9 +149,13 @@ std::string CheckDisplay::progressText() const {
 }
 
 void CheckDisplay::end() {
-  if (isDrawn_) std::fputs("\r\x1b[K", stderr);
-  isDrawn_ = false;
+  clear();
   hasEnded_ = true;
+}
+
+void CheckDisplay::clear() {
+  if (!drawn_.empty()) std::fputs("\r\x1b[K", stderr);
+  drawn_.clear();
 }
 
 }  // namespace halvercine::app

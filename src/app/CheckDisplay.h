@@ -45,6 +45,7 @@ class CheckDisplay {
   void printEvent(boost::json::object event);
   void printFrame();
   void draw();
+  void clear();
   std::string progressText() const;
 
   const CommandContext& context_;
@@ -53,7 +54,7 @@ class CheckDisplay {
   State state_;
   std::optional<check::CheckProgressSnapshot> frame_;  // the last that was printed
   bool isFirst_ = true;
-  bool isDrawn_ = false;
+  std::string drawn_;  // what stands in the line of the progress
   bool hasEnded_ = false;
   bool nobodyListens_ = false;
 };

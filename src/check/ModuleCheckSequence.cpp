@@ -47,10 +47,12 @@ ModuleCheckStep ModuleCheckSequence::next(const ModuleCheckRound& round) {
   if (round.reportAccepted) return step(ModuleCheckAction::finish);
   if (auto ended = waitForClaim(round)) return std::move(*ended);
   if (isStalled(round)) {
-    hasStalled_ = true;
+    stalled_ = round.now;
     return step(ModuleCheckAction::stall, stalled);
   }
   if (isCancelIgnored(round)) return step(ModuleCheckAction::leave, cancelIgnored);
+  // One that goes on telling that it lives is waited for no longer either.
+  if (stalled_ && round.now - *stalled_ > cancelLimit) return step(ModuleCheckAction::leave);
   if (isExecutorGone(round)) {
     return step(ModuleCheckAction::handOver, executorGone(*frame_->pid));
   }
@@ -89,7 +91,7 @@ std::optional<ModuleCheckStep> ModuleCheckSequence::waitForClaim(
 }
 
 bool ModuleCheckSequence::isStalled(const ModuleCheckRound& round) const {
-  return !hasStalled_ && !round.isPaused && round.now - lastProgress_ > stallLimit;
+  return !stalled_ && !round.isPaused && round.now - lastProgress_ > stallLimit;
 }
 
 bool ModuleCheckSequence::isCancelIgnored(const ModuleCheckRound& round) const {

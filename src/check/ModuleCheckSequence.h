@@ -23,7 +23,8 @@ inline constexpr std::chrono::seconds claimLimit{15};
 inline constexpr std::chrono::seconds fallbackLimit{90};
 /// A check that gets nowhere for longer than this hangs: a slow disk still gets somewhere.
 inline constexpr std::chrono::minutes stallLimit{10};
-/// How long the module may take to react to the cancel flag, counted anew from each new frame.
+/// How long the module may take to react to the cancel flag, counted anew from each new frame; after
+/// a stall in all.
 inline constexpr std::chrono::seconds cancelLimit{60};
 
 /// What is found in one round.
@@ -94,7 +95,7 @@ class ModuleCheckSequence {
   platform::Uptime lastProgress_;
   std::optional<platform::Uptime> lastNewFrame_;
   std::optional<CheckProgressSnapshot> frame_;
-  bool hasStalled_ = false;
+  std::optional<platform::Uptime> stalled_;  // when
 };
 
 }  // namespace halvercine::check

@@ -1,6 +1,7 @@
 // Reading and copying large reports of the check tool, beside Boost.JSON on the same text.
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include <benchmark/benchmark.h>
 #include <boost/json/parse.hpp>
@@ -28,27 +29,30 @@ check::CheckReportModel reportWith(std::size_t findings, std::size_t messageSize
   return report;
 }
 
-/// 50 MB in 100,000 findings, as a shell hands it over.
-const platform::AdministratorResult& largeOutput() {
-  static const platform::AdministratorResult result{
-      0, base::encodeJson(reportWith(manyFindings, 400)) + "\n__HVL_FSCK_EXIT__:1\n", ""};
-  return result;
+/// About 50 MB in so many findings, as a shell hands it over.
+platform::AdministratorResult largeOutput(benchmark::State& state) {
+  constexpr std::size_t size = 50'000'000;
+  const auto findings = static_cast<std::size_t>(state.range(0));
+  constexpr std::size_t keysSize = 105;
+  auto text = base::encodeJson(reportWith(findings, size / findings - keysSize));
+  text += "\n__HVL_FSCK_EXIT__:1\n";
+  return {0, std::move(text), ""};
 }
 
 void bareParse(benchmark::State& state) {
-  std::string text = largeOutput().output;
+  auto text = largeOutput(state).output;
   text.resize(text.find('\n'));
   for (auto _ : state) benchmark::DoNotOptimize(boost::json::parse(text));
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
-BENCHMARK(bareParse)->Unit(benchmark::kMillisecond);
+BENCHMARK(bareParse)->Arg(manyFindings)->Arg(3 * manyFindings)->Unit(benchmark::kMillisecond);
 
 void readOutput(benchmark::State& state) {
-  const auto& result = largeOutput();
+  const auto result = largeOutput(state);
   for (auto _ : state) benchmark::DoNotOptimize(check::readCheckOutput(result, "failed"));
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(result.output.size()));
 }
-BENCHMARK(readOutput)->Unit(benchmark::kMillisecond);
+BENCHMARK(readOutput)->Arg(manyFindings)->Arg(3 * manyFindings)->Unit(benchmark::kMillisecond);
 
 void copyReport(benchmark::State& state) {
   const auto report = reportWith(static_cast<std::size_t>(state.range(0)), 80);

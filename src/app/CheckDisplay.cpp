@@ -74,8 +74,8 @@ void CheckDisplay::update() {
 }
 
 CheckDisplay::State CheckDisplay::stateNow() const {
-  return {session_.path(), session_.cliFallback(), session_.isPaused(), session_.isCancelling(),
-          session_.isStopping(), session_.isRecovering()};
+  return {session_.path(),         session_.cliFallback(), session_.isPaused(),
+          session_.isCancelling(), session_.isStopping(),  session_.isRecovering()};
 }
 
 void CheckDisplay::tellChanges(const State& now) {

@@ -43,8 +43,7 @@ Terminal terminalOf(int stream, bool noColor) {
   if (::isatty(stream) != 1) return Terminal(false);
   const auto kind = environment("TERM");
   const bool obeys = !kind.empty() && kind != "dumb";
-  return Terminal(obeys && !noColor && environment("NO_COLOR").empty(), obeys,
-                  columnsOf(stream));
+  return Terminal(obeys && !noColor && environment("NO_COLOR").empty(), obeys, columnsOf(stream));
 }
 
 }  // namespace

@@ -39,8 +39,8 @@ std::optional<bool> confirmRepair(const CommandContext& context, const disks::Di
   if (context.options.json || ::isatty(STDIN_FILENO) != 1 || ::isatty(STDERR_FILENO) != 1) {
     return std::nullopt;
   }
-  const auto question = context.text("ui.check.confirm", {base::displayText(disk.name), disk.id,
-                                                          sizeText(disk.capacity)});
+  const auto question = context.text(
+      "ui.check.confirm", {base::displayText(disk.name), disk.id, sizeText(disk.capacity)});
   std::fputs(question.c_str(), stderr);
   std::string reply;
   std::getline(std::cin, reply);
@@ -87,8 +87,7 @@ class AnswerOf {
 
   Answer operator()(const check::CheckSucceeded& success) const {
     const bool isRepair = session_.isRepair();
-    const bool isFine =
-        check::judgementKey(success.report, isRepair) == "check.report.judge.ok";
+    const bool isFine = check::judgementKey(success.report, isRepair) == "check.report.judge.ok";
     const auto status = isFine ? ExitStatus::done : ExitStatus::failed;
     if (!context_.options.json) {
       return {status, checkReportText(context_, success.report, isRepair), ""};
@@ -109,9 +108,9 @@ class AnswerOf {
   }
 
   Answer operator()(const check::CheckCancelled&) const {
-    return fail(ExitStatus::interrupted, "interrupted",
-                context_.text(session_.hasStoppedSafely() ? "ui.check.stopped"
-                                                          : "ui.check.unanswered"));
+    return fail(
+        ExitStatus::interrupted, "interrupted",
+        context_.text(session_.hasStoppedSafely() ? "ui.check.stopped" : "ui.check.unanswered"));
   }
 
   Answer operator()(const check::CheckNeedsFullDiskAccess&) const {
@@ -149,7 +148,8 @@ class Attendance {
         connection_(session.changed.connect([this] { update(); })),
         signals_(machine.actor(), [this](int) { interrupt(); }) {
     if (context.options.json || ::isatty(STDERR_FILENO) != 1) return;
-    keys_ = platform::posix::TerminalKeys::listen(machine.actor(), [this](char key) { press(key); });
+    keys_ =
+        platform::posix::TerminalKeys::listen(machine.actor(), [this](char key) { press(key); });
     if (keys_ && session.path() == check::CheckSession::Path::module) {
       display_.say(context.text("ui.check.keys"));
     }
@@ -217,12 +217,15 @@ Answer check(const CommandContext& context, Machine& machine, disks::DiskMonitor
   const disks::DiskUtility utility(*platform.toolRunner, *platform.clock, *platform.mediaRegistry);
   check::DiskChecker checker(machine.actor(), *platform.administratorShell, *platform.containers,
                              context.localization);
-  check::CheckSessionStore store(
-      {machine.actor(), platform, monitor, utility, context.localization,
-       [&checker](std::string bsdName, bool repair) {
-         return checker.run(std::move(bsdName), repair);
-       },
-       {}});
+  check::CheckSessionStore store({machine.actor(),
+                                  platform,
+                                  monitor,
+                                  utility,
+                                  context.localization,
+                                  [&checker](std::string bsdName, bool repair) {
+                                    return checker.run(std::move(bsdName), repair);
+                                  },
+                                  {}});
   const auto session = store.start(disk, {context.options.repair, context.options.direct});
   if (!session) return onOneLine(context, refusal(context, disk, session.error()));
   return Attendance(context, machine, store, **session).follow();

@@ -56,8 +56,8 @@ std::string checkReportText(const CommandContext& context, const check::CheckRep
     for (const auto index : bucket.issues) appendFinding(text, report.issues[index]);
   }
   if (report.deep_omitted.value_or(0) > 0) {
-    text.append("\n").append(context.text("check.report.deep.omitted.fmt",
-                                          {std::to_string(*report.deep_omitted)}));
+    text.append("\n").append(
+        context.text("check.report.deep.omitted.fmt", {std::to_string(*report.deep_omitted)}));
     text += '\n';
   }
   return text;

@@ -105,7 +105,7 @@ base::Task<bool> CheckSession::recover() {
   if (isDone && wasMounted_) isDone = co_await mountAgain();
   isRecovering_ = false;
   changed();
-  co_return isDone && isThere();
+  co_return isDone&& isThere();
 }
 
 base::Task<bool> CheckSession::mountAgain() {

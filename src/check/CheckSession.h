@@ -62,7 +62,7 @@ class CheckSession {
 
   /// What a session holds for as long as it runs.
   struct Holds {
-    std::optional<base::FileLock> mailbox;  ///< nothing where there is no shared container
+    std::optional<base::FileLock> mailbox;       ///< nothing where there is no shared container
     std::optional<DestructiveHold> destructive;  ///< of a repair
   };
 

@@ -18,7 +18,8 @@ std::expected<CheckSession*, CheckRefusal> CheckSessionStore::start(const disks:
   if (!disk.isNtfs()) return std::unexpected(CheckRefusal::notNtfs);
   // The name may be another device's by now, whose check is still being stopped.
   const auto* former = find(disk.id);
-  if ((former && former->isRunning()) || isChecking(disk)) return std::unexpected(CheckRefusal::running);
+  if ((former && former->isRunning()) || isChecking(disk))
+    return std::unexpected(CheckRefusal::running);
   CheckSession::Holds holds;
   if (const auto mailbox = CheckMailbox::open(*services_.platform.containers, disk.id)) {
     holds.mailbox = mailbox->claim();
@@ -34,8 +35,7 @@ std::expected<CheckSession*, CheckRefusal> CheckSessionStore::start(const disks:
   const auto path =
       hasModule && !options.direct ? CheckSession::Path::module : CheckSession::Path::direct;
   auto& session = sessions_[disk.id];
-  session =
-      std::make_unique<CheckSession>(services_, disk, options.repair, path, std::move(holds));
+  session = std::make_unique<CheckSession>(services_, disk, options.repair, path, std::move(holds));
   tasks_.spawn("check of " + disk.id, session->run());
   return session.get();
 }

@@ -21,7 +21,7 @@ struct CheckOptions {
 /// Why a check is not started.
 enum class CheckRefusal {
   notNtfs,
-  running,         ///< one of this volume is running or still being stopped, here or in another process
+  running,  ///< one of this volume is running or still being stopped, here or in another process
   destructiveJob,  ///< a repair, while another job destroys data on a disk
 };
 BOOST_DESCRIBE_ENUM(CheckRefusal, notNtfs, running, destructiveJob)
@@ -42,8 +42,8 @@ class CheckSessionStore {
   /// The running or last session of the volume that has this BSD name, or null.
   CheckSession* find(const std::string& bsdName) const;
 
-  /// Ends all that runs where it stands, without waiting for whoever executes it; `isIdle` once that
-  /// has happened. Then the store is to be destroyed, which withdraws the flags.
+  /// Ends all that runs where it stands, without waiting for whoever executes it; `isIdle` once
+  /// that has happened. Then the store is to be destroyed, which withdraws the flags.
   void abandon() { tasks_.cancelAll(); }
   bool isIdle() const { return tasks_.running() == 0; }
 

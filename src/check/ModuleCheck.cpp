@@ -116,8 +116,8 @@ MountHolder ModuleCheck::holder() const {
 /// The end, if this is it.
 std::optional<ModuleCheckEnd> ModuleCheck::act(const ModuleCheckStep& step, Found& found) {
   using Kind = ModuleCheckEnd::Kind;
-  const bool needsRequest = step.action == ModuleCheckAction::fallBack ||
-                            step.action == ModuleCheckAction::takeBack;
+  const bool needsRequest =
+      step.action == ModuleCheckAction::fallBack || step.action == ModuleCheckAction::takeBack;
   // One that was taken in this very moment is the module's.
   if (needsRequest && !mailbox_->takeRequestBack()) return std::nullopt;
   if (!step.logLine.empty()) {

@@ -23,8 +23,8 @@ inline constexpr std::chrono::seconds claimLimit{15};
 inline constexpr std::chrono::seconds fallbackLimit{90};
 /// A check that gets nowhere for longer than this hangs: a slow disk still gets somewhere.
 inline constexpr std::chrono::minutes stallLimit{10};
-/// How long the module may take to react to the cancel flag, counted anew from each new frame; after
-/// a stall in all.
+/// How long the module may take to react to the cancel flag, counted anew from each new frame;
+/// after a stall in all.
 inline constexpr std::chrono::seconds cancelLimit{60};
 
 /// What is found in one round.
@@ -45,15 +45,15 @@ BOOST_DESCRIBE_STRUCT(ModuleCheckRound, (),
                        goneExecutor))
 
 enum class ModuleCheckAction {
-  poll,          ///< look again in the next round
-  finish,        ///< the report is the result
-  bypass,        ///< another driver has the volume: the module's authorization is to be restored
-  fallBack,      ///< nobody answers: the command-line tool is to check
-  stall,         ///< ask the module to stop and call the check failed; then go on polling until it
-                 ///< has stopped
-  takeBack,      ///< cancelled before the module has taken the request
-  leave,         ///< nobody reacts to the cancel flag any more
-  handOver,      ///< the process that executes the check has died: the volume is to be recovered
+  poll,      ///< look again in the next round
+  finish,    ///< the report is the result
+  bypass,    ///< another driver has the volume: the module's authorization is to be restored
+  fallBack,  ///< nobody answers: the command-line tool is to check
+  stall,     ///< ask the module to stop and call the check failed; then go on polling until it
+             ///< has stopped
+  takeBack,  ///< cancelled before the module has taken the request
+  leave,     ///< nobody reacts to the cancel flag any more
+  handOver,  ///< the process that executes the check has died: the volume is to be recovered
 };
 BOOST_DESCRIBE_ENUM(ModuleCheckAction, poll, finish, bypass, fallBack, stall, takeBack, leave,
                     handOver)

@@ -8,7 +8,7 @@ MountHolder mountHolder(const disks::Disk* disk, bool hasFreshReport) {
   if (!disk || !disk->isMounted) return MountHolder::nobody;
   if (hasFreshReport) return MountHolder::module;
   return base::asciiLowered(disk->fileSystem) == "ntfs" ? MountHolder::system
-                                                          : MountHolder::another;
+                                                        : MountHolder::another;
 }
 
 }  // namespace halvercine::check

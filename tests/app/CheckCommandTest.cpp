@@ -2,9 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
-#include <cstdio>
 #include <fcntl.h>
-#include <poll.h>
 #include <stdlib.h>
 #include <string>
 #include <sys/resource.h>
@@ -17,6 +15,7 @@
 
 #include "base/Json.h"
 #include "base/UniqueFd.h"
+#include "support/TemporaryFolder.h"
 #include "support/runProgram.h"
 
 namespace halvercine {
@@ -24,7 +23,6 @@ namespace {
 
 using base::UniqueFd;
 using testing::HasSubstr;
-using testing::Not;
 
 tests::ProgramRun check(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), {"--simulate=checks", "--fast", "check"});
@@ -210,6 +208,51 @@ TEST(CheckCommandTest, AnInterruptWaitsForTheSafeStop) {
   EXPECT_THAT(run.text(), HasSubstr("\"cancelling\":true"));
   EXPECT_EQ(lines(run.text()).back().at("error").at("message"),
             "Cancelled. The check has stopped safely.");
+}
+
+TEST(CheckCommandTest, TheSecondInterruptLeavesAtOnce) {
+  // Nobody heeds the flag of this one.
+  RunningCheck run(RunningCheck::Output::pipe, {"Deaf", "--json"});
+  ASSERT_TRUE(run.waitFor("\"progress\""));
+  run.interrupt();
+  ASSERT_TRUE(run.waitFor("\"cancelling\":true"));
+  run.interrupt();
+  EXPECT_EQ(run.end(), 130);
+  EXPECT_THAT(run.text(), HasSubstr("Left at once"));
+}
+
+TEST(CheckCommandTest, WhatTheToolAnswersIsTold) {
+  struct Row {
+    const char* tool;  // its behaviour, as in a scenario
+    const char* volume;
+    int status;
+    const char* said;
+  };
+  const Row rows[] = {
+      {R"({"tool": "osascript", "status": 1, "errors": "0:54: execution error: User canceled. (-128)\n"})",
+       "{}", 130, "Cancelled"},
+      {R"({"tool": "osascript", "startError": "no such program"})", "{}", 1, "osascript exit=-1"},
+      {R"({"tool": "fsck_halvercine", "text": "garbage\n"})", "{}", 1, "stdout tail: garbage"},
+      {R"({"tool": "fsck_halvercine", "text": "{\"ok\": 1}\n"})", "{}", 1, "JSON decode failed"},
+      {R"({"tool": "lsof"})", R"({"error": "open failed: Resource busy"})", 5, "Full Disk Access"},
+      {R"({"tool": "lsof"})", R"({"error": "bad boot sector"})", 1, "bad boot sector"},
+  };
+  const tests::TemporaryFolder folder;
+  for (const auto& row : rows) {
+    const auto scenario = std::string(R"({"format": 1, "devices": [{"disk": "disk4", "volumes": [
+        {"disk": "disk4s1", "name": "DATA", "kind": "ntfs", "fsck": )") +
+                          row.volume + R"(}]}], "tools": [)" + row.tool + "]}";
+    const auto option = "--simulate=" + folder.write("tool.json", scenario).string();
+    const auto run = tests::runProgram({option, "--fast", "check", "DATA", "--direct"});
+    EXPECT_EQ(run.status, row.status) << row.tool;
+    EXPECT_THAT(run.errors, HasSubstr(row.said));
+  }
+  const auto missing = folder.write("missing.json", R"({"format": 1, "system": {"checkTool": false},
+      "devices": [{"disk": "disk4", "volumes": [{"disk": "disk4s1", "name": "DATA", "kind": "ntfs"}]}]})");
+  const auto run =
+      tests::runProgram({"--simulate=" + missing.string(), "--fast", "check", "DATA", "--direct"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.errors, HasSubstr("fsck_halvercine not found in app bundle"));
 }
 
 TEST(CheckCommandTest, AReaderThatGoesCancelsTheCheck) {

@@ -135,12 +135,12 @@ TEST_F(CheckMailboxTest, TheSweepSparesTheLiving) {
   folder.write("bitlocker-unlock-disk4s1.json", "{}");
   folder.write("check-report-disk4s1.json", "{}");
   CheckMailbox::sweepAbandoned(containers);
-  EXPECT_THAT(folder.names(),
-              ElementsAre(".check-cancel-disk5s1.json.tmp-5B1C0D7E",
-                          "bitlocker-unlock-disk4s1.json", "check-cancel-disk5s1.json",
-                          "check-pause-disk5s1.json", "check-report-disk4s1.json",
-                          "deep-check-disk4s1.json.lock", "deep-check-disk5s1.json",
-                          "deep-check-disk5s1.json.lock"));
+  EXPECT_THAT(
+      folder.names(),
+      ElementsAre(".check-cancel-disk5s1.json.tmp-5B1C0D7E", "bitlocker-unlock-disk4s1.json",
+                  "check-cancel-disk5s1.json", "check-pause-disk5s1.json",
+                  "check-report-disk4s1.json", "deep-check-disk4s1.json.lock",
+                  "deep-check-disk5s1.json", "deep-check-disk5s1.json.lock"));
 }
 
 }  // namespace

@@ -7,7 +7,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-CheckProgressSnapshot frame(std::uint32_t stage, std::uint64_t scanned, std::uint64_t total = 1000) {
+CheckProgressSnapshot frame(std::uint32_t stage, std::uint64_t scanned,
+                            std::uint64_t total = 1000) {
   CheckProgressSnapshot frame;
   frame.stage = stage;
   frame.scanned = scanned;

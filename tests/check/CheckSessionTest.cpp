@@ -1,6 +1,4 @@
 // A check from its start to its end on the simulated Mac, in virtual time.
-#include "check/CheckSessionStore.h"
-
 #include <filesystem>
 #include <memory>
 
@@ -9,6 +7,7 @@
 
 #include "base/sleepFor.h"
 #include "check/CheckMailbox.h"
+#include "check/CheckSessionStore.h"
 #include "support/SimulatedFixture.h"
 
 namespace halvercine::check {
@@ -125,7 +124,8 @@ TEST(CheckSessionTest, EveryWayOutLeavesNoFlagBehind) {
   const std::string vendor = R"("module": {"driver": "Paragon NTFS"}, "check": {})";
   const auto mounted = [](const std::string& mount, const std::string& rest) {
     return R"([{"disk": "disk4", "volumes": [{"disk": "disk4s1", "name": "DATA", "kind": "ntfs",
-               "mount": )" + mount + ", " + rest + "}]}]";
+               "mount": )" +
+           mount + ", " + rest + "}]}]";
   };
   const Row rows[] = {
       {"a good check", oneVolume("{}"), "succeeded", 6, 9, 0, ""},
@@ -141,19 +141,22 @@ TEST(CheckSessionTest, EveryWayOutLeavesNoFlagBehind) {
       {"never taken", oneVolume(R"({"claims": false})"), "succeeded", 93, 94.5, 1,
        "降级内嵌 fsck CLI"},
       {"the system's driver", mounted("{}", native), "bypassed", 15, 16, 0, "引导恢复扩展授权"},
-      {"another vendor's driver", mounted(R"({"type": "ufsd_NTFS"})", vendor), "bypassed", 90, 91, 0,
-       "未认领且挂载已完成"},
+      {"another vendor's driver", mounted(R"({"type": "ufsd_NTFS"})", vendor), "bypassed", 90, 91,
+       0, "未认领且挂载已完成"},
       {"not mounted at all", R"([{"disk": "disk4", "volumes": [{"disk": "disk4s1", "name": "DATA",
-        "kind": "ntfs", "check": {}}]}])", "succeeded", 93, 94.5, 1, "降级内嵌 fsck CLI"},
+        "kind": "ntfs", "check": {}}]}])",
+       "succeeded", 93, 94.5, 1, "降级内嵌 fsck CLI"},
       {"hangs", oneVolume(R"({"stallsAfter": 2})"), "check.failed.timeout", 662, 666, 0,
        "停滞/扩展异常"},
       {"gets nowhere but heeds the flag", oneVolume(R"({"stallsAfter": 2, "heartbeat": true})"),
        "check.failed.timeout", 602, 606, 0, "停滞/扩展异常"},
-      {"dies once", oneVolume(R"({"diesAfter": 2})"), "succeeded", 8, 12, 0, "不存在），交自动恢复"},
-      {"dies, its number is used again", oneVolume(R"({"diesAfter": 2, "reusesPid": true, "pid": 77})"),
-       "succeeded", 8, 12, 0, "（pid=77不存在），交自动恢复"},
-      {"dies every time", oneVolume(R"({"diesAfter": 2, "deaths": 99})"), "check.failed.interrupted",
-       6, 12, 0, "不存在），交自动恢复"},
+      {"dies once", oneVolume(R"({"diesAfter": 2})"), "succeeded", 8, 12, 0,
+       "不存在），交自动恢复"},
+      {"dies, its number is used again",
+       oneVolume(R"({"diesAfter": 2, "reusesPid": true, "pid": 77})"), "succeeded", 8, 12, 0,
+       "（pid=77不存在），交自动恢复"},
+      {"dies every time", oneVolume(R"({"diesAfter": 2, "deaths": 99})"),
+       "check.failed.interrupted", 6, 12, 0, "不存在），交自动恢复"},
       {"dies before it says anything", oneVolume(R"({"diesAfter": 0.1})"), "check.failed.timeout",
        660, 664, 0, "停滞/扩展异常"},
       {"a run that could not be completed", oneVolume("{}", R"("fsck": {"error": "read error"})"),
@@ -186,8 +189,9 @@ TEST(CheckSessionTest, EveryWayOutLeavesNoFlagBehind) {
 TEST(CheckSessionTest, TheExecutorMayDieAtAnyMoment) {
   for (double moment = 0.1; moment < 8; moment += 0.21) {
     SCOPED_TRACE(moment);
-    Fixture fixture(oneVolume(R"({"claimAfter": 0, "frameSeconds": 0.25, "torn": true, "diesAfter": )" +
-                              std::to_string(moment) + "}"));
+    Fixture fixture(
+        oneVolume(R"({"claimAfter": 0, "frameSeconds": 0.25, "torn": true, "diesAfter": )" +
+                  std::to_string(moment) + "}"));
     auto& session = fixture.start();
     bool isKnown = false;
     session.changed.connect([&] { isKnown |= session.progress().has_value(); });
@@ -252,7 +256,8 @@ TEST(CheckSessionTest, ACancelWaitsForTheModule) {
              fixture.platform.clock->uptime() - asked > std::chrono::seconds(700);
     });
     ASSERT_TRUE(ends);
-    const auto took = std::chrono::duration<double>(fixture.platform.clock->uptime() - asked).count();
+    const auto took =
+        std::chrono::duration<double>(fixture.platform.clock->uptime() - asked).count();
     EXPECT_GE(took, row.least);
     EXPECT_LE(took, row.most);
     EXPECT_EQ(session.hasStoppedSafely(), row.isSafe);
@@ -344,8 +349,8 @@ TEST(CheckSessionTest, ARepairHoldsAutomaticMountsAwayAndIsLogged) {
   ASSERT_TRUE(fixture.finish(session));
   EXPECT_FALSE(fixture.monitor.destructiveBusy());
   EXPECT_EQ(std::get<CheckSucceeded>(*session.outcome()).report.repaired_count, 1u);
-  EXPECT_THAT(fixture.operations, ElementsAre("repair: Repair started（DATA）",
-                                              "repair: Repair completed（DATA）"));
+  EXPECT_THAT(fixture.operations,
+              ElementsAre("repair: Repair started（DATA）", "repair: Repair completed（DATA）"));
   fixture.monitor.beginDestructiveOperation();  // a format, say
   const auto refused = fixture.store->start(session.disk(), {.repair = true});
   EXPECT_EQ(refused.error(), CheckRefusal::destructiveJob);

@@ -15,7 +15,8 @@ constexpr platform::Uptime start = 1000s;
 /// A round `at` seconds after the start; everything else as in a check that nobody has taken yet.
 ModuleCheckRound round(double at) {
   ModuleCheckRound round;
-  round.now = start + std::chrono::duration_cast<platform::Uptime>(std::chrono::duration<double>(at));
+  round.now =
+      start + std::chrono::duration_cast<platform::Uptime>(std::chrono::duration<double>(at));
   round.requestWaits = true;
   return round;
 }
@@ -27,8 +28,14 @@ ModuleCheckRound taken(double at, std::optional<CheckProgressSnapshot> frame = {
   return found;
 }
 
-CheckProgressSnapshot frame(double ts, std::uint64_t scanned, std::optional<std::int32_t> pid = {}) {
-  return {.stage = 1, .scanned = scanned, .total = 100, .warnings = {}, .errors = {}, .ts = ts,
+CheckProgressSnapshot frame(double ts, std::uint64_t scanned,
+                            std::optional<std::int32_t> pid = {}) {
+  return {.stage = 1,
+          .scanned = scanned,
+          .total = 100,
+          .warnings = {},
+          .errors = {},
+          .ts = ts,
           .pid = pid};
 }
 
@@ -95,7 +102,8 @@ TEST(ModuleCheckSequenceTest, StallsWhenNothingButTimeStampsChanges) {
   EXPECT_EQ(sequence.next(taken(700, frame(3, 50))).action, Action::poll) << "not more than 600 s";
   const auto step = sequence.next(taken(700.75, frame(4, 50)));
   EXPECT_EQ(step.action, Action::stall);
-  EXPECT_EQ(step.logLine, "Halvercine: 深检连续 10 分钟无进展（停滞/扩展异常），写取消标志安全中止");
+  EXPECT_EQ(step.logLine,
+            "Halvercine: 深检连续 10 分钟无进展（停滞/扩展异常），写取消标志安全中止");
   // It is said once, and the end is waited for; not for ever by one that goes on as before.
   double at = 701.5;
   for (; at <= 760.75; at += 0.75) {

@@ -52,7 +52,8 @@ struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Liste
       : terminal(actor.context(), ::dup(STDIN_FILENO)), pressed(std::move(action)) {}
 
   void wait() {
-    // Waiting and then reading leaves the terminal in blocking mode, which it shares with the shell.
+    // Waiting and then reading leaves the terminal in blocking mode, which it shares with the
+    // shell.
     terminal.async_wait(boost::asio::posix::stream_descriptor::wait_read,
                         [weak = weak_from_this()](boost::system::error_code error) {
                           const auto listener = weak.lock();

@@ -71,11 +71,11 @@ void SimulatedCheck::look() {
   isLooking_ = false;
   for (const auto& [disk, settings] : volumes_) {
     if (taking_.contains(disk) || !mayTake(disk, settings)) continue;
-    taking_[disk] = clock_->callAt(clock_->uptime() + uptimeOf(settings.claimAfter),
-                                   [this, disk = disk] {
-                                     taking_.erase(disk);
-                                     take(disk);
-                                   });
+    taking_[disk] =
+        clock_->callAt(clock_->uptime() + uptimeOf(settings.claimAfter), [this, disk = disk] {
+          taking_.erase(disk);
+          take(disk);
+        });
   }
 }
 
@@ -135,18 +135,20 @@ void SimulatedCheck::work(const std::string& disk) {
 
 void SimulatedCheck::writeFrame(const std::string& disk, Run& run) {
   const auto whole = std::max<Uptime::rep>(uptimeOf(run.settings.seconds).count(), 1);
-  const auto part = std::min(1.0, static_cast<double>(run.worked.count()) / static_cast<double>(whole));
+  const auto part =
+      std::min(1.0, static_cast<double>(run.worked.count()) / static_cast<double>(whole));
   const auto text = checkFrameText(run.media, part, secondsSince1970(clock_->now()),
                                    run.pid == 0 ? std::nullopt : std::optional(run.pid));
   // A process that writes in place is seen at work now and then.
   const bool isHalf = run.settings.torn && ++run.writings % 2 == 0;
-  container_.write(fileName("check-progress-", disk), isHalf ? text.substr(0, text.size() / 2) : text);
+  container_.write(fileName("check-progress-", disk),
+                   isHalf ? text.substr(0, text.size() / 2) : text);
 }
 
 void SimulatedCheck::finish(const std::string& disk, bool isCancelled) {
   const auto& run = runs_.at(disk);
-  const auto text = moduleCheckText(run.media, run.settings.diskID.value_or(disk), run.repair,
-                                    isCancelled);
+  const auto text =
+      moduleCheckText(run.media, run.settings.diskID.value_or(disk), run.repair, isCancelled);
   writeReport(disk, text, 0);
 }
 

@@ -17,9 +17,9 @@ namespace halvercine::platform::simulated {
 
 class SimulatedMachine;
 
-/// Takes the requests for volumes that have a `check` in the scenario, are mounted and are served by
-/// the module; writes frames and a report, heeds the flags, and goes wrong where the scenario says
-/// so. Main actor, except where it says otherwise.
+/// Takes the requests for volumes that have a `check` in the scenario, are mounted and are served
+/// by the module; writes frames and a report, heeds the flags, and goes wrong where the scenario
+/// says so. Main actor, except where it says otherwise.
 class SimulatedCheck {
  public:
   SimulatedCheck(SimulatedMachine& machine, std::shared_ptr<Clock> clock,

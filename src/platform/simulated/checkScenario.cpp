@@ -55,14 +55,18 @@ Fault checkModule(const ScenarioModule& module, const std::string& place) {
 
 Fault checkCheck(const ScenarioCheck& check, const std::string& place) {
   const std::pair<std::string_view, double> times[] = {
-      {"claimAfter", check.claimAfter},       {"seconds", check.seconds},
-      {"reportDelay", check.reportDelay},     {"cancelSeconds", check.cancelSeconds},
-      {"stallsAfter", check.stallsAfter.value_or(0)}, {"diesAfter", check.diesAfter.value_or(0)}};
+      {"claimAfter", check.claimAfter},
+      {"seconds", check.seconds},
+      {"reportDelay", check.reportDelay},
+      {"cancelSeconds", check.cancelSeconds},
+      {"stallsAfter", check.stallsAfter.value_or(0)},
+      {"diesAfter", check.diesAfter.value_or(0)}};
   for (const auto& [key, seconds] : times) {
     if (auto found = checkSeconds(seconds, below(place, key))) return found;
   }
   // Each frame is a file that is written.
-  if (!(check.frameSeconds >= 0.01)) return fault(below(place, "frameSeconds"), "must be at least 0.01");
+  if (!(check.frameSeconds >= 0.01))
+    return fault(below(place, "frameSeconds"), "must be at least 0.01");
   return checkSeconds(check.frameSeconds, below(place, "frameSeconds"));
 }
 

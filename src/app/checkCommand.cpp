@@ -1,12 +1,14 @@
 #include <cstdio>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <unistd.h>
 #include <utility>
+#include <variant>
 
 #include <boost/json/array.hpp>
 
-#include "app/CheckDisplay.h"
+#include "app/CheckAttendance.h"
 #include "app/DiskSelector.h"
 #include "app/checkReportText.h"
 #include "app/commands.h"
@@ -18,8 +20,6 @@
 #include "check/CheckSessionStore.h"
 #include "check/DiskChecker.h"
 #include "mount/ThirdPartyDriver.h"
-#include "platform/posix/TerminalKeys.h"
-#include "platform/posix/TerminationSignals.h"
 
 namespace halvercine::app {
 namespace {
@@ -135,81 +135,19 @@ class AnswerOf {
   const check::CheckSession& session_;
 };
 
-/// The running session with the user before it.
-class Attendance {
- public:
-  Attendance(const CommandContext& context, Machine& machine, check::CheckSessionStore& store,
-             check::CheckSession& session)
-      : context_(context),
-        machine_(machine),
-        store_(store),
-        session_(session),
-        display_(context, session),
-        connection_(session.changed.connect([this] { update(); })),
-        signals_(machine.actor(), [this](int) { interrupt(); }) {
-    if (context.options.json || ::isatty(STDERR_FILENO) != 1) return;
-    keys_ =
-        platform::posix::TerminalKeys::listen(machine.actor(), [this](char key) { press(key); });
-    if (keys_ && session.path() == check::CheckSession::Path::module) {
-      display_.say(context.text("ui.check.keys"));
-    }
+Answer answerOf(const CommandContext& context, const check::CheckSession& session,
+                CheckAttendance::End end) {
+  if (end == CheckAttendance::End::left) {
+    return onOneLine(context, failure(context.options, ExitStatus::interrupted, "interrupted",
+                                      context.text("ui.check.left")));
   }
-  ~Attendance() { connection_.disconnect(); }
-  Attendance(const Attendance&) = delete;
-  Attendance& operator=(const Attendance&) = delete;
-
-  Answer follow() {
-    display_.update();
-    machine_.actor().runUntil([this] { return !session_.isRunning() || leaves_; });
-    display_.end();
-    keys_.reset();
-    if (leaves_) {
-      store_.abandon();
-      machine_.actor().runUntil([this] { return store_.isIdle(); });
-      return onOneLine(context_, failure(context_.options, ExitStatus::interrupted, "interrupted",
-                                         context_.text("ui.check.left")));
-    }
-    // Nothing could happen any more, and it has not ended: a fault of the simulation's.
-    if (!session_.outcome()) {
-      return onOneLine(context_, failure(context_.options, ExitStatus::failed, "internal",
-                                         context_.text("disk.err.unknown")));
-    }
-    return std::visit(AnswerOf(context_, session_), *session_.outcome());
+  // Nothing could happen any more, and it has not ended: a fault of the simulation's.
+  if (!session.outcome()) {
+    return onOneLine(context, failure(context.options, ExitStatus::failed, "internal",
+                                      context.text("disk.err.unknown")));
   }
-
- private:
-  void update() {
-    display_.update();
-    if (display_.nobodyListens() && !std::exchange(isAbandoned_, true)) session_.cancel();
-  }
-
-  void press(char key) {
-    if (key == 'p' || key == 'P') session_.pause();
-    if (key == 'r' || key == 'R') session_.resume();
-  }
-
-  /// The first one cancels, the second one leaves.
-  void interrupt() {
-    if (std::exchange(isInterrupted_, true)) {
-      leaves_ = true;
-      return;
-    }
-    const bool isBeingStopped = session_.cancel() || session_.outcome();
-    display_.say(context_.text(isBeingStopped ? "ui.check.cancelling" : "ui.check.nocancel"));
-  }
-
-  const CommandContext& context_;
-  Machine& machine_;
-  check::CheckSessionStore& store_;
-  check::CheckSession& session_;
-  CheckDisplay display_;
-  boost::signals2::connection connection_;
-  platform::posix::TerminationSignals signals_;
-  std::unique_ptr<platform::posix::TerminalKeys> keys_;
-  bool isInterrupted_ = false;
-  bool isAbandoned_ = false;
-  bool leaves_ = false;
-};
+  return std::visit(AnswerOf(context, session), *session.outcome());
+}
 
 Answer check(const CommandContext& context, Machine& machine, disks::DiskMonitor& monitor,
              const disks::Disk& disk) {
@@ -228,7 +166,8 @@ Answer check(const CommandContext& context, Machine& machine, disks::DiskMonitor
                                   {}});
   const auto session = store.start(disk, {context.options.repair, context.options.direct});
   if (!session) return onOneLine(context, refusal(context, disk, session.error()));
-  return Attendance(context, machine, store, **session).follow();
+  const auto end = CheckAttendance(context, machine, store, **session).follow();
+  return answerOf(context, **session, end);
 }
 
 }  // namespace

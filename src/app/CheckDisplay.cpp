@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 #include <boost/json/object.hpp>
 #include <fmt/format.h>
@@ -47,9 +48,11 @@ std::string durationText(std::chrono::seconds duration) {
 std::string fittingLine(const std::vector<std::string>& pieces, std::size_t columns) {
   std::string line;
   for (const auto& piece : pieces) {
-    const auto longer = line.empty() ? piece : line + "  " + piece;
+    auto longer = line;
+    if (!line.empty()) longer += "  ";
+    longer += piece;
     if (!line.empty() && columns > 0 && base::displayWidth(longer) >= columns) break;
-    line = longer;
+    line = std::move(longer);
   }
   return line;
 }

@@ -88,9 +88,7 @@ base::Task<ModuleCheckEnd> ModuleCheck::run(bool repair) {
 }
 
 base::Task<ModuleCheck::Found> ModuleCheck::look(ModuleCheckSequence sequence) {
-  const auto read = [reader = reader_, sequence = std::move(sequence)] {
-    return reader->read(sequence);
-  };
+  const auto read = [reader = reader_, sequence] { return reader->read(sequence); };
   co_return co_await base::runInBackground(actor_, read);
 }
 

@@ -49,7 +49,7 @@ void takeover(benchmark::State& state, platform::simulated::ClockKind clock) {
     mount::AutomaticTakeover automatic(
         {actor, ports, monitor, utility, localization,
          [](const disks::Disk&, platform::WallTime) { return false; },
-         [](std::string_view, std::string_view) {}});
+         [](const std::string&) { return false; }, [](std::string_view, std::string_view) {}});
     monitor.start();
     automatic.start();
     actor.runUntil([done = 0]() mutable { return done++ > 0; });

@@ -103,6 +103,12 @@ void addCommands(CLI::App& program, Options& options) {
   add(Command::drivers, "Show other vendors' NTFS drivers on this machine");
   addLogActions(*add(Command::log, "Show, export or clear the record of what was done to disks"),
                 options);
+  auto* check = add(Command::check, "Check an NTFS volume, or repair it");
+  addDisk(check, options);
+  check->add_flag("--repair", options.repair, "Repair what can be repaired");
+  check->add_flag("--direct", options.direct,
+                  "Check with the command-line tool, without the file-system module");
+  check->add_flag("--yes", options.yes, "Repair without asking");
   add(Command::version, "Show the version");
 }
 
@@ -152,6 +158,8 @@ std::string_view commandName(Command command) {
       return "drivers";
     case Command::log:
       return "log";
+    case Command::check:
+      return "check";
     case Command::version:
       return "version";
   }

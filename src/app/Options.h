@@ -23,6 +23,7 @@ enum class Command {
   takeover,
   occupants,
   drivers,
+  check,
   log,
   version
 };
@@ -45,14 +46,18 @@ struct Options {
   bool force = false;              ///< of `unmount` and `log export`
   LogAction logAction = LogAction::show;
   std::string file = "Tarnwel-operation-log.txt";  ///< of `log export`; "-" is standard output
-  bool yes = false;                                ///< of `log clear`: it is agreed to already
+  bool yes = false;               ///< of `log clear` and `check --repair`: it is agreed to already
+  bool repair = false;            ///< of `check`
+  bool direct = false;            ///< of `check`: without the file-system module
   std::optional<double> seconds;  ///< of `watch` and `run`: how long; no end if absent
   bool fast = false;              ///< simulated time passes as fast as it can
 
   /// Commands that answer at once need no real time on a simulated Mac; those that people follow
   /// do.
   bool runsOnRealTime() const {
-    return (command == Command::watch || command == Command::run) && !fast;
+    const bool isFollowed =
+        command == Command::watch || command == Command::run || command == Command::check;
+    return isFollowed && !fast;
   }
 };
 

@@ -1,5 +1,6 @@
 #include "app/TakeoverParts.h"
 
+#include "check/CheckMailbox.h"
 #include "mount/reasons/volumeIdentity.h"
 
 namespace halvercine::app {
@@ -19,11 +20,14 @@ mount::TakeoverContext TakeoverParts::context() {
     const auto unmountedAt = identity ? registry.unmountedAt(*identity) : std::nullopt;
     return unmountedAt && *unmountedAt >= platform::secondsSince1970(since);
   };
+  const auto isInUse = [this](const std::string& bsdName) {
+    return check::isBeingChecked(*command.platform.containers, bsdName);
+  };
   const auto addToLog = [this](std::string_view category, std::string_view message) {
     log.add(category, message);
   };
   return {machine.actor(),      command.platform,  monitor, utility,
-          command.localization, isUnmountedByUser, addToLog};
+          command.localization, isUnmountedByUser, isInUse, addToLog};
 }
 
 }  // namespace halvercine::app

@@ -32,21 +32,25 @@ std::string_view sequence(Tint tint) {
   return "";
 }
 
-std::size_t outputColumns() {
+std::size_t columnsOf(int stream) {
   constexpr std::size_t usual = 100;
   winsize size{};
-  const bool known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  const bool known = ::ioctl(stream, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
   return known ? size.ws_col : usual;
+}
+
+Terminal terminalOf(int stream, bool noColor) {
+  if (::isatty(stream) != 1) return Terminal(false);
+  const auto kind = environment("TERM");
+  const bool obeys = !kind.empty() && kind != "dumb";
+  return Terminal(obeys && !noColor && environment("NO_COLOR").empty(), obeys, columnsOf(stream));
 }
 
 }  // namespace
 
-Terminal Terminal::forOutput(bool noColor) {
-  if (::isatty(STDOUT_FILENO) != 1) return Terminal(false);
-  const auto kind = environment("TERM");
-  const bool obeys = !kind.empty() && kind != "dumb";
-  return Terminal(obeys && !noColor && environment("NO_COLOR").empty(), obeys, outputColumns());
-}
+Terminal Terminal::forOutput(bool noColor) { return terminalOf(STDOUT_FILENO, noColor); }
+
+Terminal Terminal::forErrors(bool noColor) { return terminalOf(STDERR_FILENO, noColor); }
 
 std::string Terminal::tinted(std::string_view text, Tint tint) const {
   if (!colours_ || tint == Tint::none) return std::string(text);

@@ -18,6 +18,9 @@ class Terminal {
   /// is "dumb" or missing.
   static Terminal forOutput(bool noColor);
 
+  /// The same for standard error.
+  static Terminal forErrors(bool noColor);
+
   /// `columns` is 0 for lines of any length.
   explicit Terminal(bool colours, bool redraws = false, std::size_t columns = 0)
       : colours_(colours), redraws_(redraws), columns_(columns) {}

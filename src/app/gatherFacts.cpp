@@ -6,6 +6,7 @@
 #include "app/unmountReasons.h"
 #include "base/either.h"
 #include "bitlocker/BitLockerMailbox.h"
+#include "disks/DiskMonitor.h"
 #include "mount/EnabledModules.h"
 #include "mount/MountAccessReportStore.h"
 #include "mount/ThirdPartyDriver.h"
@@ -96,6 +97,7 @@ void addKnownFacts(VolumeFacts& facts, const CommandContext& context, const Disk
   facts.foreignDrivers = foreignDrivers(platform);
   facts.unmountedByUserAt = unmountedByUserAt(platform, view.disk);
   facts.unmount = unmountReasonInputs(platform).findings(view.disk);
+  facts.destructiveJobRuns = disks::isDestructiveJobRunning(*platform.containers);
   facts.unlockRequested = unlockIsRequested(platform, view.disk);
   if (view.deviceId) facts.takeover = takeoverFacts(context, view.disk, *view.deviceId);
 }

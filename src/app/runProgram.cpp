@@ -45,6 +45,8 @@ Answer runOn(Machine& machine, const Options& options) {
       return runCommand(context, machine);
     case Command::takeover:
       return takeoverCommand(context, machine);
+    case Command::check:
+      return checkCommand(context, machine);
     case Command::version:
       break;
   }

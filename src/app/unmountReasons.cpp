@@ -1,6 +1,7 @@
 #include "app/unmountReasons.h"
 
 #include "bitlocker/interrupted/InterruptedCreationStore.h"
+#include "check/CheckMailbox.h"
 #include "mount/MountAccessReportStore.h"
 #include "mount/takeover/TakeoverJournal.h"
 
@@ -35,6 +36,9 @@ std::optional<std::string> replacedVolume(const disks::Disk& disk,
 
 mount::UnmountReasonInputs unmountReasonInputs(const platform::Platform& platform) {
   mount::UnmountReasonInputs inputs;
+  inputs.isChecking = [&platform](const disks::Disk& disk) {
+    return check::isBeingChecked(*platform.containers, disk.id);
+  };
   inputs.isCreationInterrupted = [&platform](const disks::Disk& disk) {
     return bitlocker::InterruptedCreationStore(*platform.userDefaults).contains(disk);
   };

@@ -3,11 +3,24 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/PrivateFiles.h"
 #include "base/runInBackground.h"
 #include "disks/enumerateDisks.h"
 #include "mount/MountAccessReportStore.h"
 
 namespace halvercine::disks {
+namespace {
+
+// Somebody may be asking whether it is held.
+constexpr auto lockPatience = std::chrono::milliseconds(20);
+
+std::optional<std::filesystem::path> destructiveLockPath(platform::Containers& containers) {
+  const auto support = containers.applicationSupport();
+  if (!support) return std::nullopt;
+  return *support / "Halvercine" / "destructive.lock";
+}
+
+}  // namespace
 
 DiskMonitor::DiskMonitor(base::MainActor& actor, const platform::Platform& platform,
                          const base::Localization& localization)
@@ -134,12 +147,28 @@ std::optional<std::uint64_t> DiskMonitor::deviceId(const std::string& bsdName) c
   return found->second;
 }
 
+bool DiskMonitor::destructiveBusy() const {
+  return destructiveBusy_ || isDestructiveJobRunning(*platform_.containers);
+}
+
 void DiskMonitor::beginDestructiveOperation() {
-  if (!std::exchange(destructiveBusy_, true)) destructiveBusyChanged();
+  if (std::exchange(destructiveBusy_, true)) return;
+  const auto path = destructiveLockPath(*platform_.containers);
+  if (path && !base::makePrivateDirectory(path->parent_path())) {
+    destructiveLock_ = base::FileLock::take(*path, lockPatience);
+  }
+  destructiveBusyChanged();
 }
 
 void DiskMonitor::endDestructiveOperation() {
-  if (std::exchange(destructiveBusy_, false)) destructiveBusyChanged();
+  if (!std::exchange(destructiveBusy_, false)) return;
+  destructiveLock_.reset();
+  destructiveBusyChanged();
+}
+
+bool isDestructiveJobRunning(platform::Containers& containers) {
+  const auto path = destructiveLockPath(containers);
+  return path && base::FileLock::isHeld(*path);
 }
 
 CapacityRefreshIdentity DiskMonitor::capacityIdentity(const Disk& disk) const {

@@ -14,6 +14,7 @@
 #include <boost/signals2/signal_type.hpp>
 
 #include "base/Directory.h"
+#include "base/FileLock.h"
 #include "base/MainActor.h"
 #include "base/OwnedPost.h"
 #include "base/RepeatingTimer.h"
@@ -84,8 +85,9 @@ class DiskMonitor {
   /// Whether this name has been an NTFS volume's at any time in this run.
   bool wasNtfs(const std::string& bsdName) const { return knownNtfs_.contains(bsdName); }
 
-  /// Set while a job destroys data on a disk; nothing is mounted or unmounted automatically then.
-  bool destructiveBusy() const { return destructiveBusy_; }
+  /// Set while a job destroys data on a disk, in this process or in another one of the program;
+  /// nothing is mounted or unmounted automatically then.
+  bool destructiveBusy() const;
   void beginDestructiveOperation();
   void endDestructiveOperation();
 
@@ -93,7 +95,7 @@ class DiskMonitor {
   Signal<void()> refreshed;
   /// The list, or the free space in it, has changed.
   Signal<void()> disksChanged;
-  /// `destructiveBusy` has changed.
+  /// `destructiveBusy` has changed by this process.
   Signal<void()> destructiveBusyChanged;
 
  private:
@@ -119,6 +121,7 @@ class DiskMonitor {
   std::uint64_t refreshRevision_ = 0;
   std::set<std::string> knownNtfs_;
   bool destructiveBusy_ = false;
+  std::optional<base::FileLock> destructiveLock_;
   bool refreshScheduled_ = false;
   std::size_t mailboxDigest_ = 0;
   // Media whose free space is being read, by name and device.
@@ -132,5 +135,8 @@ class DiskMonitor {
   base::OwnedPost post_;
   base::TaskScope tasks_;  // last: what runs is cancelled before anything else goes
 };
+
+/// Whether a process of the program runs a job that destroys data on a disk.
+bool isDestructiveJobRunning(platform::Containers& containers);
 
 }  // namespace halvercine::disks

@@ -25,6 +25,10 @@ class Containers {
   /// Where the file at an absolute path of the system really is: the path itself on a real machine,
   /// a place inside its private folder on a simulated one.
   virtual std::filesystem::path systemPath(const std::filesystem::path& absolute) = 0;
+
+  /// The path of a file that comes with the program, in its bundle or, where programs have none,
+  /// beside it. Nothing when there is no such file.
+  virtual std::optional<std::filesystem::path> bundleResource(const std::string& name) = 0;
 };
 
 }  // namespace halvercine::platform

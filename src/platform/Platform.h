@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "platform/AdministratorShell.h"
 #include "platform/Clock.h"
 #include "platform/Containers.h"
 #include "platform/DirectoryWatch.h"
@@ -10,6 +11,7 @@
 #include "platform/FileSystems.h"
 #include "platform/MediaRegistry.h"
 #include "platform/Pasteboard.h"
+#include "platform/Processes.h"
 #include "platform/SystemInfo.h"
 #include "platform/SystemLog.h"
 #include "platform/ToolRunner.h"
@@ -31,6 +33,8 @@ struct Platform {
   std::unique_ptr<UserDefaults> userDefaults;
   std::unique_ptr<ToolRunner> toolRunner;
   std::unique_ptr<Pasteboard> pasteboard;
+  std::unique_ptr<Processes> processes;
+  std::unique_ptr<AdministratorShell> administratorShell;
 };
 
 }  // namespace halvercine::platform

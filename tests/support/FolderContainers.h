@@ -21,8 +21,12 @@ struct FolderContainers : platform::Containers {
   std::filesystem::path systemPath(const std::filesystem::path& absolute) override {
     return folder.value_or("/nowhere") / absolute.relative_path();
   }
+  std::optional<std::filesystem::path> bundleResource(const std::string&) override {
+    return resource;
+  }
 
-  std::optional<std::filesystem::path> folder;  ///< nothing: there is no container
+  std::optional<std::filesystem::path> folder;    ///< nothing: there is no container
+  std::optional<std::filesystem::path> resource;  ///< every file that comes with the program
 };
 
 }  // namespace halvercine::tests

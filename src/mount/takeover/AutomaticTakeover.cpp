@@ -98,13 +98,13 @@ void AutomaticTakeover::takeUpLeftovers() {
   const double now = platform::secondsSince1970(clock.now());
   std::vector<JournalRecord::Recovery> leftovers;
   journal.update([&](JournalRecord& record) {
-    const auto isOurs = [this](const JournalRecord::Recovery& recovery) {
-      return takeover_.pending().contains(recovery.bsdName);
+    const auto isCaredFor = [this](const JournalRecord::Recovery& recovery) {
+      return takeover_.pending().contains(recovery.bsdName) || context_.isInUse(recovery.bsdName);
     };
     for (auto& recovery : record.recoveries) {
-      if (!isOurs(recovery)) leftovers.push_back(recovery);
+      if (!isCaredFor(recovery)) leftovers.push_back(recovery);
     }
-    std::erase_if(record.recoveries, std::not_fn(isOurs));
+    std::erase_if(record.recoveries, std::not_fn(isCaredFor));
     record.inherited.insert(record.inherited.end(), leftovers.begin(), leftovers.end());
     record.working.clear();
   });
@@ -129,6 +129,7 @@ bool AutomaticTakeover::isStillInherited(const Inherited& inherited) {
     return false;
   }
   if (isUnmountedByUser(*disk, recovery.createdAt)) return false;
+  if (context_.isInUse(disk->id)) return true;
   const auto& clock = *context_.platform.clock;
   const bool isOurs = attempting_.contains(disk->id) || takeover_.pending().contains(disk->id);
   if (!disk->isMounted && !isOurs) {
@@ -180,7 +181,7 @@ void AutomaticTakeover::tidyPending() {
 
 /// Whether a volume is to be tried now: it never was, or its next retry is due.
 bool AutomaticTakeover::isDueFor(const std::string& bsdName, std::uint64_t deviceId) const {
-  if (attempting_.contains(bsdName)) return false;
+  if (attempting_.contains(bsdName) || context_.isInUse(bsdName)) return false;
   const auto* entry = queue_.find(bsdName, deviceId);
   if (!entry) return true;
   return entry->hasPendingRetry() && context_.platform.clock->uptime() >= entry->nextAfter;
@@ -397,6 +398,8 @@ void AutomaticTakeover::armTimer() {
   if (timer_) clock.cancel(*std::exchange(timer_, std::nullopt));
   auto next = queue_.nextDue();
   if (nothingBefore_ > clock.uptime()) next = nothingBefore_;
+  // The job may be another process's, which does not tell when it ends.
+  if (takeover_.coordinator().destructive()) next = clock.uptime() + holdOffTime;
   if (!next || !attempting_.empty()) return;  // whoever attempts comes back here
   timer_ = clock.callAt(*next, post_.wrap([this] { consider(); }));
 }

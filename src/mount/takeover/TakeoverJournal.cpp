@@ -59,6 +59,22 @@ bool TakeoverJournal::update(const std::function<void(JournalRecord&)>& change) 
   return !base::replacePrivateFile(*directory / fileName, base::encodeJson(changed));
 }
 
+bool TakeoverJournal::note(const JournalRecord::Recovery& recovery) const {
+  return update([&](JournalRecord& record) {
+    std::erase_if(record.recoveries,
+                  [&](const auto& old) { return old.bsdName == recovery.bsdName; });
+    record.recoveries.push_back(recovery);
+  });
+}
+
+void TakeoverJournal::settle(const std::string& bsdName, std::uint64_t deviceId) const {
+  update([&](JournalRecord& record) {
+    std::erase_if(record.recoveries, [&](const auto& old) {
+      return old.bsdName == bsdName && old.identity.deviceID == deviceId;
+    });
+  });
+}
+
 std::optional<base::FileLock> TakeoverJournal::take(const char* name) const {
   const auto directory = folder();
   // Somebody may be asking whether it is held.

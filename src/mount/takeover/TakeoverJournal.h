@@ -83,6 +83,13 @@ class TakeoverJournal {
   /// could not be stored: then the old one stands.
   bool update(const std::function<void(JournalRecord&)>& change) const;
 
+  /// Notes a volume before it is unmounted to be mounted again, in place of an older note on its
+  /// name. False when it could not be noted: then it must not be unmounted.
+  bool note(const JournalRecord::Recovery& recovery) const;
+
+  /// The volume need not be mounted any more.
+  void settle(const std::string& bsdName, std::uint64_t deviceId) const;
+
   /// Held by a process while it unmounts and mounts volumes. Nothing when another process holds it.
   std::optional<base::FileLock> takeWorkingLock() const;
 

@@ -128,8 +128,8 @@ SequenceFacts VolumeTakeover::factsFor(Run& run) {
   }
   if (!run.hold) {
     if (!run.workingLock) run.workingLock = shareWorkingLock();
-    facts.isCoordinatorBusy =
-        !run.workingLock || (facts.identity && coordinator_.isBusy(facts.identity->deviceID));
+    facts.isCoordinatorBusy = !run.workingLock || context_.isInUse(run.bsdName) ||
+                              (facts.identity && coordinator_.isBusy(facts.identity->deviceID));
   }
   facts.isDestructive = context_.monitor.destructiveBusy();
   facts.isTicketValid =
@@ -167,16 +167,11 @@ bool VolumeTakeover::issueTicket(Run& run) {
 }
 
 bool VolumeTakeover::adopt(PendingRecovery recovery) {
-  const auto& disk = recovery.disk;
-  const JournalRecord::Recovery written{disk.id, disk.name, recovery.identity,
-                                        platform::secondsSince1970(recovery.since)};
-  const bool isRecorded = journal_.update([&](JournalRecord& record) {
-    std::erase_if(record.recoveries, [&](const auto& old) { return old.bsdName == disk.id; });
-    record.recoveries.push_back(written);
-  });
-  const auto bsdName = disk.id;
-  if (isRecorded) pending_[bsdName] = std::move(recovery);
-  return isRecorded;
+  const auto bsdName = recovery.disk.id;
+  const bool isNoted = journal_.note(
+      {bsdName, recovery.disk.name, recovery.identity, platform::secondsSince1970(recovery.since)});
+  if (isNoted) pending_[bsdName] = std::move(recovery);
+  return isNoted;
 }
 
 TakeoverResult VolumeTakeover::finished(Run& run, TakeoverEnd end) {
@@ -207,14 +202,7 @@ TakeoverResult VolumeTakeover::finished(Run& run, TakeoverEnd end) {
 
 void VolumeTakeover::drop(const std::string& bsdName) {
   const auto dropped = pending_.extract(bsdName);
-  if (!dropped) return;
-  const auto deviceId = dropped.mapped().identity.deviceID;
-  journal_.update([&](JournalRecord& record) {
-    const auto isIt = [&](const auto& old) {
-      return old.bsdName == bsdName && old.identity.deviceID == deviceId;
-    };
-    std::erase_if(record.recoveries, isIt);
-  });
+  if (dropped) journal_.settle(bsdName, dropped.mapped().identity.deviceID);
 }
 
 TakeoverGate VolumeTakeover::gateOf(const disks::Disk& disk) const {

@@ -74,6 +74,8 @@ struct TakeoverContext {
   const base::Localization& localization;
   /// Whether the user has unmounted this volume since then.
   std::function<bool(const disks::Disk&, platform::WallTime since)> isUnmountedByUser;
+  /// Whether something else works on the volume of this BSD name, in whatever process: a check.
+  std::function<bool(const std::string&)> isInUse;
   /// Adds to the operation log: category and message.
   std::function<void(std::string category, std::string message)> addToLog;
 };

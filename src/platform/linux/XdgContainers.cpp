@@ -47,4 +47,13 @@ std::optional<std::filesystem::path> XdgContainers::home() {
   return homeOfUser();
 }
 
+std::optional<std::filesystem::path> XdgContainers::bundleResource(const std::string& name) {
+  std::error_code error;
+  const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+  if (error || !base::isPlainFileName(name)) return std::nullopt;
+  auto resource = program.parent_path() / name;
+  if (!std::filesystem::is_regular_file(resource, error)) return std::nullopt;
+  return resource;
+}
+
 }  // namespace halvercine::platform::gnulinux

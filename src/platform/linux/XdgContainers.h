@@ -15,6 +15,7 @@ class XdgContainers : public Containers {
   std::filesystem::path systemPath(const std::filesystem::path& absolute) override {
     return absolute;
   }
+  std::optional<std::filesystem::path> bundleResource(const std::string& name) override;
 };
 
 }  // namespace halvercine::platform::gnulinux

@@ -2,13 +2,16 @@
 
 #include <filesystem>
 #include <map>
+#include <unistd.h>
 
 #include "platform/linux/InotifyDirectoryWatcher.h"
 #include "platform/linux/LinuxDiskArbitration.h"
 #include "platform/linux/LinuxFileSystems.h"
 #include "platform/linux/LinuxMediaRegistry.h"
 #include "platform/linux/LinuxPasteboard.h"
+#include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/LinuxSystemInfo.h"
+#include "platform/linux/PolkitAdministratorShell.h"
 #include "platform/linux/XdgContainers.h"
 #include "platform/posix/AsioClock.h"
 #include "platform/posix/JsonUserDefaults.h"
@@ -44,6 +47,9 @@ Platform makeLinuxPlatform(base::MainActor& actor) {
         std::make_unique<posix::JsonUserDefaults>(*support / "halvercine" / "defaults.json");
   }
   platform.toolRunner = std::make_unique<posix::PosixToolRunner>(actor, toolPaths());
+  platform.processes = std::make_unique<LinuxProcesses>();
+  platform.administratorShell = std::make_unique<PolkitAdministratorShell>(
+      actor, *platform.clock, *platform.toolRunner, ::geteuid() == 0);
   platform.directoryWatcher = std::make_unique<InotifyDirectoryWatcher>(actor);
   platform.pasteboard = std::make_unique<LinuxPasteboard>();
   return platform;

@@ -40,9 +40,11 @@ SimulatedMachine::SimulatedMachine(base::MainActor& actor, std::shared_ptr<Clock
       container_(folders_, folderWatches_, scenario.system.groupContainer),
       bitLocker_(clock_, container_),
       toolScripts_(scenario.tools),
+      hasCheckTool_(scenario.system.checkTool),
       arbitrationAvailable_(scenario.system.diskArbitration),
       bootSession_(scenario.system.bootSession),
-      module_(*this, clock_) {
+      module_(*this, clock_),
+      check_(*this, clock_, container_) {
   if (!folders_.create(scenario.files)) {
     log_.write(LogLevel::error, "simulation: not all files could be made");
   }
@@ -101,6 +103,7 @@ bool SimulatedMachine::unmount(const std::string& disk) {
     refresh(*media);
   }
   module_.unmounted(disk);
+  check_.unmounted(disk);
   return true;
 }
 
@@ -255,6 +258,7 @@ void SimulatedMachine::removeMedia(const std::string& disk) {
   processes_.loseDevice(disk);
   module_.lost(disk);
   bitLocker_.lost(disk);
+  check_.lost(disk);
   mounts_.unmount(disk);
   registry_.removeChain(id);
   disks_.erase(id);
@@ -302,6 +306,7 @@ void SimulatedMachine::settle(const std::vector<EntryId>& ids) {
   for (const auto& view : settled) {
     if (view.media.report) writeReport(view.media.disk, *view.media.report);
     bitLocker_.appeared(view.media, view.id);
+    check_.appeared(view.media);
   }
 }
 

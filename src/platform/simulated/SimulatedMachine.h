@@ -24,6 +24,7 @@
 #include "platform/simulated/Scenario.h"
 #include "platform/simulated/SharedContainer.h"
 #include "platform/simulated/SimulatedBitLocker.h"
+#include "platform/simulated/SimulatedCheck.h"
 #include "platform/simulated/SimulatedFolders.h"
 #include "platform/simulated/SimulatedLog.h"
 #include "platform/simulated/ToolScripts.h"
@@ -98,6 +99,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
     return container_.path(group);
   }
   const SimulatedFolders& folders() const { return folders_; }
+  bool hasCheckTool() const { return hasCheckTool_; }
 
   std::optional<MediaView> look(const std::string& disk) const;
   std::optional<PropertyDictionary> describe(const std::string& disk) const;
@@ -115,6 +117,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   /// Main actor, like what changes the machine.
   DiskSessions& sessions() { return sessions_; }
   FileSystemModule& module() { return module_; }
+  SimulatedCheck& check() { return check_; }
   ProcessTable& processes() { return processes_; }
   const ProcessTable& processes() const { return processes_; }
   ToolScripts& toolScripts() { return toolScripts_; }
@@ -162,6 +165,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   ProcessTable processes_;
   ToolScripts toolScripts_;
   std::string pasteboard_;
+  const bool hasCheckTool_;
   bool callbacksLost_ = false;
   std::atomic<bool> arbitrationAvailable_;
 
@@ -173,7 +177,8 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   MountTable mounts_;
   RegistryTree registry_;
 
-  FileSystemModule module_;  // uses all of the above
+  FileSystemModule module_;  // these use all of the above
+  SimulatedCheck check_;
 };
 
 }  // namespace halvercine::platform::simulated

@@ -1,20 +1,28 @@
 #include "platform/simulated/SimulatedToolRunner.h"
 
+#include <algorithm>
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <utility>
 
 #include "platform/simulated/runDiskutil.h"
 #include "platform/simulated/runLsof.h"
+#include "platform/simulated/runOsascript.h"
 
 namespace halvercine::platform::simulated {
 namespace {
 
-constexpr double standardSeconds = 0.05;
-
-bool doesItsWork(const ScenarioTool& script) {
-  if (script.then) return *script.then == "do";
-  return !script.status && !script.text && !script.signal && !script.hang;
+PreparedRun prepare(const std::shared_ptr<SimulatedMachine>& machine,
+                    const ToolInvocation& invocation, ScenarioTool script) {
+  const auto& arguments = invocation.arguments;
+  if (invocation.executable == osascriptPath) {
+    return prepareOsascript(*machine, arguments, std::move(script));
+  }
+  const bool isDiskutil = invocation.executable == diskutilPath;
+  return {std::move(script), [&machine = *machine, arguments, isDiskutil] {
+            return isDiskutil ? runDiskutil(machine, arguments) : runLsof(machine, arguments);
+          }};
 }
 
 /// One run, shared by its process and nobody else: what waits for the clock or the actor holds it
@@ -22,11 +30,12 @@ bool doesItsWork(const ScenarioTool& script) {
 class Run : public std::enable_shared_from_this<Run> {
  public:
   Run(std::shared_ptr<SimulatedMachine> machine, std::shared_ptr<Clock> clock,
-      ToolInvocation invocation, ScenarioTool script, ToolEvents events)
+      const ToolInvocation& invocation, ScenarioTool script, ToolEvents events)
       : machine_(std::move(machine)),
         clock_(std::move(clock)),
-        invocation_(std::move(invocation)),
-        script_(std::move(script)),
+        errors_(invocation.errors),
+        prepared_(prepare(machine_, invocation, std::move(script))),
+        script_(prepared_.script),
         events_(std::move(events)) {}
 
   void begin() {
@@ -55,18 +64,14 @@ class Run : public std::enable_shared_from_this<Run> {
   }
 
   void work() {
-    auto answer = doesItsWork(script_) ? perform() : ToolAnswer();
+    auto answer = doesItsWork(script_) ? prepared_.perform() : ToolAnswer();
     if (script_.text) answer = {answer.status, *script_.text, ""};
+    if (script_.errors) answer.errors = *script_.errors;
     printMegabytes();
     print(answer);
     if (isOver_ || script_.hang) return;
     if (script_.signal) return end({*script_.signal, true});
     end({script_.status.value_or(answer.status), false});
-  }
-
-  ToolAnswer perform() {
-    return invocation_.executable == diskutilPath ? runDiskutil(*machine_, invocation_.arguments)
-                                                  : runLsof(*machine_, invocation_.arguments);
   }
 
   void printMegabytes() {
@@ -79,7 +84,7 @@ class Run : public std::enable_shared_from_this<Run> {
   void print(const ToolAnswer& answer) {
     if (!answer.output.empty()) emit(events_.output, answer.output);
     if (answer.errors.empty()) return;
-    const bool apart = invocation_.errors == ToolInvocation::Errors::apart;
+    const bool apart = errors_ == ToolInvocation::Errors::apart;
     emit(apart ? events_.errorOutput : events_.output, answer.errors);
   }
 
@@ -97,8 +102,9 @@ class Run : public std::enable_shared_from_this<Run> {
 
   std::shared_ptr<SimulatedMachine> machine_;
   std::shared_ptr<Clock> clock_;
-  ToolInvocation invocation_;
-  ScenarioTool script_;
+  ToolInvocation::Errors errors_;
+  PreparedRun prepared_;
+  const ScenarioTool& script_;  // the prepared one
   ToolEvents events_;
   TimerId timer_ = 0;
   bool isOver_ = false;
@@ -121,7 +127,8 @@ class SimulatedToolProcess : public ToolProcess {
 std::expected<std::unique_ptr<ToolProcess>, std::string> SimulatedToolRunner::start(
     const ToolInvocation& invocation, ToolEvents events) {
   const auto name = std::filesystem::path(invocation.executable).filename().string();
-  if (invocation.executable != diskutilPath && invocation.executable != lsofPath) {
+  constexpr std::array known{diskutilPath, lsofPath, osascriptPath};
+  if (std::ranges::find(known, invocation.executable) == known.end()) {
     return std::unexpected("The file “" + name + "” doesn’t exist.");
   }
   auto script = machine_->toolScripts().next(name, invocation.arguments);

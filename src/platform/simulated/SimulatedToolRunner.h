@@ -8,8 +8,8 @@
 
 namespace halvercine::platform::simulated {
 
-/// Runs diskutil and lsof on the machine, as the scenario's tools say; nothing else can be started.
-/// All events come on the main actor, when the clock has reached the end of the run.
+/// Runs diskutil, lsof and osascript on the machine, as the scenario's tools say; nothing else can
+/// be started. All events come on the main actor, when the clock has reached the end of the run.
 class SimulatedToolRunner : public ToolRunner {
  public:
   SimulatedToolRunner(std::shared_ptr<SimulatedMachine> machine, std::shared_ptr<Clock> clock)

@@ -15,6 +15,11 @@ bool matches(const ScenarioTool& script, std::string_view tool,
 
 }  // namespace
 
+bool doesItsWork(const ScenarioTool& script) {
+  if (script.then) return *script.then == "do";
+  return !script.status && !script.text && !script.errors && !script.signal && !script.hang;
+}
+
 ScenarioTool ToolScripts::next(std::string_view tool, const std::vector<std::string>& arguments) {
   for (auto& script : tools_) {
     if (!matches(script, tool, arguments)) continue;

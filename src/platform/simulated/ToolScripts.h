@@ -12,6 +12,12 @@
 
 namespace halvercine::platform::simulated {
 
+/// How long a run takes about which the scenario says nothing.
+inline constexpr double standardSeconds = 0.05;
+
+/// Whether a tool with this behaviour does its work at all.
+bool doesItsWork(const ScenarioTool& script);
+
 class ToolScripts {
  public:
   explicit ToolScripts(std::vector<ScenarioTool> tools) : tools_(std::move(tools)) {}

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "base/PrivateFiles.h"
 #include "platform/simulated/scenarioTexts.h"
@@ -52,10 +53,35 @@ Fault checkModule(const ScenarioModule& module, const std::string& place) {
   return checkSeconds(module.diesAfter.value_or(0), below(place, "diesAfter"));
 }
 
+Fault checkCheck(const ScenarioCheck& check, const std::string& place) {
+  const std::pair<std::string_view, double> times[] = {
+      {"claimAfter", check.claimAfter},
+      {"seconds", check.seconds},
+      {"reportDelay", check.reportDelay},
+      {"cancelSeconds", check.cancelSeconds},
+      {"stallsAfter", check.stallsAfter.value_or(0)},
+      {"diesAfter", check.diesAfter.value_or(0)}};
+  for (const auto& [key, seconds] : times) {
+    if (auto found = checkSeconds(seconds, below(place, key))) return found;
+  }
+  // Each frame is a file that is written.
+  if (!(check.frameSeconds >= 0.01))
+    return fault(below(place, "frameSeconds"), "must be at least 0.01");
+  return checkSeconds(check.frameSeconds, below(place, "frameSeconds"));
+}
+
 /// The key becomes a file name.
 Fault checkBitLocker(const ScenarioBitLocker& bitLocker, const std::string& place) {
   if (!bitLocker.guid || base::isPlainFileName(*bitLocker.guid)) return std::nullopt;
   return fault(below(place, "guid"), "cannot be part of a file name");
+}
+
+/// More findings than this are no report that anybody could keep.
+constexpr std::int64_t mostFindings = 1'000'000;
+
+Fault checkFsck(const ScenarioFsck& fsck, const std::string& place) {
+  if (fsck.findings >= 0 && fsck.findings <= mostFindings) return std::nullopt;
+  return fault(below(place, "findings"), "expected a number from 0 to 1000000");
 }
 
 Fault checkMedia(const ScenarioMedia& media, const std::string& place, TakenNames& taken) {
@@ -78,7 +104,13 @@ Fault checkMedia(const ScenarioMedia& media, const std::string& place, TakenName
   if (media.module) {
     if (auto found = checkModule(*media.module, below(place, "module"))) return found;
   }
-  if (media.bitLocker) return checkBitLocker(*media.bitLocker, below(place, "bitLocker"));
+  if (media.check) {
+    if (auto found = checkCheck(*media.check, below(place, "check"))) return found;
+  }
+  if (media.bitLocker) {
+    if (auto found = checkBitLocker(*media.bitLocker, below(place, "bitLocker"))) return found;
+  }
+  if (media.fsck) return checkFsck(*media.fsck, below(place, "fsck"));
   return std::nullopt;
 }
 

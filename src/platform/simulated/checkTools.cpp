@@ -23,8 +23,11 @@ bool isDeviceName(std::string_view name) {
 }
 
 Fault checkTool(const ScenarioTool& tool, const std::string& place) {
-  if (tool.tool && *tool.tool != "diskutil" && *tool.tool != "lsof") {
-    return fault(below(place, "tool"), "expected one of: diskutil, lsof");
+  constexpr std::array<std::string_view, 4> known{"diskutil", "lsof", "osascript",
+                                                  "fsck_halvercine"};
+  if (tool.tool && std::ranges::find(known, *tool.tool) == known.end()) {
+    return fault(below(place, "tool"),
+                 "expected one of: diskutil, lsof, osascript, fsck_halvercine");
   }
   if (tool.times.value_or(1) < 1) return fault(below(place, "times"), "must be positive");
   if (auto found = checkSeconds(tool.seconds.value_or(0), below(place, "seconds"))) return found;
@@ -47,8 +50,8 @@ Fault checkTool(const ScenarioTool& tool, const std::string& place) {
                          true) > 1) {
     return fault(place, "can end in one way only: status, signal or hang");
   }
-  const bool runs = tool.seconds || tool.status || tool.text || tool.signal || tool.hang ||
-                    tool.ignoresTerminate || tool.megabytes || tool.then;
+  const bool runs = tool.seconds || tool.status || tool.text || tool.errors || tool.signal ||
+                    tool.hang || tool.ignoresTerminate || tool.megabytes || tool.then;
   if (tool.startError && runs) return fault(place, "does nothing after a startError");
   return std::nullopt;
 }

@@ -3,7 +3,9 @@
 #include <utility>
 
 #include "platform/posix/JsonUserDefaults.h"
+#include "platform/posix/OsascriptAdministratorShell.h"
 #include "platform/simulated/SimulatedToolRunner.h"
+#include "platform/simulated/runCheckTool.h"
 
 namespace halvercine::platform::simulated {
 namespace {
@@ -58,6 +60,8 @@ class SimulatedContainers : public Containers {
   explicit SimulatedContainers(Machine machine) : machine_(std::move(machine)) {}
 
   std::optional<std::filesystem::path> groupContainer(const std::string& group) override {
+    // Whoever asks for the folder is about to put something there.
+    machine_->check().lookSoon();
     return machine_->groupContainer(group);
   }
   std::optional<std::filesystem::path> applicationSupport() override {
@@ -66,6 +70,10 @@ class SimulatedContainers : public Containers {
   std::optional<std::filesystem::path> home() override { return machine_->folders().home(); }
   std::filesystem::path systemPath(const std::filesystem::path& absolute) override {
     return machine_->folders().systemPath(absolute);
+  }
+  std::optional<std::filesystem::path> bundleResource(const std::string& name) override {
+    if (name != checkToolName || !machine_->hasCheckTool()) return std::nullopt;
+    return checkToolPath;
   }
 
  private:
@@ -196,6 +204,22 @@ class SimulatedPasteboard : public Pasteboard {
   Machine machine_;
 };
 
+class SimulatedProcesses : public Processes {
+ public:
+  explicit SimulatedProcesses(Machine machine) : machine_(std::move(machine)) {}
+
+  std::error_code probe(std::int32_t pid) override {
+    if (machine_->check().startTime(pid)) return {};
+    return std::make_error_code(std::errc::no_such_process);
+  }
+  std::optional<std::uint64_t> startTime(std::int32_t pid) override {
+    return machine_->check().startTime(pid);
+  }
+
+ private:
+  Machine machine_;
+};
+
 std::unique_ptr<UserDefaults> makeUserDefaults(const SimulatedMachine& machine) {
   const auto& folders = machine.folders();
   const auto home = folders.home().value_or(folders.systemPath("/Users/simulated"));
@@ -217,8 +241,11 @@ Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
   platform.mediaRegistry = std::make_unique<SimulatedMediaRegistry>(machine);
   platform.diskArbitration = std::make_unique<SimulatedDiskArbitration>(machine);
   platform.directoryWatcher = std::make_unique<SimulatedDirectoryWatcher>(machine);
+  platform.processes = std::make_unique<SimulatedProcesses>(machine);
   platform.toolRunner = std::make_unique<SimulatedToolRunner>(machine, clock);
   platform.pasteboard = std::make_unique<SimulatedPasteboard>(machine);
+  platform.administratorShell = std::make_unique<posix::OsascriptAdministratorShell>(
+      machine->actor(), *platform.clock, *platform.toolRunner);
   return platform;
 }
 

@@ -119,6 +119,7 @@ class Controller {
   std::vector<TakeoverEvent> events;
   std::vector<std::string> operations;
   std::optional<platform::WallTime> unmountedByUser;
+  bool isInUse = false;
 
  private:
   struct Forward : platform::SystemLog {
@@ -276,6 +277,20 @@ TEST(AutomaticTakeoverTest, AnotherProcessAtWorkIsWaitedFor) {
   lock.reset();
   controller.pass(10);
   EXPECT_TRUE(controller.isWritable());
+}
+
+TEST(AutomaticTakeoverTest, VolumeThatIsBeingCheckedIsLeftToTheCheck) {
+  Controller controller(withTools(systemMount, slowTools));
+  controller.pass(1);
+  controller.isInUse = true;
+  controller.restart();  // it finds the volume noted, as the check would have noted it
+  controller.machine().unmount("disk4s1");
+  controller.pass(200);
+  EXPECT_TRUE(controller.tools->runs.empty());
+  EXPECT_THAT(controller.kinds(), ElementsAre(Kind::began));
+  controller.isInUse = false;
+  controller.pass(120);
+  EXPECT_TRUE(controller.isMounted()) << "the check has died";
 }
 
 /// What may happen to the disk while it is being worked on, with tools that take their time.

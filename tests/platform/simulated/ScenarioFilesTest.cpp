@@ -77,6 +77,7 @@ TEST(ScenarioFiles, theDocumentationNamesEveryKey) {
   expectDocumented(static_cast<const ScenarioEvent*>(nullptr));
   expectDocumented(static_cast<const ScenarioModule*>(nullptr));
   expectDocumented(static_cast<const ScenarioBitLocker*>(nullptr));
+  expectDocumented(static_cast<const ScenarioCheck*>(nullptr));
   expectDocumented(static_cast<const ScenarioProcess*>(nullptr));
   expectDocumented(static_cast<const ScenarioTool*>(nullptr));
 }

@@ -1,3 +1,4 @@
+#include "platform/AdministratorShellContract.h"
 #include "platform/DirectoryWatchContract.h"
 #include "platform/PortContracts.h"
 #include "platform/ToolRunnerContract.h"
@@ -57,6 +58,7 @@ class SimulatedMachineUnderTest {
 
 INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, PortContracts, SimulatedMachineUnderTest);
 INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, ToolRunnerContract, SimulatedMachineUnderTest);
+INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, AdministratorShellContract, SimulatedMachineUnderTest);
 INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, DirectoryWatchContract, SimulatedMachineUnderTest);
 
 }  // namespace

@@ -91,7 +91,7 @@ TEST(ReadScenario, namesThePlaceOfEveryMistake) {
       {R"({"format": 1, "processes": [{"pid": 1, "command": "x", "devices": ["sda"]}]})",
        "processes[0].devices[0]: expected a BSD name such as disk4s1 or rdisk4s1"},
       {R"({"format": 1, "tools": [{"tool": "mount"}]})",
-       "tools[0].tool: expected one of: diskutil, lsof"},
+       "tools[0].tool: expected one of: diskutil, lsof, osascript, fsck_halvercine"},
       {R"({"format": 1, "tools": [{"hang": true, "status": 1}]})",
        "tools[0]: can end in one way only: status, signal or hang"},
       {R"({"format": 1, "tools": [{"startError": "no", "text": "x"}]})",

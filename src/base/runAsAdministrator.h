@@ -1,0 +1,15 @@
+// Awaiting a command of the administrator.
+#pragma once
+
+#include <string>
+
+#include "base/Task.h"
+#include "platform/AdministratorShell.h"
+
+namespace halvercine::base {
+
+/// Runs `command` and yields how it ended. Cancelling takes the command back. Main actor.
+Task<platform::AdministratorResult> runAsAdministrator(platform::AdministratorShell& shell,
+                                                       std::string command);
+
+}  // namespace halvercine::base

@@ -1,0 +1,63 @@
+#include "check/CheckSessionStore.h"
+
+#include <algorithm>
+#include <ranges>
+#include <utility>
+
+#include "check/CheckMailbox.h"
+#include "mount/takeover/TakeoverJournal.h"
+
+namespace halvercine::check {
+
+CheckSessionStore::CheckSessionStore(CheckServices services)
+    : services_(std::move(services)), tasks_(services_.actor, *services_.platform.systemLog) {
+  CheckMailbox::sweepAbandoned(*services_.platform.containers);
+}
+
+std::expected<CheckSession*, CheckRefusal> CheckSessionStore::start(const disks::Disk& disk,
+                                                                    CheckOptions options) {
+  if (!disk.isNtfs()) return std::unexpected(CheckRefusal::notNtfs);
+  // The name may be another device's by now, whose check is still being stopped.
+  const auto* former = find(disk.id);
+  if ((former && former->isRunning()) || isChecking(disk))
+    return std::unexpected(CheckRefusal::running);
+  CheckSession::Holds holds;
+  if (const auto mailbox = CheckMailbox::open(*services_.platform.containers, disk.id)) {
+    holds.mailbox = mailbox->claim();
+    if (!holds.mailbox) return std::unexpected(CheckRefusal::running);
+  }
+  if (options.repair) {
+    if (services_.monitor.destructiveBusy() && destructive_.expired()) {
+      return std::unexpected(CheckRefusal::destructiveJob);
+    }
+    holds.destructive = DestructiveHold::take(services_.monitor, destructive_);
+    // A takeover that began before may mount the volume at any moment; none begins from here on.
+    if (mount::TakeoverJournal(services_.platform).isSomebodyWorking()) {
+      return std::unexpected(CheckRefusal::destructiveJob);
+    }
+  }
+  const bool hasModule = services_.platform.systemInfo->macOSVersion().has_value();
+  const auto path =
+      hasModule && !options.direct ? CheckSession::Path::module : CheckSession::Path::direct;
+  auto& session = sessions_[disk.id];
+  session = std::make_unique<CheckSession>(services_, disk, options.repair, path, std::move(holds));
+  tasks_.spawn("check of " + disk.id, session->run());
+  return session.get();
+}
+
+CheckSession* CheckSessionStore::find(const std::string& bsdName) const {
+  const auto found = sessions_.find(bsdName);
+  return found == sessions_.end() ? nullptr : found->second.get();
+}
+
+bool CheckSessionStore::isChecking(const VolumeIdentity& volume) const {
+  return std::ranges::any_of(sessions_ | std::views::values, [&](const auto& session) {
+    return session->isRunning() && isSameVolume(session->volume(), volume);
+  });
+}
+
+bool CheckSessionStore::isChecking(const disks::Disk& disk) const {
+  return isChecking(identityOf(disk, *services_.platform.mediaRegistry));
+}
+
+}  // namespace halvercine::check

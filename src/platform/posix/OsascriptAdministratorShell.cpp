@@ -1,0 +1,18 @@
+#include "platform/posix/OsascriptAdministratorShell.h"
+
+#include <utility>
+
+#include "base/ShellQuoting.h"
+#include "platform/posix/runToEnd.h"
+
+namespace halvercine::platform::posix {
+
+std::unique_ptr<AdministratorRun> OsascriptAdministratorShell::run(
+    const std::string& command, std::function<void(AdministratorResult)> ended) {
+  return runToEnd(
+      actor_, clock_, runner_,
+      {.executable = "/usr/bin/osascript", .arguments = {"-e", base::administratorScript(command)}},
+      std::move(ended));
+}
+
+}  // namespace halvercine::platform::posix

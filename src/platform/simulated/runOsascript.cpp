@@ -1,0 +1,161 @@
+#include "platform/simulated/runOsascript.h"
+
+#include <optional>
+#include <utility>
+
+#include "platform/simulated/runCheckTool.h"
+
+namespace halvercine::platform::simulated {
+namespace {
+
+using Words = std::vector<std::string>;
+
+/// The command of the one form of script that is known.
+std::optional<std::string> shellCommandOf(std::string_view script) {
+  constexpr std::string_view before = "do shell script \"";
+  constexpr std::string_view after = "\" with administrator privileges";
+  if (!script.starts_with(before) || !script.ends_with(after)) return std::nullopt;
+  if (script.size() < before.size() + after.size()) return std::nullopt;
+  script.remove_prefix(before.size());
+  script.remove_suffix(after.size());
+  std::string command;
+  for (std::size_t i = 0; i < script.size(); ++i) {
+    if (script[i] == '"') return std::nullopt;  // would have ended the text
+    if (script[i] == '\\' && ++i == script.size()) return std::nullopt;
+    command += script[i];
+  }
+  return command;
+}
+
+/// Splits a shell's line into commands at semicolons and blanks, and takes its quotes away.
+class CommandLine {
+ public:
+  explicit CommandLine(std::string_view text) : text_(text) {}
+
+  /// Nothing when a quote is left open.
+  std::optional<std::vector<Words>> read() {
+    for (; at_ < text_.size(); ++at_) {
+      const char character = text_[at_];
+      if (character == '\'' || character == '"') {
+        if (!readQuoted(character)) return std::nullopt;
+      } else if (character == '\\' && at_ + 1 < text_.size()) {
+        word() += text_[++at_];
+      } else if (character == ' ' || character == '\n') {
+        isInWord_ = false;
+      } else if (character == ';') {
+        isInWord_ = false;
+        commands_.emplace_back();
+      } else {
+        word() += character;
+      }
+    }
+    std::erase_if(commands_, [](const Words& words) { return words.empty(); });
+    return std::move(commands_);
+  }
+
+ private:
+  bool readQuoted(char quote) {
+    const auto end = text_.find(quote, at_ + 1);
+    if (end == std::string_view::npos) return false;
+    word() += text_.substr(at_ + 1, end - at_ - 1);
+    at_ = end;
+    return true;
+  }
+
+  std::string& word() {
+    if (!std::exchange(isInWord_, true)) commands_.back().emplace_back();
+    return commands_.back().back();
+  }
+
+  std::string_view text_;
+  std::size_t at_ = 0;
+  std::vector<Words> commands_{1};
+  bool isInWord_ = false;
+};
+
+ToolAnswer scriptedCheckTool(const SimulatedMachine& machine, const Words& arguments,
+                             const ScenarioTool& script) {
+  if (script.startError) {
+    return {126, "", "sh: " + std::string(checkToolPath) + ": " + *script.startError + '\n'};
+  }
+  auto answer = doesItsWork(script) ? runCheckTool(machine, arguments) : ToolAnswer();
+  if (script.text) answer.output = *script.text;
+  if (script.errors) answer.errors = *script.errors;
+  if (script.signal) answer.status = 128 + *script.signal;
+  if (script.status) answer.status = *script.status;
+  return answer;
+}
+
+void echo(const Words& words, int status, std::string& output) {
+  for (std::size_t i = 1; i < words.size(); ++i) {
+    auto word = words[i];
+    if (const auto at = word.find("$?"); at != std::string::npos) {
+      word.replace(at, 2, std::to_string(status));
+    }
+    if (i > 1) output += ' ';
+    output += word;
+  }
+  output += '\n';
+}
+
+ToolAnswer runCommands(const SimulatedMachine& machine, const std::vector<Words>& commands,
+                       const ScenarioTool& script) {
+  ToolAnswer shell;
+  for (const auto& words : commands) {
+    if (words[0] == "echo") {
+      echo(words, std::exchange(shell.status, 0), shell.output);
+    } else if (words[0] == checkToolPath) {
+      auto tool = scriptedCheckTool(machine, {words.begin() + 1, words.end()}, script);
+      shell.status = tool.status;
+      shell.output += tool.output;
+      shell.errors += tool.errors;
+      if (script.hang) break;
+    } else {
+      shell.status = 127;
+      shell.errors += "sh: " + words[0] + ": command not found\n";
+    }
+  }
+  return shell;
+}
+
+/// A failed command becomes the message of an error, and all that it printed is lost.
+ToolAnswer answerOf(ToolAnswer shell) {
+  if (shell.status == 0) return {0, std::move(shell.output), ""};
+  if (shell.errors.ends_with('\n')) shell.errors.pop_back();
+  if (shell.errors.empty()) shell.errors = "The command exited with a non-zero status.";
+  return {1, "",
+          "0:90: execution error: " + shell.errors + " (" + std::to_string(shell.status) + ")\n"};
+}
+
+std::optional<std::vector<Words>> commandsOf(const std::vector<std::string>& arguments) {
+  if (arguments.size() != 2 || arguments[0] != "-e") return std::nullopt;
+  const auto command = shellCommandOf(arguments[1]);
+  return command ? CommandLine(*command).read() : std::nullopt;
+}
+
+}  // namespace
+
+PreparedRun prepareOsascript(SimulatedMachine& machine, const std::vector<std::string>& arguments,
+                             ScenarioTool script) {
+  const auto commands = commandsOf(arguments);
+  if (!commands) {
+    return {
+        std::move(script), [] {
+          return ToolAnswer{1, "", "0:1: syntax error: A unknown token can’t go here. (-2740)\n"};
+        }};
+  }
+  ScenarioTool tool;
+  for (const auto& words : *commands) {
+    if (!doesItsWork(script) || words[0] != checkToolPath) continue;
+    tool = machine.toolScripts().next(checkToolName, {words.begin() + 1, words.end()});
+    if (tool.seconds) script.seconds = script.seconds.value_or(standardSeconds) + *tool.seconds;
+    if (tool.megabytes) script.megabytes = tool.megabytes;
+    if (tool.hang) script.then = "do";
+    script.hang = script.hang || tool.hang;
+  }
+  return {std::move(script), [&machine, commands = *commands, tool] {
+            return answerOf(runCommands(machine, commands, tool));
+          }};
+}
+
+}  // namespace halvercine::platform::simulated

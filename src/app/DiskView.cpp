@@ -13,14 +13,16 @@ namespace halvercine::app {
 namespace {
 
 ReadOnlyExplanation explain(const disks::Disk& disk, const platform::Platform& platform,
-                            std::optional<std::uint64_t> deviceId) {
+                            std::optional<std::uint64_t> deviceId,
+                            const mount::RecoveryStatuses& recoveries) {
   const mount::ReportSources sources{*platform.containers, *platform.mediaRegistry,
                                      *platform.systemInfo, *platform.clock};
   const auto report = mount::loadMountAccessReport(sources, disk.id, mount::Freshness::freshOnly);
   const auto reason = report ? std::optional(report->reason) : std::nullopt;
   const auto writable =
       deviceId ? mount::mediaWritable(*platform.mediaRegistry, disk.id, *deviceId) : std::nullopt;
-  const auto cause = mount::MountRecoveryPolicy::cause(writable, reason);
+  const auto standing = deviceId && !reason ? recoveries.verdictOn(*deviceId) : std::nullopt;
+  const auto cause = standing.value_or(mount::MountRecoveryPolicy::cause(writable, reason));
   return {cause, mount::MountRecoveryPolicy::noteKeys(cause)};
 }
 
@@ -46,7 +48,7 @@ DiskView DiskView::of(disks::Disk disk, const platform::Platform& platform,
     const auto node = media->property(platform::registry_key::deviceNode);
     if (node) view.deviceNode = base::textValue(*node).value_or(view.deviceNode);
   }
-  if (disk.isReadOnlyNtfs()) view.readOnly = explain(disk, platform, view.deviceId);
+  if (disk.isReadOnlyNtfs()) view.readOnly = explain(disk, platform, view.deviceId, recoveries);
   view.unmountReason = reasonWithoutTools(disk, platform);
   if (view.deviceId) view.recovery = recoveries.lineFor(disk.id, *view.deviceId);
   view.disk = std::move(disk);

@@ -76,7 +76,7 @@ mount::TakeoverFacts takeoverFacts(const CommandContext& context, const disks::D
     }
   }
   const auto& failure = statuses.record.lastFailure;
-  if (failure && failure->id == disk.id) facts.lastError = failure->rawError;
+  if (failure && statuses.record.lastFailureDevice == deviceId) facts.lastError = failure->rawError;
   if (disk.isReadOnlyNtfs() && !mount::isModuleAuthorized(*context.platform.containers)) {
     facts.skippedBecause = context.text("ui.takeover.unauthorized");
   }

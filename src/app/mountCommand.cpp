@@ -1,4 +1,3 @@
-
 #include "app/DiskSelector.h"
 #include "app/commands.h"
 #include "app/runToAnswer.h"
@@ -6,8 +5,10 @@
 #include "app/toolFailure.h"
 #include "base/Text.h"
 #include "disks/DiskUtility.h"
+#include "mount/MountAccessReportStore.h"
 #include "mount/reasons/ManualUnmountRegistry.h"
 #include "mount/reasons/volumeIdentity.h"
+#include "mount/takeover/RecoveryStatuses.h"
 
 namespace halvercine::app {
 namespace {
@@ -75,8 +76,18 @@ base::Task<Answer> mountVolume(const CommandContext& context, const disks::DiskU
   co_return successfully(context, disk, Wish::mounted, false);
 }
 
+/// Whether a process of the program is unmounting the volume to mount it again: the user's wish
+/// would be undone.
+bool isBeingTakenOver(const CommandContext& context, const disks::Disk& disk) {
+  const auto deviceId = mount::deviceId(*context.platform.mediaRegistry, disk.id);
+  return deviceId && mount::RecoveryStatuses::read(context.platform).isWorkingOn(*deviceId);
+}
+
 base::Task<Answer> unmountVolume(const CommandContext& context, const disks::DiskUtility& utility,
                                  disks::Disk disk) {
+  if (isBeingTakenOver(context, disk)) {
+    co_return failure(context.options, ExitStatus::busy, "busy", context.text("ui.takeover.busy"));
+  }
   if (!disk.isMounted) co_return successfully(context, disk, Wish::unmounted, true);
   auto operation = context.options.force ? utility.forceUnmount(disk.id) : utility.unmount(disk.id);
   const auto result = co_await std::move(operation);

@@ -51,7 +51,10 @@ std::string whatHappened(const CommandContext& context, const TakeoverEvent& eve
       return context.text("ui.takeover.waiting",
                           {attempt, limit, number(event.delay ? event.delay->count() : 0)});
     case Kind::stopped:
-      return context.text("disk.ux.recovery.stopped");
+      return context.text(event.isUnmounted ? "ui.takeover.stopped.unmounted"
+                                            : "disk.ux.recovery.stopped");
+    case Kind::unrecorded:
+      return context.text("ui.takeover.notrecorded");
     case Kind::found:
       return context.text("ui.takeover.found");
     case Kind::restored:
@@ -118,6 +121,11 @@ std::unique_ptr<mount::ReportCaretaker> reportCaretaker(const CommandContext& co
 
 Answer runCommand(const CommandContext& context, Machine& machine) {
   const auto controllerLock = mount::TakeoverJournal(context.platform).takeControllerLock();
+  if (!controllerLock &&
+      controllerLock.error() == mount::TakeoverJournal::LockFailure::unavailable) {
+    return failure(context.options, ExitStatus::failed, "not-recorded",
+                   context.text("ui.takeover.notrecorded"));
+  }
   if (!controllerLock) {
     return failure(context.options, ExitStatus::busy, "controller-running",
                    context.text("ui.run.already"));

@@ -4,6 +4,7 @@
 #include "app/runToAnswer.h"
 #include "app/selectionFailure.h"
 #include "app/toolFailure.h"
+#include "base/Json.h"
 #include "base/Text.h"
 #include "mount/takeover/RecoveryStatuses.h"
 
@@ -59,35 +60,54 @@ Answer refusal(const CommandContext& context, const disks::Disk& disk,
   return readOnly(context, disk, gate.cause());
 }
 
-base::Task<Answer> conclude(const CommandContext& context, mount::VolumeTakeover& takeover,
-                            disks::Disk disk, mount::TakeoverResult result) {
+/// The volume is not to stay unmounted. Only then comes the question what is in the way.
+base::Task<Answer> explainFailure(TakeoverParts& parts, mount::VolumeTakeover& takeover,
+                                  disks::Disk disk, std::string toolText) {
+  std::string_view outcome;
+  if (takeover.pending().contains(disk.id)) {
+    const bool isMounted = co_await takeover.restore(disk.id, disks::MountAccess::readOnly);
+    outcome = isMounted ? "ui.takeover.restored" : "ui.takeover.leftunmounted";
+  }
+  if (const auto* now = parts.monitor.find(disk.id)) disk = *now;
+  const bool isMounted = disk.isMounted;
+  const auto bsdName = disk.id;
+  auto answer =
+      co_await toolFailure(parts.command, parts.utility, std::move(disk), std::move(toolText));
+  if (outcome.empty()) co_return answer;
+  if (parts.command.options.json) {
+    auto document = base::parseJson(answer.output).value();
+    document.at("error").as_object()["isMounted"] = isMounted;
+    answer.output = base::prettyJson(document);
+  } else {
+    answer.diagnostic.append("\n  ").append(
+        parts.command.text(outcome, std::vector<std::string>(1, bsdName)));
+  }
+  co_return answer;
+}
+
+base::Task<Answer> conclude(TakeoverParts& parts, mount::VolumeTakeover& takeover, disks::Disk disk,
+                            mount::TakeoverResult result) {
+  const auto& context = parts.command;
   const std::function<bool()> mayWait = [] { return true; };
   const auto verdict = co_await takeover.confirm(result, mayWait);
   const auto name = base::displayText(disk.name);
-  if (verdict == MountVerdict::writable) {
-    takeover.addToLog("takeover", "log.takeover.confirmed", disk.name);
-    co_return report(context, disk.id, ExitStatus::done, "writable",
-                     context.text("ui.takeover.done", {name}));
+  switch (verdict) {
+    case MountVerdict::writable:
+      takeover.addToLog("takeover", "log.takeover.confirmed", disk.name);
+      co_return report(context, disk.id, ExitStatus::done, "writable",
+                       context.text("ui.takeover.done", std::vector<std::string>(1, name)));
+    case MountVerdict::final:
+      co_return readOnly(context, disk, takeover.verdicts().at(result.identity->deviceID));
+    case MountVerdict::readOnly:
+      co_return report(context, disk.id, ExitStatus::failed, "read-only",
+                       context.text("ui.takeover.readonly"));
+    case MountVerdict::unmounted:
+      co_return co_await explainFailure(parts, takeover, disk, result.toolText);
+    case MountVerdict::otherDevice:
+      break;
   }
-  if (verdict == MountVerdict::final) {
-    co_return readOnly(context, disk, takeover.verdicts().at(result.identity->deviceID));
-  }
-  const bool isGone = verdict == MountVerdict::gone;
-  co_return report(context, disk.id, ExitStatus::failed, isGone ? "changed" : "read-only",
-                   context.text(isGone ? "ui.takeover.aborted" : "ui.takeover.readonly"));
-}
-
-/// The tool has failed; the volume is not to stay unmounted for that.
-base::Task<Answer> explainFailure(TakeoverParts& parts, mount::VolumeTakeover& takeover,
-                                  disks::Disk disk, mount::TakeoverResult result) {
-  auto answer = co_await toolFailure(parts.command, parts.utility, disk, result.toolText);
-  if (!takeover.pending().contains(disk.id)) co_return answer;
-  const auto restored = co_await takeover.remount(disk.id, disks::MountAccess::readOnly);
-  const bool isMounted = restored.end == TakeoverEnd::mounted;
-  if (parts.command.options.json) co_return answer;
-  answer.diagnostic.append("\n  ").append(parts.command.text(
-      isMounted ? "ui.takeover.restored" : "ui.takeover.leftunmounted", {disk.id}));
-  co_return answer;
+  co_return report(context, disk.id, ExitStatus::failed, "changed",
+                   context.text("ui.takeover.aborted"));
 }
 
 base::Task<Answer> takeOver(TakeoverParts& parts, mount::VolumeTakeover& takeover,
@@ -97,10 +117,12 @@ base::Task<Answer> takeOver(TakeoverParts& parts, mount::VolumeTakeover& takeove
   switch (result.end) {
     case TakeoverEnd::mounted:
     case TakeoverEnd::mountedByOthers:
-      co_return co_await conclude(context, takeover, disk, std::move(result));
+      co_return co_await conclude(parts, takeover, disk, std::move(result));
     case TakeoverEnd::unmountFailed:
     case TakeoverEnd::mountFailed:
-      co_return co_await explainFailure(parts, takeover, disk, std::move(result));
+    case TakeoverEnd::ticketRefused:
+    case TakeoverEnd::unrecognized:
+      co_return co_await explainFailure(parts, takeover, disk, result.toolText);
     case TakeoverEnd::notEligible:
     case TakeoverEnd::noLongerEligible:
       break;
@@ -109,11 +131,12 @@ base::Task<Answer> takeOver(TakeoverParts& parts, mount::VolumeTakeover& takeove
     case TakeoverEnd::destructiveOperation:
       co_return report(context, disk.id, ExitStatus::busy, "busy",
                        context.text("ui.takeover.busy"));
-    case TakeoverEnd::notRecorded:
     case TakeoverEnd::noMediaIdentity:
+      co_return report(context, disk.id, ExitStatus::failed, "no-identity",
+                       context.text("ui.takeover.noidentity"));
+    case TakeoverEnd::notRecorded:
       co_return report(context, disk.id, ExitStatus::failed, "not-recorded",
                        context.text("ui.takeover.notrecorded"));
-    case TakeoverEnd::ticketRefused:
     case TakeoverEnd::vanished:
     case TakeoverEnd::deviceChanged:
     case TakeoverEnd::deviceChangedAfterUnmount:

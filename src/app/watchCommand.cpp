@@ -93,6 +93,9 @@ class Watch {
     if (const auto text = reason ? reason->text() : std::nullopt) {
       line += "  " + base::displayText(text->in(context_.localization));
     }
+    if (event.view.recovery) {
+      line += "  " + recoveryText(*event.view.recovery, context_.localization);
+    }
     return line + '\n';
   }
 

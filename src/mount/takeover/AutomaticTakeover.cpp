@@ -1,11 +1,14 @@
 #include "mount/takeover/AutomaticTakeover.h"
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
 #include <utility>
 
 #include <fmt/ranges.h>
 
 #include "base/sleepFor.h"
+#include "disks/DiskUtilityText.h"
 
 namespace halvercine::mount {
 namespace {
@@ -15,6 +18,7 @@ using Kind = TakeoverEventKind;
 // How soon it is tried again when another process is in the way.
 constexpr auto holdOffTime = std::chrono::seconds(1);
 constexpr auto finishPause = std::chrono::milliseconds(10);
+constexpr auto finishPatience = std::chrono::seconds(5);
 
 platform::Uptime uptimeOf(double seconds) {
   return std::chrono::duration_cast<platform::Uptime>(std::chrono::duration<double>(seconds));
@@ -50,6 +54,7 @@ void AutomaticTakeover::start() {
         std::clamp(retry.nextAfter - now, 0.0, secondsOf(MountRetryQueue::delays.back()));
     queue_.restore(retry.bsdName, {retry.deviceID, retry.count, clock.uptime() + uptimeOf(wait)});
   }
+  takeover_.restoreFailure(record);
   for (const auto& verdict : record.verdicts) {
     takeover_.verdicts()[verdict.deviceID] = verdict.cause;
   }
@@ -75,11 +80,7 @@ void AutomaticTakeover::consider() {
   if (!isDestructive) suppressed_.clear();
   takeUpLeftovers();
   tidy();
-  std::erase_if(inherited_, [this](const Inherited& left) {
-    const bool isOver = !isStillInherited(left);
-    isUnsaved_ |= isOver;
-    return isOver;
-  });
+  considerInherited();
   if (context_.platform.clock->uptime() >= nothingBefore_) {
     considerPending();
     considerReadOnly();
@@ -93,54 +94,71 @@ void AutomaticTakeover::consider() {
 void AutomaticTakeover::takeUpLeftovers() {
   const auto& journal = takeover_.journal();
   if (!attempting_.empty()) return;
-  if (journal.isSomebodyWorking()) return holdOff();
-  const auto& clock = *context_.platform.clock;
-  const double now = platform::secondsSince1970(clock.now());
+  const auto lock = journal.takeWorkingLock();
+  if (!lock && lock.error() == TakeoverJournal::LockFailure::held) return holdOff();
   std::vector<JournalRecord::Recovery> leftovers;
-  journal.update([&](JournalRecord& record) {
+  const bool isTakenUp = lock && journal.update([&](JournalRecord& record) {
+    leftovers.clear();
     const auto isCaredFor = [this](const JournalRecord::Recovery& recovery) {
       return takeover_.pending().contains(recovery.bsdName) || context_.isInUse(recovery.bsdName);
     };
-    for (auto& recovery : record.recoveries) {
-      if (!isCaredFor(recovery)) leftovers.push_back(recovery);
-    }
+    std::ranges::copy_if(record.recoveries, std::back_inserter(leftovers), std::not_fn(isCaredFor));
     std::erase_if(record.recoveries, std::not_fn(isCaredFor));
     record.inherited.insert(record.inherited.end(), leftovers.begin(), leftovers.end());
     record.working.clear();
   });
-  for (auto& recovery : leftovers) {
-    const double left = secondsOf(orphanWindow) - (now - recovery.createdAt);
-    const auto until = uptimeOf(std::clamp(left, 0.0, secondsOf(orphanWindow)));
-    inherited_.push_back({std::move(recovery), clock.uptime() + until});
+  if (!isTakenUp) return;
+  for (auto& recovery : leftovers) inherit(std::move(recovery));
+}
+
+/// Watches a volume for as long as a tool that was started for it may still unmount it.
+void AutomaticTakeover::inherit(JournalRecord::Recovery recovery) {
+  const auto& clock = *context_.platform.clock;
+  const double age = platform::secondsSince1970(clock.now()) - recovery.createdAt;
+  const double left = std::clamp(secondsOf(orphanWindow) - age, 0.0, secondsOf(orphanWindow));
+  inherited_.push_back({std::move(recovery), clock.uptime() + uptimeOf(left)});
+}
+
+bool AutomaticTakeover::isUnmountedByUser(const JournalRecord::Recovery& recovery,
+                                          disks::Disk disk) const {
+  const auto since = wallTimeOf(recovery.createdAt);
+  if (context_.isUnmountedByUser(disk, since)) return true;
+  disk.volumeUUID = recovery.identity.volumeUUID;  // the system may have lost it meanwhile
+  return context_.isUnmountedByUser(disk, since);
+}
+
+void AutomaticTakeover::considerInherited() {
+  const auto now = context_.platform.clock->uptime();
+  std::vector<Inherited> kept;
+  for (auto& left : inherited_) {
+    const auto& recovery = left.recovery;
+    const auto deviceId = context_.monitor.deviceId(recovery.bsdName);
+    if (deviceId != recovery.identity.deviceID) continue;
+    const auto* disk = context_.monitor.find(recovery.bsdName);
+    const bool isIt = disk && isSameVolume(identityOf(*disk, *deviceId), recovery.identity);
+    if (isIt && isUnmountedByUser(recovery, *disk)) continue;
+    const bool isRescued = !isIt || rescue(recovery, *disk);
+    const bool isUsed = context_.isInUse(recovery.bsdName);
+    if (now < left.until || !isRescued || isUsed) kept.push_back(std::move(left));
   }
+  isUnsaved_ |= kept.size() != inherited_.size();
+  inherited_ = std::move(kept);
 }
 
-bool AutomaticTakeover::isUnmountedByUser(const disks::Disk& disk, double since) const {
-  return context_.isUnmountedByUser(disk, wallTimeOf(since));
-}
-
-/// Sees to a volume that an earlier run was working on. A tool that it had started may unmount the
-/// volume behind our back, so it is watched for a while even when it is mounted.
-bool AutomaticTakeover::isStillInherited(const Inherited& inherited) {
-  const auto& recovery = inherited.recovery;
-  const auto* disk = context_.monitor.find(recovery.bsdName);
-  const auto deviceId = context_.monitor.deviceId(recovery.bsdName);
-  if (!disk || !deviceId || !isSameVolume(identityOf(*disk, *deviceId), recovery.identity)) {
+/// Sees to it that a volume that an earlier run was working on gets mounted, if it is not. False
+/// when that has to wait.
+bool AutomaticTakeover::rescue(const JournalRecord::Recovery& recovery, const disks::Disk& disk) {
+  const bool isOurs = attempting_.contains(disk.id) || takeover_.pending().contains(disk.id);
+  if (disk.isMounted || isOurs) return true;
+  if (context_.isInUse(disk.id)) return false;
+  const UnmountedRecoveryTicket ticket{recovery.identity.deviceID,
+                                       context_.platform.clock->uptime()};
+  if (!takeover_.adopt({disk, recovery.identity, ticket, wallTimeOf(recovery.createdAt)})) {
     return false;
   }
-  if (isUnmountedByUser(*disk, recovery.createdAt)) return false;
-  if (context_.isInUse(disk->id)) return true;
-  const auto& clock = *context_.platform.clock;
-  const bool isOurs = attempting_.contains(disk->id) || takeover_.pending().contains(disk->id);
-  if (!disk->isMounted && !isOurs) {
-    const UnmountedRecoveryTicket ticket{*deviceId, clock.uptime()};
-    if (!takeover_.adopt({*disk, recovery.identity, ticket, wallTimeOf(recovery.createdAt)})) {
-      return true;
-    }
-    takeover_.addToLog("recover", "log.recover.found", recovery.diskName);
-    tell(Kind::found, disk->id, recovery.diskName);
-  }
-  return clock.uptime() < inherited.until;
+  takeover_.addToLog("recover", "log.recover.found", recovery.diskName);
+  tell(Kind::found, disk.id, recovery.diskName);
+  return true;
 }
 
 /// Forgets what has changed by itself: devices that have gone, volumes that have become writable,
@@ -151,7 +169,7 @@ void AutomaticTakeover::tidy() {
     const auto deviceId = context_.monitor.deviceId(disk.id);
     const bool isOurs = attempting_.contains(disk.id) || takeover_.pending().contains(disk.id);
     if (deviceId && (isOurs || disk.isReadOnlyNtfs())) readOnly.insert(*deviceId);
-    if (disk.isMounted && disk.isWritable) takeover_.clearFailure(disk.id);
+    if (deviceId && disk.isMounted && disk.isWritable) takeover_.clearFailure(*deviceId);
   }
   const auto verdicts = std::erase_if(
       takeover_.verdicts(), [&](const auto& verdict) { return !readOnly.contains(verdict.first); });
@@ -164,6 +182,10 @@ void AutomaticTakeover::tidy() {
     queue_.remove(bsdName);
     isUnsaved_ = true;
   }
+  const auto& failure = takeover_.lastRemountFailure();
+  if (failure && context_.monitor.deviceId(failure->id) != takeover_.failedDevice()) {
+    takeover_.clearFailure(takeover_.failedDevice().value_or(0));
+  }
   tidyPending();
 }
 
@@ -171,11 +193,13 @@ void AutomaticTakeover::tidyPending() {
   const auto pending = takeover_.pending();
   for (const auto& [bsdName, recovery] : pending) {
     if (attempting_.contains(bsdName)) continue;
+    // A volume that is out of the list for a moment is not gone while its device is there.
     const auto* disk = context_.monitor.find(bsdName);
-    const bool isThere = disk && context_.monitor.deviceId(bsdName) == recovery.identity.deviceID;
-    if (isThere && !disk->isMounted && !context_.isUnmountedByUser(*disk, recovery.since)) continue;
+    const bool isThere = context_.monitor.deviceId(bsdName) == recovery.identity.deviceID;
+    const bool isWanted = !context_.isUnmountedByUser(recovery.disk, recovery.since);
+    if (isThere && isWanted && !(disk && disk->isMounted)) continue;
     takeover_.drop(bsdName);
-    takeover_.clearFailure(bsdName);
+    takeover_.clearFailure(recovery.identity.deviceID);
   }
 }
 
@@ -189,11 +213,8 @@ bool AutomaticTakeover::isDueFor(const std::string& bsdName, std::uint64_t devic
 
 void AutomaticTakeover::considerPending() {
   if (takeover_.coordinator().destructive()) return;
-  const auto now = context_.platform.clock->uptime();
   for (const auto& [bsdName, recovery] : takeover_.pending()) {
-    const auto deviceId = recovery.identity.deviceID;
-    if (!recovery.ticket.isValid(deviceId, now) || !isDueFor(bsdName, deviceId)) continue;
-    begin(bsdName, recovery.disk.name, deviceId, attemptRemount(bsdName));
+    if (isDueFor(bsdName, recovery.identity.deviceID)) begin(bsdName, attemptRemount(bsdName));
   }
 }
 
@@ -237,40 +258,55 @@ void AutomaticTakeover::pass(std::string_view title, const std::vector<disks::Di
   for (const auto& disk : volumes) names.push_back(disk.id);
   context_.platform.systemLog->write(platform::LogLevel::info,
                                      fmt::format("{}{}", title, fmt::join(names, ", ")));
-  for (const auto& disk : volumes) {
-    begin(disk.id, disk.name, *context_.monitor.deviceId(disk.id), attemptTakeover(disk.id));
-  }
+  for (const auto& disk : volumes) begin(disk.id, attemptTakeover(disk.id));
 }
 
 void AutomaticTakeover::suppress(const disks::Disk& disk) {
   const auto deviceId = context_.monitor.deviceId(disk.id);
   if (!deviceId || !suppressed_.insert(*deviceId).second) return;
-  takeover_.recordFailure(disk.id, disk.name, std::string(destructiveText));
+  takeover_.recordFailure({disk.id, disk.name, std::string(destructiveText)}, *deviceId);
   tell(Kind::suppressed, disk.id, disk.name);
 }
 
-void AutomaticTakeover::begin(const std::string& bsdName, const std::string& diskName,
-                              std::uint64_t deviceId, base::Task<void> attempt) {
+void AutomaticTakeover::begin(const std::string& bsdName, base::Task<void> attempt) {
+  attempting_.insert(bsdName);
+  tasks_.spawn("takeover of " + bsdName, std::move(attempt));
+}
+
+/// A sequence has passed its gates.
+void AutomaticTakeover::began(const std::string& bsdName, const std::string& diskName) {
+  const auto deviceId = context_.monitor.deviceId(bsdName).value_or(0);
   TakeoverEvent details;
   if (queue_.begin(bsdName, deviceId, context_.platform.clock->uptime())) {
     details.attempt = queue_.find(bsdName, deviceId)->count;
     isUnsaved_ = true;
+    save();
   }
-  attempting_.insert(bsdName);
   tell(Kind::began, bsdName, diskName, std::move(details));
-  tasks_.spawn("takeover of " + bsdName, std::move(attempt));
 }
 
 base::Task<void> AutomaticTakeover::attemptTakeover(std::string bsdName) {
-  auto result = co_await takeover_.takeOver(bsdName);
-  co_await conclude(std::move(result));
+  if (!isFinishing_) {
+    const auto* disk = context_.monitor.find(bsdName);
+    const VolumeTakeover::Began onBegin = [this, bsdName, name = disk ? disk->name : ""] {
+      began(bsdName, name);
+    };
+    auto result = co_await takeover_.takeOver(bsdName, onBegin);
+    co_await conclude(std::move(result));
+  }
   attempting_.erase(bsdName);
   considerSoon();
 }
 
 base::Task<void> AutomaticTakeover::attemptRemount(std::string bsdName) {
-  auto result = co_await takeover_.remount(bsdName);
-  co_await conclude(std::move(result));
+  const auto pending = takeover_.pending().find(bsdName);
+  if (pending != takeover_.pending().end()) {
+    const VolumeTakeover::Began onBegin = [this, bsdName, name = pending->second.disk.name] {
+      began(bsdName, name);
+    };
+    auto result = co_await takeover_.remount(bsdName, onBegin);
+    co_await conclude(std::move(result));
+  }
   attempting_.erase(bsdName);
   considerSoon();
 }
@@ -283,8 +319,14 @@ base::Task<void> AutomaticTakeover::conclude(TakeoverResult result) {
       co_await awaitVerdict(std::move(result));
       break;
     case TakeoverEnd::unmountFailed:
+      // The tool has been given up, but what it asked for may still happen.
+      if (disks::errorKey(result.toolText) == "disk.err.timeout") keepWatching(result);
+      [[fallthrough]];
     case TakeoverEnd::mountFailed:
       tell(Kind::failed, result);
+      if (!retryLater(result)) co_await giveUp(std::move(result));
+      break;
+    case TakeoverEnd::unrecognized:
       if (!retryLater(result)) co_await giveUp(std::move(result));
       break;
     case TakeoverEnd::vanished:
@@ -293,8 +335,8 @@ base::Task<void> AutomaticTakeover::conclude(TakeoverResult result) {
       tell(Kind::aborted, result);
       break;
     case TakeoverEnd::notRecorded:
-      tell(Kind::failed, result);
-      holdOff();
+      tell(Kind::unrecorded, result);
+      if (!retryLater(result)) tell(Kind::stopped, result);
       break;
     case TakeoverEnd::noMediaIdentity:
     case TakeoverEnd::coordinatorBusy:
@@ -318,12 +360,13 @@ base::Task<void> AutomaticTakeover::awaitVerdict(TakeoverResult result) {
       queue_.remove(result.bsdName);
       isUnsaved_ = true;
       transition_ = MountReadinessTransition::ready;
-      takeover_.clearFailure(result.bsdName);
+      takeover_.clearFailure(result.identity->deviceID);
       takeover_.addToLog("takeover", "log.takeover.confirmed", result.diskName);
       tell(Kind::confirmed, result);
       break;
     case MountVerdict::final:
       queue_.remove(result.bsdName);
+      takeover_.clearFailure(result.identity->deviceID);
       isUnsaved_ = true;
       details.cause = takeover_.verdicts().at(result.identity->deviceID);
       takeover_.addToLog(
@@ -335,7 +378,11 @@ base::Task<void> AutomaticTakeover::awaitVerdict(TakeoverResult result) {
       tell(Kind::readOnly, result);
       if (!retryLater(result)) tell(Kind::stopped, result);
       break;
-    case MountVerdict::gone:
+    case MountVerdict::unmounted:
+      tell(Kind::failed, result);
+      if (!retryLater(result)) co_await giveUp(std::move(result));
+      break;
+    case MountVerdict::otherDevice:
       tell(Kind::aborted, result);
       break;
   }
@@ -343,10 +390,19 @@ base::Task<void> AutomaticTakeover::awaitVerdict(TakeoverResult result) {
 
 /// No retry is left. A volume that is still unmounted gets mounted read-only, if at all possible.
 base::Task<void> AutomaticTakeover::giveUp(TakeoverResult result) {
-  tell(Kind::stopped, result);
-  if (!takeover_.pending().contains(result.bsdName)) co_return;
-  const auto restored = co_await takeover_.remount(result.bsdName, disks::MountAccess::readOnly);
-  tell(restored.end == TakeoverEnd::mounted ? Kind::restored : Kind::failed, restored);
+  TakeoverEvent details;
+  details.isUnmounted = takeover_.pending().contains(result.bsdName);
+  tell(Kind::stopped, result, details);
+  if (!details.isUnmounted) co_return;
+  const bool isMounted = co_await takeover_.restore(result.bsdName, disks::MountAccess::readOnly);
+  if (isMounted) tell(Kind::restored, result);
+}
+
+/// Treats a volume like one that a dead process was working on.
+void AutomaticTakeover::keepWatching(const TakeoverResult& result) {
+  const double now = platform::secondsSince1970(context_.platform.clock->now());
+  inherit({result.bsdName, result.diskName, *result.identity, now});
+  isUnsaved_ = true;
 }
 
 /// Whether there is another time.
@@ -372,17 +428,29 @@ void AutomaticTakeover::holdOff() {
 base::Task<void> AutomaticTakeover::finish() {
   isFinishing_ = true;
   while (!attempting_.empty()) co_await base::sleepFor(*context_.platform.clock, finishPause);
-  std::vector<std::string> unmounted;
-  for (const auto& [bsdName, recovery] : takeover_.pending()) unmounted.push_back(bsdName);
-  for (const auto& bsdName : unmounted) {
-    const auto result = co_await takeover_.restore(bsdName);
-    tell(result.end == TakeoverEnd::mounted ? Kind::restored : Kind::failed, result);
-  }
+  const auto pending = takeover_.pending();
+  for (const auto& [bsdName, recovery] : pending) co_await restoreAtTheEnd(bsdName);
   takeover_.journal().update([](JournalRecord& record) {
     record.retries.clear();
     record.verdicts.clear();
     record.lastFailure.reset();
+    record.lastFailureDevice.reset();
   });
+}
+
+/// Read-only is better than not at all. Another process may be at work for a moment.
+base::Task<void> AutomaticTakeover::restoreAtTheEnd(std::string bsdName) {
+  auto& clock = *context_.platform.clock;
+  const auto name = takeover_.pending().at(bsdName).disk.name;
+  const auto patience = clock.uptime() + finishPatience;
+  while (takeover_.journal().isSomebodyWorking() && clock.uptime() < patience) {
+    co_await base::sleepFor(clock, finishPause);
+  }
+  bool isMounted = co_await takeover_.restore(bsdName, disks::MountAccess::readWrite);
+  if (!isMounted && takeover_.pending().contains(bsdName)) {
+    isMounted = co_await takeover_.restore(bsdName, disks::MountAccess::readOnly);
+  }
+  tell(isMounted ? Kind::restored : Kind::failed, bsdName, name);
 }
 
 std::optional<MountRecoveryPolicy::StatusLine> AutomaticTakeover::recoveryStatus(
@@ -396,7 +464,8 @@ std::optional<MountRecoveryPolicy::StatusLine> AutomaticTakeover::recoveryStatus
 void AutomaticTakeover::armTimer() {
   auto& clock = *context_.platform.clock;
   if (timer_) clock.cancel(*std::exchange(timer_, std::nullopt));
-  auto next = queue_.nextDue();
+  // What is due already and did not begin waits for something to change.
+  auto next = queue_.nextDue(clock.uptime());
   if (nothingBefore_ > clock.uptime()) next = nothingBefore_;
   // The job may be another process's, which does not tell when it ends.
   if (takeover_.coordinator().destructive()) next = clock.uptime() + holdOffTime;

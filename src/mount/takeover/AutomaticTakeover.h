@@ -70,25 +70,29 @@ class AutomaticTakeover {
   void takeUpLeftovers();
   void tidy();
   void tidyPending();
-  bool isStillInherited(const Inherited& inherited);
+  void inherit(JournalRecord::Recovery recovery);
+  void considerInherited();
+  bool rescue(const JournalRecord::Recovery& recovery, const disks::Disk& disk);
   void considerPending();
   void considerReadOnly();
   void remember(std::uint64_t deviceId, ReadOnlyCause cause);
   void pass(std::string_view title, const std::vector<disks::Disk>& volumes);
   void suppress(const disks::Disk& disk);
   bool isDueFor(const std::string& bsdName, std::uint64_t deviceId) const;
-  void begin(const std::string& bsdName, const std::string& diskName, std::uint64_t deviceId,
-             base::Task<void> attempt);
+  void begin(const std::string& bsdName, base::Task<void> attempt);
+  void began(const std::string& bsdName, const std::string& diskName);
   base::Task<void> attemptTakeover(std::string bsdName);
   base::Task<void> attemptRemount(std::string bsdName);
   base::Task<void> conclude(TakeoverResult result);
   base::Task<void> awaitVerdict(TakeoverResult result);
   base::Task<void> giveUp(TakeoverResult result);
+  void keepWatching(const TakeoverResult& result);
+  base::Task<void> restoreAtTheEnd(std::string bsdName);
   bool retryLater(const TakeoverResult& result);
   void holdOff();
   void armTimer();
   void save();
-  bool isUnmountedByUser(const disks::Disk& disk, double since) const;
+  bool isUnmountedByUser(const JournalRecord::Recovery& recovery, disks::Disk disk) const;
   void tell(TakeoverEventKind kind, const std::string& bsdName, const std::string& diskName,
             TakeoverEvent details = {});
   void tell(TakeoverEventKind kind, const TakeoverResult& result, TakeoverEvent details = {});

@@ -19,6 +19,8 @@ class DiskRemountCoordinator {
     Hold(Hold&& other) noexcept = default;
     Hold& operator=(Hold&&) = delete;
 
+    std::uint64_t deviceId() const { return deviceId_; }
+
    private:
     std::shared_ptr<std::set<std::uint64_t>> busy_;  // null once moved from
     std::uint64_t deviceId_;

@@ -31,10 +31,11 @@ void MountRetryQueue::restore(const std::string& bsdName, Entry entry) {
   entries_[bsdName] = entry;
 }
 
-std::optional<platform::Uptime> MountRetryQueue::nextDue() const {
+std::optional<platform::Uptime> MountRetryQueue::nextDue(platform::Uptime now) const {
   std::optional<platform::Uptime> earliest;
   for (const auto& [bsdName, entry] : entries_) {
-    if (entry.hasPendingRetry() && (!earliest || entry.nextAfter < *earliest)) {
+    if (entry.hasPendingRetry() && entry.nextAfter > now &&
+        (!earliest || entry.nextAfter < *earliest)) {
       earliest = entry.nextAfter;
     }
   }

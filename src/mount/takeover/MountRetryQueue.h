@@ -48,8 +48,8 @@ class MountRetryQueue {
 
   void remove(const std::string& bsdName) { entries_.erase(bsdName); }
 
-  /// When the next retry of any volume is due; nothing when none is pending.
-  std::optional<platform::Uptime> nextDue() const;
+  /// When the next retry of any volume becomes due after `now`; nothing when none does.
+  std::optional<platform::Uptime> nextDue(platform::Uptime now) const;
 
   const std::map<std::string, Entry>& entries() const { return entries_; }
 

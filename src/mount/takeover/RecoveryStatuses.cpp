@@ -38,6 +38,14 @@ const JournalRecord::Recovery* RecoveryStatuses::recoveryOf(const std::string& b
                    [](const auto& entry) { return entry.identity.deviceID; });
 }
 
+std::optional<ReadOnlyCause> RecoveryStatuses::verdictOn(std::uint64_t deviceId) const {
+  if (!isControllerRunning) return std::nullopt;
+  const auto found =
+      std::ranges::find(record.verdicts, deviceId, &JournalRecord::Verdict::deviceID);
+  if (found == record.verdicts.end()) return std::nullopt;
+  return found->cause;
+}
+
 std::optional<MountRecoveryPolicy::StatusLine> RecoveryStatuses::lineFor(
     const std::string& bsdName, std::uint64_t deviceId) const {
   const auto* retry = retryOf(bsdName, deviceId);

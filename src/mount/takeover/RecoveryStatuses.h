@@ -28,6 +28,10 @@ struct RecoveryStatuses {
   const JournalRecord::Recovery* recoveryOf(const std::string& bsdName,
                                             std::uint64_t deviceId) const;
 
+  /// What the module said of this device's mount before its report went stale, as the controller
+  /// remembers it.
+  std::optional<ReadOnlyCause> verdictOn(std::uint64_t deviceId) const;
+
   /// The line under the explanation of a volume.
   std::optional<MountRecoveryPolicy::StatusLine> lineFor(const std::string& bsdName,
                                                          std::uint64_t deviceId) const;

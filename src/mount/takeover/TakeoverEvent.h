@@ -21,11 +21,12 @@ enum class TakeoverEventKind {
   suppressed,  ///< nothing was done: another job destroys data on a disk
   waiting,     ///< it will be tried again
   stopped,     ///< it will not be tried again
+  unrecorded,  ///< nothing was done: it could not be noted first
   found,       ///< it was found unmounted, left so by an earlier run of the program
   restored,    ///< it is mounted again as it can be
 };
 BOOST_DESCRIBE_ENUM(TakeoverEventKind, began, remounted, confirmed, readOnly, failed, aborted,
-                    suppressed, waiting, stopped, found, restored)
+                    suppressed, waiting, stopped, unrecorded, found, restored)
 
 struct TakeoverEvent {
   TakeoverEventKind kind = TakeoverEventKind::began;
@@ -35,6 +36,7 @@ struct TakeoverEvent {
   std::optional<int> attempt;                 ///< number of the retry that begins or is to come
   std::optional<std::chrono::seconds> delay;  ///< of `waiting`
   std::optional<ReadOnlyCause> cause;         ///< of `readOnly`
+  bool isUnmounted = false;                   ///< of `stopped`
 };
 
 }  // namespace halvercine::mount

@@ -75,10 +75,14 @@ void TakeoverJournal::settle(const std::string& bsdName, std::uint64_t deviceId)
   });
 }
 
-std::optional<base::FileLock> TakeoverJournal::take(const char* name) const {
+std::expected<base::FileLock, TakeoverJournal::LockFailure> TakeoverJournal::take(
+    const char* name) const {
   const auto directory = folder();
+  if (!directory) return std::unexpected(LockFailure::unavailable);
   // Somebody may be asking whether it is held.
-  return directory ? base::FileLock::take(*directory / name, askPatience) : std::nullopt;
+  auto lock = base::FileLock::take(*directory / name, askPatience);
+  if (lock) return std::move(*lock);
+  return std::unexpected(isHeld(name) ? LockFailure::held : LockFailure::unavailable);
 }
 
 bool TakeoverJournal::isHeld(const char* name) const {
@@ -86,9 +90,13 @@ bool TakeoverJournal::isHeld(const char* name) const {
   return directory && base::FileLock::isHeld(*directory / "Halvercine" / name);
 }
 
-std::optional<base::FileLock> TakeoverJournal::takeWorkingLock() const { return take(workingLock); }
+std::expected<base::FileLock, TakeoverJournal::LockFailure> TakeoverJournal::takeWorkingLock()
+    const {
+  return take(workingLock);
+}
 
-std::optional<base::FileLock> TakeoverJournal::takeControllerLock() const {
+std::expected<base::FileLock, TakeoverJournal::LockFailure> TakeoverJournal::takeControllerLock()
+    const {
   return take(controllerLock);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <expected>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -60,6 +61,7 @@ struct JournalRecord {
   std::vector<Verdict> verdicts;
   std::vector<std::uint64_t> working;  ///< device IDs; while somebody holds the working lock
   std::optional<RemountFailure> lastFailure;
+  std::optional<std::uint64_t> lastFailureDevice;  ///< device ID, of `lastFailure`
 
   bool operator==(const JournalRecord&) const = default;
 };
@@ -67,7 +69,8 @@ BOOST_DESCRIBE_STRUCT(JournalRecord::Recovery, (), (bsdName, diskName, identity,
 BOOST_DESCRIBE_STRUCT(JournalRecord::Retry, (), (bsdName, deviceID, count, nextAfter))
 BOOST_DESCRIBE_STRUCT(JournalRecord::Verdict, (), (deviceID, cause))
 BOOST_DESCRIBE_STRUCT(JournalRecord, (),
-                      (bootSession, recoveries, inherited, retries, verdicts, working, lastFailure))
+                      (bootSession, recoveries, inherited, retries, verdicts, working, lastFailure,
+                       lastFailureDevice))
 
 /// "takeover.json" in the program's Application Support folder, with the locks beside it: what has
 /// been unmounted to be mounted again is written there first, so that no crash forgets it. Several
@@ -90,18 +93,23 @@ class TakeoverJournal {
   /// The volume need not be mounted any more.
   void settle(const std::string& bsdName, std::uint64_t deviceId) const;
 
-  /// Held by a process while it unmounts and mounts volumes. Nothing when another process holds it.
-  std::optional<base::FileLock> takeWorkingLock() const;
+  enum class LockFailure {
+    held,         ///< by another process
+    unavailable,  ///< there is no place for it
+  };
 
-  /// Held by the resident controller while it runs. Nothing when another one does.
-  std::optional<base::FileLock> takeControllerLock() const;
+  /// Held by a process while it unmounts and mounts volumes.
+  std::expected<base::FileLock, LockFailure> takeWorkingLock() const;
+
+  /// Held by the resident controller while it runs.
+  std::expected<base::FileLock, LockFailure> takeControllerLock() const;
 
   bool isSomebodyWorking() const;
   bool isControllerRunning() const;
 
  private:
   std::optional<std::filesystem::path> folder() const;
-  std::optional<base::FileLock> take(const char* name) const;
+  std::expected<base::FileLock, LockFailure> take(const char* name) const;
   bool isHeld(const char* name) const;
 
   const platform::Platform& platform_;

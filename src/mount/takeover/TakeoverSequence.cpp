@@ -16,7 +16,12 @@ TakeoverStep end(TakeoverEnd how, std::string logText = {}) {
 }  // namespace
 
 bool leavesUnmounted(TakeoverEnd end) {
-  return end == TakeoverEnd::ticketRefused || end == TakeoverEnd::mountFailed;
+  return end == TakeoverEnd::ticketRefused || end == TakeoverEnd::unrecognized ||
+         end == TakeoverEnd::mountFailed;
+}
+
+bool isMountedEnd(TakeoverEnd end) {
+  return end == TakeoverEnd::mounted || end == TakeoverEnd::mountedByOthers;
 }
 
 TakeoverSequence TakeoverSequence::resumed(SessionNtfsIdentity identity) {
@@ -44,6 +49,13 @@ TakeoverStep TakeoverSequence::next(const SequenceFacts& facts) {
 
 bool TakeoverSequence::isSame(const SequenceFacts& facts) const {
   return facts.isListed && facts.identity && isSameVolume(*facts.identity, *identity_);
+}
+
+/// Entry IDs are never given away: as long as it is the same, what else is missing may come back.
+TakeoverStep TakeoverSequence::leaveAlone(const SequenceFacts& facts) const {
+  const bool isSameDevice = facts.deviceId == identity_->deviceID;
+  return end(isSameDevice ? TakeoverEnd::unrecognized : TakeoverEnd::deviceChangedAfterUnmount,
+             "卸载后中止（设备身份已变）");
 }
 
 TakeoverStep TakeoverSequence::passGates(const SequenceFacts& facts) {
@@ -75,9 +87,7 @@ TakeoverStep TakeoverSequence::recheck(const SequenceFacts& facts) {
 }
 
 TakeoverStep TakeoverSequence::afterUnmount(const SequenceFacts& facts) {
-  if (!isSame(facts)) {
-    return end(TakeoverEnd::deviceChangedAfterUnmount, "卸载后中止（设备身份已变）");
-  }
+  if (!isSame(facts)) return leaveAlone(facts);
   // A tool that was stopped half way may have done its work all the same.
   if (!facts.toolSucceeded && facts.gate.isMounted) {
     return end(TakeoverEnd::unmountFailed, "卸载失败，卷保持原状");
@@ -86,9 +96,7 @@ TakeoverStep TakeoverSequence::afterUnmount(const SequenceFacts& facts) {
 }
 
 TakeoverStep TakeoverSequence::beforeRemount(const SequenceFacts& facts) {
-  if (!isSame(facts)) {
-    return end(TakeoverEnd::deviceChangedAfterUnmount, "卸载后中止（设备身份已变）");
-  }
+  if (!isSame(facts)) return leaveAlone(facts);
   if (facts.gate.isMounted) return end(TakeoverEnd::mountedByOthers);
   if (facts.isCoordinatorBusy) return end(TakeoverEnd::coordinatorBusy, "跳过（协调器忙）");
   return guardTicket(facts);
@@ -108,9 +116,7 @@ TakeoverStep TakeoverSequence::guardTicket(const SequenceFacts& facts) {
 }
 
 TakeoverStep TakeoverSequence::afterMount(const SequenceFacts& facts) const {
-  if (!isSame(facts)) {
-    return end(TakeoverEnd::deviceChangedAfterUnmount, "卸载后中止（设备身份已变）");
-  }
+  if (!isSame(facts)) return leaveAlone(facts);
   if (facts.toolSucceeded) return end(TakeoverEnd::mounted, "挂载完成，尚未确认读写");
   return end(facts.gate.isMounted ? TakeoverEnd::mountedByOthers : TakeoverEnd::mountFailed);
 }

@@ -17,6 +17,8 @@ struct SequenceFacts {
   bool isListed = false;  ///< the list of disks has the BSD name
   /// What has the BSD name now; nothing when the identity of its medium cannot be read.
   std::optional<SessionNtfsIdentity> identity;
+  /// Registry entry ID of the medium that has the name, listed or not; nothing: no medium has it.
+  std::optional<std::uint64_t> deviceId;
   TakeoverGate gate;
   bool isCoordinatorBusy = false;         ///< another sequence works on the device
   bool isRepairingAuthorization = false;  ///< of the file-system module
@@ -45,6 +47,7 @@ enum class TakeoverEnd {
   deviceChangedAfterUnmount,
   // The volume is unmounted, and stays so for now.
   ticketRefused,
+  unrecognized,  ///< the same device, but it does not look like the volume just now
   mountFailed,
   // The volume is mounted, by this sequence or in spite of it.
   mounted,
@@ -53,10 +56,13 @@ enum class TakeoverEnd {
 BOOST_DESCRIBE_ENUM(TakeoverEnd, notEligible, noMediaIdentity, coordinatorBusy,
                     repairingAuthorization, destructiveOperation, notRecorded, vanished,
                     deviceChanged, noLongerEligible, unmountFailed, deviceChangedAfterUnmount,
-                    ticketRefused, mountFailed, mounted, mountedByOthers)
+                    ticketRefused, unrecognized, mountFailed, mounted, mountedByOthers)
 
 /// Whether the program has left the volume unmounted, so that it must mount it again.
 bool leavesUnmounted(TakeoverEnd end);
+
+/// Whether the volume is mounted, as far as can be told at once.
+bool isMountedEnd(TakeoverEnd end);
 
 struct TakeoverStep {
   enum class Kind {
@@ -98,6 +104,7 @@ class TakeoverSequence {
   TakeoverStep guardTicket(const SequenceFacts& facts);
   TakeoverStep afterMount(const SequenceFacts& facts) const;
   bool isSame(const SequenceFacts& facts) const;
+  TakeoverStep leaveAlone(const SequenceFacts& facts) const;
 
   Stage stage_ = Stage::gates;
   std::optional<SessionNtfsIdentity> identity_;

@@ -34,7 +34,6 @@ struct VolumeTakeover::Run {
   disks::MountAccess access = disks::MountAccess::readWrite;
   TakeoverSequence sequence;
   std::shared_ptr<base::FileLock> workingLock;
-  std::optional<DiskRemountCoordinator::Hold> hold;
   std::optional<UnmountedRecoveryTicket> ticket;
   platform::WallTime since{};
   platform::WallTime mountedAfter{};
@@ -45,37 +44,45 @@ struct VolumeTakeover::Run {
 VolumeTakeover::VolumeTakeover(TakeoverContext context)
     : context_(std::move(context)), journal_(context_.platform) {}
 
-base::Task<TakeoverResult> VolumeTakeover::takeOver(std::string bsdName) {
+base::Task<TakeoverResult> VolumeTakeover::takeOver(std::string bsdName, Began began) {
   const auto run = std::make_shared<Run>();
   run->bsdName = std::move(bsdName);
   if (const auto* disk = context_.monitor.find(run->bsdName)) run->disk = *disk;
-  co_return co_await drive(run);
+  co_return co_await drive(run, began);
 }
 
-base::Task<TakeoverResult> VolumeTakeover::remount(std::string bsdName, disks::MountAccess access) {
+base::Task<TakeoverResult> VolumeTakeover::remount(std::string bsdName, Began began,
+                                                   disks::MountAccess access) {
   const auto found = pending_.find(bsdName);
   if (found == pending_.end()) co_return TakeoverResult();
+  context_.monitor.refresh();
+  auto& pending = found->second;
+  const auto now = context_.platform.clock->uptime();
+  // What is still the same device, and nobody has unmounted since, is ours to mount, however late.
+  if (context_.monitor.deviceId(bsdName) == pending.identity.deviceID) {
+    pending.ticket.createdAt = now;
+  }
   const auto run = std::make_shared<Run>();
   run->bsdName = std::move(bsdName);
-  run->disk = found->second.disk;
+  run->disk = pending.disk;
   run->access = access;
-  run->sequence = TakeoverSequence::resumed(found->second.identity);
-  run->ticket = found->second.ticket;
-  run->since = found->second.since;
-  context_.monitor.refresh();
-  co_return co_await drive(run);
+  run->sequence = TakeoverSequence::resumed(pending.identity);
+  run->ticket = pending.ticket;
+  run->since = pending.since;
+  co_return co_await drive(run, began);
 }
 
-base::Task<TakeoverResult> VolumeTakeover::restore(std::string bsdName) {
-  auto result = co_await remount(bsdName);
-  if (result.end == TakeoverEnd::mountFailed) {
-    result = co_await remount(bsdName, disks::MountAccess::readOnly);
-  }
-  co_return result;
+base::Task<bool> VolumeTakeover::restore(std::string bsdName, disks::MountAccess access) {
+  const auto result = co_await remount(bsdName, {}, access);
+  release(bsdName);
+  const auto* disk = context_.monitor.find(bsdName);
+  const bool isMounted = isMountedEnd(result.end) && disk && disk->isMounted;
+  if (isMounted) drop(bsdName);
+  co_return isMounted;
 }
 
 /// Every step is followed by a fresh look at the machine.
-base::Task<TakeoverResult> VolumeTakeover::drive(std::shared_ptr<Run> run) {
+base::Task<TakeoverResult> VolumeTakeover::drive(std::shared_ptr<Run> run, Began began) {
   for (;;) {
     const auto facts = factsFor(*run);
     const auto step = run->sequence.next(facts);
@@ -83,9 +90,12 @@ base::Task<TakeoverResult> VolumeTakeover::drive(std::shared_ptr<Run> run) {
       context_.platform.systemLog->write(platform::LogLevel::info,
                                          "takeover remount: " + run->bsdName + " " + step.logText);
     }
+    if (step.kind != TakeoverStep::Kind::end && !holds_.contains(run->bsdName)) {
+      hold(*run);
+      if (began) began();
+    }
     switch (step.kind) {
       case TakeoverStep::Kind::look:
-        hold(*run);
         context_.monitor.refresh();
         break;
       case TakeoverStep::Kind::unmount:
@@ -93,7 +103,6 @@ base::Task<TakeoverResult> VolumeTakeover::drive(std::shared_ptr<Run> run) {
         co_await unmount(run);
         break;
       case TakeoverStep::Kind::mount:
-        hold(*run);
         co_await mount(run);
         break;
       case TakeoverStep::Kind::end:
@@ -119,17 +128,15 @@ base::Task<void> VolumeTakeover::mount(std::shared_ptr<Run> run) {
 
 SequenceFacts VolumeTakeover::factsFor(Run& run) {
   SequenceFacts facts;
+  facts.deviceId = context_.monitor.deviceId(run.bsdName);
   if (const auto* disk = context_.monitor.find(run.bsdName)) {
     facts.isListed = true;
     facts.gate = gateOf(*disk);
-    if (const auto id = context_.monitor.deviceId(run.bsdName)) {
-      facts.identity = identityOf(*disk, *id);
-    }
+    if (facts.deviceId) facts.identity = identityOf(*disk, *facts.deviceId);
   }
-  if (!run.hold) {
-    if (!run.workingLock) run.workingLock = shareWorkingLock();
-    facts.isCoordinatorBusy = !run.workingLock || context_.isInUse(run.bsdName) ||
-                              (facts.identity && coordinator_.isBusy(facts.identity->deviceID));
+  if (!holds_.contains(run.bsdName)) {
+    facts.isCoordinatorBusy = !shareWorkingLock(run) || context_.isInUse(run.bsdName) ||
+                              (facts.deviceId && coordinator_.isBusy(*facts.deviceId));
   }
   facts.isDestructive = context_.monitor.destructiveBusy();
   facts.isTicketValid =
@@ -140,21 +147,29 @@ SequenceFacts VolumeTakeover::factsFor(Run& run) {
   return facts;
 }
 
-std::shared_ptr<base::FileLock> VolumeTakeover::shareWorkingLock() {
-  auto shared = workingLock_.lock();
-  if (shared) return shared;
+/// False when another process is at work. Without a place for the lock there is none for the
+/// journal either, which is found out when something is to be noted.
+bool VolumeTakeover::shareWorkingLock(Run& run) {
+  run.workingLock = workingLock_.lock();
+  if (run.workingLock) return true;
   auto lock = journal_.takeWorkingLock();
-  if (!lock) return nullptr;
-  shared = std::make_shared<base::FileLock>(std::move(*lock));
-  workingLock_ = shared;
-  return shared;
+  if (!lock) return lock.error() == TakeoverJournal::LockFailure::unavailable;
+  run.workingLock = std::make_shared<base::FileLock>(std::move(*lock));
+  workingLock_ = run.workingLock;
+  return true;
 }
 
 void VolumeTakeover::hold(Run& run) {
-  if (run.hold) return;
   const auto deviceId = run.sequence.identity()->deviceID;
-  run.hold.emplace(coordinator_.begin(deviceId));
+  holds_.emplace(run.bsdName, Hold{coordinator_.begin(deviceId), std::move(run.workingLock)});
   journal_.update([deviceId](JournalRecord& record) { record.working.push_back(deviceId); });
+}
+
+void VolumeTakeover::release(const std::string& bsdName) {
+  const auto held = holds_.extract(bsdName);
+  if (!held) return;
+  const auto deviceId = held.mapped().device.deviceId();
+  journal_.update([deviceId](JournalRecord& record) { std::erase(record.working, deviceId); });
 }
 
 /// From here on a crash finds the volume in the journal.
@@ -175,28 +190,22 @@ bool VolumeTakeover::adopt(PendingRecovery recovery) {
 }
 
 TakeoverResult VolumeTakeover::finished(Run& run, TakeoverEnd end) {
-  if (end == TakeoverEnd::notRecorded) run.toolText = "the takeover journal cannot be written";
   const auto& name = run.disk.name;
+  const auto deviceId = context_.monitor.deviceId(run.bsdName);
   if (end == TakeoverEnd::mounted) addToLog("takeover", "log.takeover.remount", name);
   if (end == TakeoverEnd::mountFailed) {
     const auto reason = context_.localization.text(disks::errorKey(run.toolText));
     addToLog("remount", "log.remount.failed", name, reason);
   }
-  if (end == TakeoverEnd::mountFailed || end == TakeoverEnd::unmountFailed) {
-    recordFailure(run.bsdName, name, run.toolText);
-  }
-  if (end == TakeoverEnd::destructiveOperation) {
-    run.toolText = destructiveText;
-    recordFailure(run.bsdName, name, run.toolText);
-  }
-  const bool isSettled = !leavesUnmounted(end) && end != TakeoverEnd::coordinatorBusy;
-  if (run.ticket && isSettled) drop(run.bsdName);
-  if (run.hold) {
-    const auto deviceId = run.sequence.identity()->deviceID;
-    journal_.update([deviceId](JournalRecord& record) { std::erase(record.working, deviceId); });
-  }
-  run.hold.reset();
-  run.workingLock.reset();
+  if (end == TakeoverEnd::destructiveOperation) run.toolText = destructiveText;
+  const bool isFailure = end == TakeoverEnd::mountFailed || end == TakeoverEnd::unmountFailed ||
+                         end == TakeoverEnd::destructiveOperation;
+  if (isFailure && deviceId) recordFailure({run.bsdName, name, run.toolText}, *deviceId);
+  // What is mounted is kept in mind until it is known to be.
+  const bool isUnsettled =
+      leavesUnmounted(end) || isMountedEnd(end) || end == TakeoverEnd::coordinatorBusy;
+  if (run.ticket && !isUnsettled) drop(run.bsdName);
+  if (!isMountedEnd(end)) release(run.bsdName);
   return {end, run.toolText, run.bsdName, name, run.sequence.identity(), run.mountedAfter};
 }
 
@@ -230,17 +239,23 @@ base::Task<MountVerdict> VolumeTakeover::confirm(TakeoverResult result,
   for (;;) {
     const bool isLast = clock.uptime() >= deadline || !mayWait();
     if (isLast) context_.monitor.refresh();
-    if (const auto verdict = verdictOn(result, isLast)) co_return *verdict;
+    if (const auto verdict = verdictOn(result, isLast)) {
+      if (*verdict != MountVerdict::unmounted) drop(result.bsdName);
+      release(result.bsdName);
+      co_return *verdict;
+    }
     co_await base::sleepFor(clock, confirmationPause);
   }
 }
 
 /// Nothing while the answer may still come.
 std::optional<MountVerdict> VolumeTakeover::verdictOn(const TakeoverResult& result, bool isLast) {
-  const auto* disk = context_.monitor.find(result.bsdName);
   const auto deviceId = context_.monitor.deviceId(result.bsdName);
-  if (!disk || deviceId != result.identity->deviceID) return MountVerdict::gone;
-  if (!disk->isMounted) return isLast ? std::optional(MountVerdict::gone) : std::nullopt;
+  if (deviceId != result.identity->deviceID) return MountVerdict::otherDevice;
+  const auto* disk = context_.monitor.find(result.bsdName);
+  if (!disk || !disk->isMounted) {
+    return isLast ? std::optional(MountVerdict::unmounted) : std::nullopt;
+  }
   const auto report =
       loadMountAccessReport(sourcesOf(context_.platform), disk->id, Freshness::freshOnly);
   const bool isReported =
@@ -256,19 +271,32 @@ std::optional<MountVerdict> VolumeTakeover::verdictOn(const TakeoverResult& resu
   return isLast ? std::optional(MountVerdict::readOnly) : std::nullopt;
 }
 
-void VolumeTakeover::recordFailure(const std::string& bsdName, const std::string& diskName,
-                                   const std::string& text) {
+void VolumeTakeover::recordFailure(const RemountFailure& failure, std::uint64_t deviceId) {
   context_.platform.systemLog->write(
-      platform::LogLevel::error, fmt::format("remount failure [{}] {} destructiveBusy={}", bsdName,
-                                             text, context_.monitor.destructiveBusy()));
-  lastFailure_ = RemountFailure{bsdName, diskName, text};
-  journal_.update([this](JournalRecord& record) { record.lastFailure = lastFailure_; });
+      platform::LogLevel::error,
+      fmt::format("remount failure [{}] {} destructiveBusy={}", failure.id, failure.rawError,
+                  context_.monitor.destructiveBusy()));
+  lastFailure_ = failure;
+  failedDevice_ = deviceId;
+  journal_.update([&](JournalRecord& record) {
+    record.lastFailure = failure;
+    record.lastFailureDevice = deviceId;
+  });
 }
 
-void VolumeTakeover::clearFailure(const std::string& bsdName) {
-  if (!lastFailure_ || lastFailure_->id != bsdName) return;
+void VolumeTakeover::restoreFailure(const JournalRecord& record) {
+  lastFailure_ = record.lastFailure;
+  failedDevice_ = record.lastFailureDevice;
+}
+
+void VolumeTakeover::clearFailure(std::uint64_t deviceId) {
+  if (!lastFailure_ || failedDevice_ != deviceId) return;
   lastFailure_.reset();
-  journal_.update([](JournalRecord& record) { record.lastFailure.reset(); });
+  failedDevice_.reset();
+  journal_.update([](JournalRecord& record) {
+    record.lastFailure.reset();
+    record.lastFailureDevice.reset();
+  });
 }
 
 void VolumeTakeover::addToLog(std::string_view category, std::string_view key,

@@ -60,9 +60,10 @@ struct TakeoverResult {
 /// What a volume turned out to be after it was mounted again.
 enum class MountVerdict {
   writable,
-  readOnly,  ///< another attempt may help
-  final,     ///< the module says why not, and another attempt cannot help
-  gone,      ///< unmounted again, or another device
+  readOnly,     ///< another attempt may help
+  final,        ///< the module says why not, and another attempt cannot help
+  unmounted,    ///< it is not mounted after all, or not any more
+  otherDevice,  ///< another device has its name, or none
 };
 
 /// What the takeover needs of the rest of the program. All of it outlives the takeover.
@@ -87,18 +88,22 @@ class VolumeTakeover {
  public:
   explicit VolumeTakeover(TakeoverContext context);
 
-  /// Takes a mounted volume over.
-  base::Task<TakeoverResult> takeOver(std::string bsdName);
+  /// Called when the gates are passed.
+  using Began = std::function<void()>;
 
-  /// Mounts one of `pending()` again.
-  base::Task<TakeoverResult> remount(std::string bsdName,
+  /// Takes a mounted volume over. When it ends mounted, `confirm` is to follow.
+  base::Task<TakeoverResult> takeOver(std::string bsdName, Began began = {});
+
+  /// Mounts one of `pending()` again. When it ends mounted, `confirm` is to follow.
+  base::Task<TakeoverResult> remount(std::string bsdName, Began began = {},
                                      disks::MountAccess access = disks::MountAccess::readWrite);
 
-  /// Mounts one of `pending()` read-write, or else read-only: better than not at all.
-  base::Task<TakeoverResult> restore(std::string bsdName);
+  /// Mounts one of `pending()` as `access` says, and tells whether it is mounted then.
+  base::Task<bool> restore(std::string bsdName, disks::MountAccess access);
 
   /// Waits until it is known what the volume that was mounted again is: until a fresh report says
-  /// so, but not longer than `confirmationLimit`, nor than `mayWait` answers true.
+  /// so, but not longer than `confirmationLimit`, nor than `mayWait` answers true. Unless it turns
+  /// out unmounted, it is pending no more.
   base::Task<MountVerdict> confirm(TakeoverResult result, std::function<bool()> mayWait);
   static constexpr auto confirmationLimit = std::chrono::seconds(10);
 
@@ -122,10 +127,13 @@ class VolumeTakeover {
   const TakeoverJournal& journal() const { return journal_; }
 
   /// Records a failure to show: in the system log, and in the journal.
-  void recordFailure(const std::string& bsdName, const std::string& diskName,
-                     const std::string& text);
+  void recordFailure(const RemountFailure& failure, std::uint64_t deviceId);
   const std::optional<RemountFailure>& lastRemountFailure() const { return lastFailure_; }
-  void clearFailure(const std::string& bsdName);
+  const std::optional<std::uint64_t>& failedDevice() const { return failedDevice_; }
+  void clearFailure(std::uint64_t deviceId);
+
+  /// Takes over what an earlier process has recorded.
+  void restoreFailure(const JournalRecord& record);
 
   /// Adds the text of `key` with the volume's name to the operation log.
   void addToLog(std::string_view category, std::string_view key, const std::string& diskName,
@@ -133,15 +141,20 @@ class VolumeTakeover {
 
  private:
   struct Run;
+  struct Hold {
+    DiskRemountCoordinator::Hold device;
+    std::shared_ptr<base::FileLock> workingLock;
+  };
 
-  base::Task<TakeoverResult> drive(std::shared_ptr<Run> run);
+  base::Task<TakeoverResult> drive(std::shared_ptr<Run> run, Began began);
   base::Task<void> unmount(std::shared_ptr<Run> run);
   base::Task<void> mount(std::shared_ptr<Run> run);
   SequenceFacts factsFor(Run& run);
   TakeoverResult finished(Run& run, TakeoverEnd end);
   void hold(Run& run);
   bool issueTicket(Run& run);
-  std::shared_ptr<base::FileLock> shareWorkingLock();
+  bool shareWorkingLock(Run& run);
+  void release(const std::string& bsdName);
   std::optional<MountVerdict> verdictOn(const TakeoverResult& result, bool isLast);
 
   TakeoverContext context_;
@@ -149,8 +162,10 @@ class VolumeTakeover {
   DiskRemountCoordinator coordinator_;
   std::weak_ptr<base::FileLock> workingLock_;  // shared by the sequences that run
   std::map<std::string, PendingRecovery> pending_;
+  std::map<std::string, Hold> holds_;  // by BSD name, until the verdict
   std::map<std::uint64_t, ReadOnlyCause> verdicts_;
   std::optional<RemountFailure> lastFailure_;
+  std::optional<std::uint64_t> failedDevice_;
 };
 
 }  // namespace halvercine::mount

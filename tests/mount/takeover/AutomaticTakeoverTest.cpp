@@ -70,6 +70,7 @@ class Controller {
                         [this](const disks::Disk&, platform::WallTime since) {
                           return unmountedByUser && *unmountedByUser >= since;
                         },
+                        [this](const std::string&) { return isInUse; },
                         [this](std::string_view category, std::string_view message) {
                           operations.push_back(std::string(category) + ": " + std::string(message));
                         }});
@@ -269,12 +270,13 @@ TEST(AutomaticTakeoverTest, UserWhoWantsItUnmountedHasTheLastWord) {
 TEST(AutomaticTakeoverTest, AnotherProcessAtWorkIsWaitedFor) {
   Controller controller(withTools(systemMount, slowTools));
   controller.stop();
-  auto lock = TakeoverJournal(controller.platform()).takeWorkingLock();
-  ASSERT_TRUE(lock);
-  controller.start();
-  controller.pass(30);
-  EXPECT_TRUE(controller.tools->runs.empty());
-  lock.reset();
+  {
+    const auto lock = TakeoverJournal(controller.platform()).takeWorkingLock();
+    ASSERT_TRUE(lock);
+    controller.start();
+    controller.pass(30);
+    EXPECT_TRUE(controller.tools->runs.empty());
+  }
   controller.pass(10);
   EXPECT_TRUE(controller.isWritable());
 }

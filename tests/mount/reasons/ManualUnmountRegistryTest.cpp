@@ -76,5 +76,20 @@ TEST_F(ManualUnmountRegistryTest, outlivesTheProgramAndForgets) {
       << "a floating-point number for whoever else reads it";
 }
 
+TEST_F(ManualUnmountRegistryTest, forgetsWhatIsMountedButNotWhatHasJustBeenUnmounted) {
+  const auto mounted = [](const std::string& uuid) {
+    disks::Disk disk;
+    disk.volumeUUID = uuid;
+    disk.isMounted = true;
+    return disk;
+  };
+  auto unmounted = mounted("stays");
+  unmounted.isMounted = false;
+  defaults.values.insert_or_assign(
+      key, PropertyDictionary{{"stays", now - 60}, {"back", now - 60}, {"this moment", now - 1}});
+  registry.forgetMounted({unmounted, mounted("back"), mounted("this moment")});
+  EXPECT_EQ(registry.registry(), (Entries{{"stays", now - 60}, {"this moment", now - 1}}));
+}
+
 }  // namespace
 }  // namespace halvercine::mount

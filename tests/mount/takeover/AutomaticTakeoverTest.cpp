@@ -295,6 +295,77 @@ TEST(AutomaticTakeoverTest, VolumeThatIsBeingCheckedIsLeftToTheCheck) {
   EXPECT_TRUE(controller.isMounted()) << "the check has died";
 }
 
+TEST(AutomaticTakeoverTest, DueRetryThatMayNotBeginWaitsInsteadOfSpinning) {
+  Controller isProtected(devices(served(R"("resourceReadOnly")")) + R"(, "timeline": [
+      {"at": 5, "event": "protect", "disk": "disk4", "protected": true}])");
+  isProtected.pass(300);
+  EXPECT_EQ(isProtected.times("unmount").size(), 1u);
+
+  Controller suppressed(devices(served(R"("resourceReadOnly")")));
+  suppressed.pass(5);
+  suppressed.monitor->beginDestructiveOperation();
+  suppressed.pass(300);
+  EXPECT_EQ(suppressed.times("unmount").size(), 1u);
+  suppressed.monitor->endDestructiveOperation();
+  suppressed.pass(5);
+  EXPECT_EQ(suppressed.times("unmount").size(), 2u);
+}
+
+TEST(AutomaticTakeoverTest, ToolThatWasGivenUpMayStillUnmount) {
+  Controller controller(withTools(systemMount, R"({"tool": "diskutil", "match": ["unmount"],
+      "times": 1, "hang": true})") +
+                        R"(, "timeline": [
+      {"at": 65, "event": "unmount", "disk": "disk4s1"}])");
+  controller.pass(200);
+  EXPECT_TRUE(controller.isWritable());
+  EXPECT_THAT(controller.kinds(), Contains(Kind::found));
+}
+
+TEST(AutomaticTakeoverTest, MountThatWasNoneIsTriedAgain) {
+  Controller controller(withTools(systemMount, R"({"tool": "diskutil", "match": ["mount"],
+      "times": 1, "status": 0, "then": "nothing", "text": "mounted"})"));
+  controller.pass(60);
+  EXPECT_TRUE(controller.isWritable());
+  EXPECT_THAT(controller.operations, Contains("takeover: Writable again（Data）"));
+  EXPECT_TRUE(controller.journal().recoveries.empty());
+}
+
+TEST(AutomaticTakeoverTest, DeviceThatLosesItsDescriptionForAMomentIsNotForgotten) {
+  Controller controller(withTools(systemMount, slowTools) + R"(, "timeline": [
+      {"at": 1, "event": "describe", "disk": "disk4s1", "description": {"DAMediaSize": null}},
+      {"at": 5, "event": "describe", "disk": "disk4s1",
+       "description": {"DAMediaSize": 1000000000}}])");
+  controller.pass(3);
+  EXPECT_FALSE(controller.isMounted());
+  EXPECT_TRUE(controller.times("mount").empty()) << "it may be another one";
+  controller.pass(60);
+  EXPECT_TRUE(controller.isWritable());
+}
+
+TEST(AutomaticTakeoverTest, HoweverLateTheEndMountsWhatIsUnmounted) {
+  Controller controller(withTools(systemMount, R"({"tool": "diskutil", "match": ["mount"],
+      "times": 7, "status": 1, "text": "Volume on disk4s1 failed to mount"})"));
+  controller.pass(6000);
+  ASSERT_FALSE(controller.isMounted()) << "all attempts have failed, and the last resort too";
+  controller.finish();
+  controller.pass(0);
+  EXPECT_TRUE(controller.isMounted());
+  EXPECT_TRUE(controller.journal().recoveries.empty());
+}
+
+TEST(AutomaticTakeoverTest, VolumesAreTakenOverSideBySide) {
+  Controller controller(devices(R"({"disk": "disk4", "volumes": [
+      {"disk": "disk4s1", "kind": "ntfs", "name": "Data", "mount": {"readOnly": true}},
+      {"disk": "disk4s2", "kind": "ntfs", "name": "More", "mount": {"readOnly": true}}]})") +
+                        R"(, "tools": [{"tool": "diskutil", "match": ["mount", "/dev/disk4s2"],
+                            "times": 1, "seconds": 30}])");
+  controller.pass(5);
+  EXPECT_TRUE(controller.isWritable()) << "the slow one does not hold it up";
+  EXPECT_EQ(controller.journal().working.size(), 1u);
+  controller.finish();
+  EXPECT_TRUE(controller.monitor->find("disk4s2")->isMounted);
+}
+
 /// What may happen to the disk while it is being worked on, with tools that take their time.
 struct Interference {
   const char* name;
@@ -382,24 +453,26 @@ TEST(AutomaticTakeoverTest, CrashKeepsTheCountOfRetriesAnOrderlyEndDoesNot) {
   EXPECT_EQ(controller.status(), "disk.ux.recovery.waiting 1");
 }
 
-TEST(AutomaticTakeoverTest, UnreadableJournalIsNoJournalAndAnUnwritableOneForbidsToBegin) {
-  Controller controller(R"("devices": [])");
-  const auto folder = *controller.platform().containers->applicationSupport() / "Halvercine";
+TEST(AutomaticTakeoverTest, UnreadableJournalIsNoneAndAnUnwritableOneForbidsToBegin) {
+  Controller damaged(R"("devices": [])");
+  const auto file = [](const Controller& controller) {
+    return *controller.platform().containers->applicationSupport() / "Halvercine/takeover.json";
+  };
   for (const auto* text : {"", "{", "[]", R"({"bootSession": 1})"}) {
-    ASSERT_FALSE(base::replacePrivateFile(folder / "takeover.json", text));
-    EXPECT_TRUE(controller.journal().recoveries.empty());
+    ASSERT_FALSE(base::replacePrivateFile(file(damaged), text));
+    EXPECT_TRUE(damaged.journal().recoveries.empty());
   }
-  std::filesystem::remove_all(folder);
-  tests::writeText(folder, "a file in its place");
-  Controller other(devices(systemMount));
-  const auto otherFolder = *other.platform().containers->applicationSupport() / "Halvercine";
-  other.stop();
-  std::filesystem::remove_all(otherFolder);
-  tests::writeText(otherFolder, "a file in its place");
-  other.start();
-  other.pass(30);
-  EXPECT_TRUE(other.tools->runs.empty());
-  EXPECT_TRUE(other.isMounted());
+
+  Controller unwritable(devices(systemMount));
+  unwritable.stop();
+  std::filesystem::remove(file(unwritable));
+  std::filesystem::create_directories(file(unwritable) / "in its place");
+  unwritable.start();
+  unwritable.pass(5000);
+  EXPECT_TRUE(unwritable.tools->runs.empty());
+  EXPECT_TRUE(unwritable.isMounted());
+  EXPECT_EQ(std::ranges::count(unwritable.kinds(), Kind::unrecorded), 6) << "not for ever";
+  EXPECT_EQ(unwritable.kinds().back(), Kind::stopped);
 }
 
 }  // namespace

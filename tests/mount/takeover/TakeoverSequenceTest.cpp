@@ -22,6 +22,7 @@ struct World {
     SequenceFacts facts;
     facts.isListed = true;
     facts.identity = ours;
+    facts.deviceId = ours.deviceID;
     facts.gate.isNtfs = true;
     facts.gate.isMounted = true;
     facts.gate.mediaWritable = true;
@@ -70,7 +71,13 @@ void vanish(World& world) {
   world.unmounted = false;
   world.facts.isListed = false;
   world.facts.identity.reset();
+  world.facts.deviceId.reset();
   world.facts.gate = {};
+}
+/// The same device, out of the list for a moment.
+void flicker(World& world) {
+  world.facts.isListed = false;
+  world.facts.identity.reset();
 }
 void replace(World& world) {
   world.isOurs = false;
@@ -80,6 +87,7 @@ void replace(World& world) {
   world.facts = World::mountedReadOnly();
   world.facts.identity = before;
   ++world.facts.identity->deviceID;  // a clone, even
+  world.facts.deviceId = world.facts.identity->deviceID;
   world.facts.gate.isMounted = isMounted;
 }
 void reformat(World& world) {
@@ -98,10 +106,15 @@ void mountByHand(World& world) {
   world.unmounted = false;
 }
 
-const Event events[] = {{"nothing", nothing},         {"vanish", vanish},
-                        {"replace", replace},         {"reformat", reformat},
-                        {"forget UUID", forgetUuid},  {"destruction", beginDestruction},
-                        {"writable", becomeWritable}, {"mount by hand", mountByHand}};
+const Event events[] = {{"nothing", nothing},
+                        {"vanish", vanish},
+                        {"flicker", flicker},
+                        {"replace", replace},
+                        {"reformat", reformat},
+                        {"forget UUID", forgetUuid},
+                        {"destruction", beginDestruction},
+                        {"writable", becomeWritable},
+                        {"mount by hand", mountByHand}};
 
 /// The decisions that a sequence takes, and where it can be interrupted.
 constexpr std::size_t moments = 4;
@@ -148,7 +161,32 @@ TEST(TakeoverSequenceTest, NeverTouchesAnotherDeviceNorForgetsItsOwn) {
       }
     }
   }
-  EXPECT_EQ(played, 8 * 8 * 10 * 4);
+  EXPECT_EQ(played, 9 * 9 * 10 * 4);
+}
+
+TEST(TakeoverSequenceTest, NorDoesOneThatIsTakenUpAgain) {
+  for (const auto& first : events) {
+    for (const auto& second : events) {
+      for (const bool mounts : {false, true}) {
+        World world;
+        world.facts.gate.isMounted = false;
+        world.facts.isTicketValid = true;
+        world.unmounted = true;
+        auto sequence = TakeoverSequence::resumed(ours);
+        TakeoverStep step;
+        for (const auto* event : {&first, &second}) {
+          event->happen(world);
+          step = sequence.next(world.facts);
+          if (step.kind == Kind::end) break;
+          world.mount(mounts);
+        }
+        const auto what = std::string(first.name) + ", then " + second.name;
+        EXPECT_FALSE(world.touched) << what;
+        EXPECT_FALSE(world.destroyed) << what;
+        EXPECT_TRUE(!world.unmounted || leavesUnmounted(step.end)) << what;
+      }
+    }
+  }
 }
 
 struct NamedEnd {

@@ -15,8 +15,7 @@ CheckAttendance::CheckAttendance(const CommandContext& context, Machine& machine
       display_(context, session),
       connection_(session.changed.connect([this] { update(); })),
       signals_(
-          machine.actor(),
-          [this](int signal) { signal == SIGHUP ? hangUp() : interrupt(); },
+          machine.actor(), [this](int signal) { signal == SIGHUP ? hangUp() : interrupt(); },
           platform::posix::TerminationSignals::Hangup::taken) {
   if (context.options.json || ::isatty(STDERR_FILENO) != 1) return;
   if (session.path() != check::CheckSession::Path::module) return;

@@ -19,8 +19,8 @@ namespace halvercine::app {
 class CheckAttendance {
  public:
   enum class End {
-    over,  ///< the session has ended; or nothing can happen any more
-    left,  ///< the user did not want to wait: the store is to be destroyed
+    over,   ///< the session has ended; or nothing can happen any more
+    left,   ///< the user did not want to wait: the store is to be destroyed
     hungUp  ///< the same, by the end of the user's terminal
   };
 

@@ -203,8 +203,8 @@ Answer check(const CommandContext& context, Machine& machine, disks::DiskMonitor
                                   [&log](std::string_view category, std::string_view message) {
                                     log.add(category, message);
                                   }});
-  const auto session = store.start(
-      disk, {context.options.repair, context.options.direct, std::move(agreed)});
+  const auto session =
+      store.start(disk, {context.options.repair, context.options.direct, std::move(agreed)});
   if (!session) return onOneLine(context, refusal(context, disk, session.error()));
   const auto end = CheckAttendance(context, machine, store, **session).follow();
   return answerOf(context, **session, end);

@@ -57,8 +57,7 @@ bool CheckSessionStore::isUnchanged(const disks::Disk& disk, const CheckOptions&
 
 bool CheckSessionStore::isBeingMounted(const disks::Disk& disk) const {
   const auto deviceId = services_.monitor.deviceId(disk.id);
-  return deviceId &&
-         mount::RecoveryStatuses::read(services_.platform).isWorkingOn(*deviceId);
+  return deviceId && mount::RecoveryStatuses::read(services_.platform).isWorkingOn(*deviceId);
 }
 
 CheckSession* CheckSessionStore::find(const std::string& bsdName) const {

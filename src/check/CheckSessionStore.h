@@ -17,7 +17,7 @@ namespace halvercine::check {
 struct CheckOptions {
   bool repair = false;
   bool direct = false;  ///< by the command-line tool, even where there is a module
-  std::optional<VolumeIdentity> agreed;  ///< the volume that the user has agreed to, if asked
+  std::optional<VolumeIdentity> agreed = {};  ///< the volume that the user has agreed to, if asked
 };
 
 /// Why a check is not started.

@@ -37,7 +37,8 @@ bool TemporaryUnmount::note() const {
 }
 
 void TemporaryUnmount::settle() const {
-  if (volume_.deviceID) mount::TakeoverJournal(platform_).settle(volume_.bsdName, *volume_.deviceID);
+  if (volume_.deviceID)
+    mount::TakeoverJournal(platform_).settle(volume_.bsdName, *volume_.deviceID);
 }
 
 bool TemporaryUnmount::isMounted() const {

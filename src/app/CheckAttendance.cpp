@@ -1,5 +1,6 @@
 #include "app/CheckAttendance.h"
 
+#include <csignal>
 #include <unistd.h>
 #include <utility>
 
@@ -13,12 +14,13 @@ CheckAttendance::CheckAttendance(const CommandContext& context, Machine& machine
       session_(session),
       display_(context, session),
       connection_(session.changed.connect([this] { update(); })),
-      signals_(machine.actor(), [this](int) { interrupt(); }) {
+      signals_(
+          machine.actor(), [this](int signal) { signal == SIGHUP ? hangUp() : interrupt(); },
+          platform::posix::TerminationSignals::Hangup::taken) {
   if (context.options.json || ::isatty(STDERR_FILENO) != 1) return;
+  if (session.path() != check::CheckSession::Path::module) return;
   keys_ = platform::posix::TerminalKeys::listen(machine.actor(), [this](char key) { press(key); });
-  if (keys_ && session.path() == check::CheckSession::Path::module) {
-    display_.say(context.text("ui.check.keys"));
-  }
+  if (keys_) display_.say(context.text("ui.check.keys"));
 }
 
 CheckAttendance::End CheckAttendance::follow() {
@@ -29,11 +31,12 @@ CheckAttendance::End CheckAttendance::follow() {
   if (!leaves_) return End::over;
   store_.abandon();
   machine_.actor().runUntil([this] { return store_.isIdle(); });
-  return End::left;
+  return isHungUp_ ? End::hungUp : End::left;
 }
 
 void CheckAttendance::update() {
   display_.update();
+  if (session_.path() == check::CheckSession::Path::direct) keys_.reset();
   if (display_.nobodyListens() && !std::exchange(isAbandoned_, true)) session_.cancel();
 }
 
@@ -50,6 +53,12 @@ void CheckAttendance::interrupt() {
   }
   const bool isBeingStopped = session_.cancel() || session_.outcome();
   display_.say(context_.text(isBeingStopped ? "ui.check.cancelling" : "ui.check.nocancel"));
+}
+
+/// There is nobody to wait for the safe stop, nor to ask for it a second time.
+void CheckAttendance::hangUp() {
+  isHungUp_ = true;
+  leaves_ = true;
 }
 
 }  // namespace halvercine::app

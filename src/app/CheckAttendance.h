@@ -19,8 +19,9 @@ namespace halvercine::app {
 class CheckAttendance {
  public:
   enum class End {
-    over,  ///< the session has ended; or nothing can happen any more
-    left   ///< the user did not want to wait: the store is to be destroyed
+    over,   ///< the session has ended; or nothing can happen any more
+    left,   ///< the user did not want to wait: the store is to be destroyed
+    hungUp  ///< the same, by the end of the user's terminal
   };
 
   CheckAttendance(const CommandContext& context, Machine& machine, check::CheckSessionStore& store,
@@ -33,6 +34,7 @@ class CheckAttendance {
   void update();
   void press(char key);
   void interrupt();
+  void hangUp();
 
   const CommandContext& context_;
   Machine& machine_;
@@ -45,6 +47,7 @@ class CheckAttendance {
   bool isInterrupted_ = false;
   bool isAbandoned_ = false;
   bool leaves_ = false;
+  bool isHungUp_ = false;
 };
 
 }  // namespace halvercine::app

@@ -95,6 +95,9 @@ void CheckDisplay::tellChanges(const State& now) {
   if (now.cliFallback && !state_.cliFallback) say(context_.text("ui.check.fallback"));
   if (now.isStopping && !state_.isStopping) say(context_.text("ui.check.stopping"));
   if (now.isRecovering && !state_.isRecovering) say(context_.text("ui.check.recovering"));
+  if (state_.isPaused && !now.isPaused && now.isRecovering) {
+    say(context_.text("ui.check.pauseover"));
+  }
 }
 
 void CheckDisplay::printEvent(boost::json::object event) {

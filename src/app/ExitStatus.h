@@ -11,6 +11,7 @@ enum class ExitStatus {
   noSuchDisk = 3,
   busy = 4,
   notPermitted = 5,
+  hungUp = 129,  ///< the terminal has gone
   interrupted = 130,
 };
 

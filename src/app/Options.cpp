@@ -109,6 +109,7 @@ void addCommands(CLI::App& program, Options& options) {
   check->add_flag("--direct", options.direct,
                   "Check with the command-line tool, without the file-system module");
   check->add_flag("--yes", options.yes, "Repair without asking");
+  check->add_flag("--copy", options.copy, "Copy the report to the clipboard too");
   add(Command::version, "Show the version");
 }
 

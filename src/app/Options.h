@@ -48,6 +48,7 @@ struct Options {
   std::string file = "Tarnwel-operation-log.txt";  ///< of `log export`; "-" is standard output
   bool yes = false;               ///< of `log clear` and `check --repair`: it is agreed to already
   bool repair = false;            ///< of `check`
+  bool copy = false;              ///< of `check`: the report goes to the clipboard too
   bool direct = false;            ///< of `check`: without the file-system module
   std::optional<double> seconds;  ///< of `watch` and `run`: how long; no end if absent
   bool fast = false;              ///< simulated time passes as fast as it can

@@ -131,7 +131,7 @@ std::optional<CheckReportModel> CheckMailbox::readReport(ReportReading& reading)
   if (!stamp || stamp == reading.refused) return std::nullopt;
   const auto text = base::readRegularFile(reportPath(), reportLimit);
   auto report = text ? acceptedReport(*text, disk_) : std::nullopt;
-  if (!report) reading.refused = stamp;
+  if (text && !report) reading.refused = stamp;
   return report;
 }
 

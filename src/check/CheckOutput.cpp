@@ -96,6 +96,12 @@ CheckOutcome readLine(std::string_view line, std::string_view failedText) {
 
 }  // namespace
 
+CheckOutcome outcomeOf(CheckReportModel report) {
+  if (report.cancelled.value_or(false)) return CheckCancelled();
+  if (report.error) return failureOf(std::move(*report.error));
+  return CheckSucceeded{std::move(report)};
+}
+
 CheckOutcome readCheckOutput(const platform::AdministratorResult& result,
                              std::string_view failedText) {
   if (isRefused(result)) return CheckCancelled();

@@ -15,6 +15,10 @@ inline constexpr std::string_view exitMarker = "__HVL_FSCK_EXIT__";
 /// What the tool's error begins with when it may not open the raw device.
 inline constexpr std::string_view openFailedPrefix = "open failed:";
 
+/// What a report comes to, whoever made it: one of a run that was cancelled or could not be
+/// completed is no success.
+CheckOutcome outcomeOf(CheckReportModel report);
+
 /// The outcome of a run of the tool. `failedText` is what the user is told of a failure without a
 /// reason; texts with details are English, for the operation log and the copied report. Takes time
 /// in proportion to the output: not for the main actor. Any thread.

@@ -32,6 +32,13 @@ std::string_view judgementKey(const CheckReportModel& report, bool isRepair) {
   return hasDeep ? deepKey : repairableKey;
 }
 
+bool isConsistent(const CheckReportModel& report, bool isRepair) {
+  if (!report.ok || !isRepair) return report.ok;
+  return std::ranges::all_of(report.issues, [](const CheckIssueModel& issue) {
+    return isRepaired(issue) || issue.code == truncatedCode;
+  });
+}
+
 std::vector<CheckBucket> bucketsOf(const CheckReportModel& report) {
   std::vector<CheckBucket> buckets(3);
   buckets[repairableBucket].titleKey = "check.report.bucket.repairable";

@@ -27,6 +27,9 @@ bool isDeep(const CheckIssueModel& issue);
 /// has not repaired, it cannot.
 std::string_view judgementKey(const CheckReportModel& report, bool isRepair);
 
+/// Whether the volume is in order now: it says so itself, and a repair has left no finding over.
+bool isConsistent(const CheckReportModel& report, bool isRepair);
+
 /// Findings as positions in a report, in its order. The one that stands for others is in none.
 struct CheckBucket {
   std::string_view titleKey;

@@ -3,8 +3,7 @@
 #include <utility>
 
 #include "base/either.h"
-#include "disks/DiskUtilityText.h"
-#include "mount/takeover/TakeoverJournal.h"
+#include "check/CheckOutput.h"
 
 namespace halvercine::check {
 namespace {
@@ -28,7 +27,8 @@ CheckSession::CheckSession(const CheckServices& services, disks::Disk disk, bool
       isRepair_(repair),
       path_(path),
       holds_(std::move(holds)),
-      wasMounted_(disk_.isMounted) {}
+      wasMounted_(disk_.isMounted),
+      unmount_(services.platform, services.monitor, services.utility, disk_.name, volume_) {}
 
 base::Task<void> CheckSession::run() {
   log("start");
@@ -47,9 +47,7 @@ base::Task<CheckOutcome> CheckSession::checkByModule() {
     auto end = co_await handOver();
     switch (end.kind) {
       case Kind::finished:
-        if (end.report->cancelled.value_or(false)) co_return CheckCancelled{};
-        if (end.report->error) co_return CheckFailed{std::move(*end.report->error)};
-        co_return CheckSucceeded{std::move(*end.report)};
+        co_return outcomeOf(std::move(*end.report));
       case Kind::bypassed:
         co_return CheckModuleBypassed{};
       case Kind::unanswered:
@@ -81,6 +79,10 @@ base::Task<ModuleCheckEnd> CheckSession::handOver() {
   };
   events.stalled = [this] {
     isStopping_ = true;
+    if (isCancelling_) {
+      hasStoppedSafely_ = false;
+      return conclude(CheckCancelled{});
+    }
     conclude(CheckFailed{services_.localization.text("check.failed.timeout")});
   };
   progress_.reset();
@@ -99,40 +101,16 @@ base::Task<bool> CheckSession::recover() {
   isRecovering_ = true;
   changed();
   bool isDone = isThere();
-  if (isDone && isMounted()) {
-    const auto unmounted = co_await unmountForNow();
-    isDone = unmounted.status == 0;
+  bool mustMount = wasMounted_;
+  if (isDone && unmount_.isMounted()) {
+    mustMount = true;
+    const auto failure = co_await unmount_.unmount();
+    isDone = !failure;
   }
-  if (isDone && wasMounted_) isDone = co_await mountAgain();
+  if (isDone && mustMount) isDone = co_await unmount_.mount();
   isRecovering_ = false;
   changed();
   co_return isDone&& isThere();
-}
-
-base::Task<bool> CheckSession::mountAgain() {
-  if (!isThere()) co_return false;
-  const auto mounted = co_await services_.utility.mount(volume_.bsdName);
-  const bool isDone = std::holds_alternative<disks::MountSuccess>(mounted);
-  services_.monitor.refresh();
-  if (isDone) settleRecovery();
-  co_return isDone;
-}
-
-/// Should this process die before it has mounted the volume again, the resident controller does.
-base::Task<disks::ToolResult> CheckSession::unmountForNow() {
-  const mount::TakeoverJournal journal(services_.platform);
-  const double now = platform::secondsSince1970(services_.platform.clock->now());
-  if (volume_.deviceID) {
-    journal.note({volume_.bsdName, disk_.name, mount::identityOf(disk_, *volume_.deviceID), now});
-  }
-  auto result = co_await services_.utility.unmount(volume_.bsdName);
-  if (result.status != 0 && isMounted()) settleRecovery();
-  co_return result;
-}
-
-void CheckSession::settleRecovery() {
-  if (!volume_.deviceID) return;
-  mount::TakeoverJournal(services_.platform).settle(volume_.bsdName, *volume_.deviceID);
 }
 
 base::Task<CheckOutcome> CheckSession::checkDirectly() {
@@ -143,28 +121,42 @@ base::Task<CheckOutcome> CheckSession::checkDirectly() {
   if (isRepair_) co_return co_await repairDirectly();
   auto first = co_await base::either(services_.direct(volume_.bsdName, false), untilCancelled());
   cancelWait_.reset();
-  if (first.index() == 1) co_return CheckCancelled{};
-  co_return std::move(std::get<0>(first));
+  if (first.index() == 1) {
+    // The tool belongs to the administrator: it is cut off, which need not end it.
+    hasStoppedSafely_ = false;
+    co_return CheckCancelled{};
+  }
+  co_return directOutcome(std::move(std::get<0>(first)));
 }
 
 /// The tool writes to the device: nobody else may.
 base::Task<CheckOutcome> CheckSession::repairDirectly() {
-  const bool mustMount = isMounted();
+  const bool mustMount = unmount_.isMounted();
   if (mustMount) {
-    const auto unmounted = co_await unmountForNow();
-    if (unmounted.status != 0) {
-      co_return CheckFailed{services_.localization.text(disks::errorKey(unmounted.text))};
-    }
+    const auto failure = co_await unmount_.unmount();
+    if (failure) co_return CheckFailed{services_.localization.text(*failure)};
   }
   if (!isThere()) co_return interrupted();
+  // The tool may outlive this process, and nobody may mount the volume under it.
+  unmount_.settle();
   auto outcome = co_await services_.direct(volume_.bsdName, true);
-  if (mustMount) co_await mountAgain();
-  co_return outcome;
+  if (mustMount) {
+    unmount_.note();
+    co_await unmount_.mount();
+  }
+  co_return directOutcome(std::move(outcome));
+}
+
+CheckOutcome CheckSession::directOutcome(CheckOutcome outcome) {
+  isRefused_ = std::holds_alternative<CheckCancelled>(outcome);
+  auto* success = std::get_if<CheckSucceeded>(&outcome);
+  return success ? outcomeOf(std::move(success->report)) : std::move(outcome);
 }
 
 base::Task<std::monostate> CheckSession::untilCancelled() {
   return base::waitFor<std::monostate>([this](base::Completion<std::monostate> completion) {
     cancelWait_ = std::move(completion);
+    if (isCancelling_) (*cancelWait_)(std::monostate{});
     return std::function<void()>();
   });
 }
@@ -203,6 +195,7 @@ void CheckSession::conclude(CheckOutcome outcome) {
 
 void CheckSession::finish(CheckOutcome outcome) {
   conclude(std::move(outcome));
+  isLeftUnmounted_ = unmount_.isLeftUnmounted();
   holds_ = {};
   isStopping_ = false;
   isRunning_ = false;
@@ -213,12 +206,6 @@ void CheckSession::log(std::string_view event, const std::string& reason) {
   if (!services_.log) return;
   services_.log(isRepair_ ? "repair" : "check",
                 logText(services_.localization, isRepair_, event, disk_.name, reason));
-}
-
-bool CheckSession::isMounted() {
-  services_.monitor.refresh();
-  const auto* now = services_.monitor.find(volume_.bsdName);
-  return now && now->isMounted;
 }
 
 bool CheckSession::isThere() const {

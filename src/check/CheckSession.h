@@ -22,6 +22,7 @@
 #include "check/CheckRate.h"
 #include "check/DestructiveHold.h"
 #include "check/ModuleCheck.h"
+#include "check/TemporaryUnmount.h"
 #include "check/VolumeIdentity.h"
 #include "disks/DiskMonitor.h"
 #include "disks/DiskUtility.h"
@@ -96,6 +97,11 @@ class CheckSession {
 
   /// False when nobody has confirmed that whoever executed the check has stopped.
   bool hasStoppedSafely() const { return hasStoppedSafely_; }
+  /// It was cancelled by refusing the administrator's rights: the tool was never begun.
+  bool isRefused() const { return isRefused_; }
+
+  /// The check unmounted the volume, and it is not mounted. Of a session that has ended.
+  bool isLeftUnmounted() const { return isLeftUnmounted_; }
 
   /// How it ended. After a stall it is there while the module is still being stopped.
   const std::optional<CheckOutcome>& outcome() const { return outcome_; }
@@ -121,16 +127,12 @@ class CheckSession {
   base::Task<bool> recover();
   base::Task<CheckOutcome> checkDirectly();
   base::Task<CheckOutcome> repairDirectly();
+  CheckOutcome directOutcome(CheckOutcome outcome);
   base::Task<std::monostate> untilCancelled();
-  base::Task<disks::ToolResult> unmountForNow();
-  base::Task<bool> mountAgain();
-  void settleRecovery();
-
   bool setPaused(bool isPaused);
   void finish(CheckOutcome outcome);
   void conclude(CheckOutcome outcome);
   void log(std::string_view event, const std::string& reason = {});
-  bool isMounted();
   bool isThere() const;
   CheckOutcome interrupted() const;
 
@@ -141,6 +143,7 @@ class CheckSession {
   Path path_;
   Holds holds_;
   bool wasMounted_;
+  TemporaryUnmount unmount_;
 
   std::unique_ptr<ModuleCheck> module_;  // while it runs
   std::optional<base::Completion<std::monostate>> cancelWait_;
@@ -153,6 +156,8 @@ class CheckSession {
   bool isRecovering_ = false;
   bool isRunning_ = true;
   bool hasStoppedSafely_ = true;
+  bool isRefused_ = false;
+  bool isLeftUnmounted_ = false;
   int recoveries_ = 0;
   std::optional<CheckOutcome> outcome_;
 };

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "check/CheckMailbox.h"
+#include "mount/takeover/RecoveryStatuses.h"
 #include "mount/takeover/TakeoverJournal.h"
 
 namespace halvercine::check {
@@ -17,6 +18,7 @@ CheckSessionStore::CheckSessionStore(CheckServices services)
 std::expected<CheckSession*, CheckRefusal> CheckSessionStore::start(const disks::Disk& disk,
                                                                     CheckOptions options) {
   if (!disk.isNtfs()) return std::unexpected(CheckRefusal::notNtfs);
+  if (!isUnchanged(disk, options)) return std::unexpected(CheckRefusal::changed);
   // The name may be another device's by now, whose check is still being stopped.
   const auto* former = find(disk.id);
   if ((former && former->isRunning()) || isChecking(disk))
@@ -24,8 +26,10 @@ std::expected<CheckSession*, CheckRefusal> CheckSessionStore::start(const disks:
   CheckSession::Holds holds;
   if (const auto mailbox = CheckMailbox::open(*services_.platform.containers, disk.id)) {
     holds.mailbox = mailbox->claim();
-    if (!holds.mailbox) return std::unexpected(CheckRefusal::running);
+    // A lock that cannot even be made keeps nobody out, and nobody is to be kept out of a check.
+    if (!holds.mailbox && mailbox->isClaimed()) return std::unexpected(CheckRefusal::running);
   }
+  if (isBeingMounted(disk)) return std::unexpected(CheckRefusal::beingMounted);
   if (options.repair) {
     if (services_.monitor.destructiveBusy() && destructive_.expired()) {
       return std::unexpected(CheckRefusal::destructiveJob);
@@ -43,6 +47,17 @@ std::expected<CheckSession*, CheckRefusal> CheckSessionStore::start(const disks:
   session = std::make_unique<CheckSession>(services_, disk, options.repair, path, std::move(holds));
   tasks_.spawn("check of " + disk.id, session->run());
   return session.get();
+}
+
+bool CheckSessionStore::isUnchanged(const disks::Disk& disk, const CheckOptions& options) const {
+  const auto now = identityOf(disk, *services_.platform.mediaRegistry);
+  return services_.monitor.deviceId(disk.id) == now.deviceID &&
+         (!options.agreed || *options.agreed == now);
+}
+
+bool CheckSessionStore::isBeingMounted(const disks::Disk& disk) const {
+  const auto deviceId = services_.monitor.deviceId(disk.id);
+  return deviceId && mount::RecoveryStatuses::read(services_.platform).isWorkingOn(*deviceId);
 }
 
 CheckSession* CheckSessionStore::find(const std::string& bsdName) const {

@@ -4,6 +4,7 @@
 #include <expected>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <boost/describe.hpp>
@@ -16,6 +17,7 @@ namespace halvercine::check {
 struct CheckOptions {
   bool repair = false;
   bool direct = false;  ///< by the command-line tool, even where there is a module
+  std::optional<VolumeIdentity> agreed = {};  ///< the volume that the user has agreed to, if asked
 };
 
 /// Why a check is not started.
@@ -23,8 +25,10 @@ enum class CheckRefusal {
   notNtfs,
   running,  ///< one of this volume is running or still being stopped, here or in another process
   destructiveJob,  ///< a repair, while another job destroys data on a disk
+  beingMounted,    ///< some process of the program is unmounting and mounting the volume
+  changed,         ///< the name is another device's than the list says, or the user agreed to
 };
-BOOST_DESCRIBE_ENUM(CheckRefusal, notNtfs, running, destructiveJob)
+BOOST_DESCRIBE_ENUM(CheckRefusal, notNtfs, running, destructiveJob, beingMounted, changed)
 
 /// One session a volume. A session that has ended stays until the next one of its volume, for
 /// whoever shows it. Main actor; destroying the store ends what runs, as `CheckSession` says.
@@ -52,6 +56,9 @@ class CheckSessionStore {
   bool isChecking(const disks::Disk& disk) const;
 
  private:
+  bool isUnchanged(const disks::Disk& disk, const CheckOptions& options) const;
+  bool isBeingMounted(const disks::Disk& disk) const;
+
   CheckServices services_;
   std::map<std::string, std::unique_ptr<CheckSession>> sessions_;  // by BSD name
   std::weak_ptr<DestructiveHold::Flag> destructive_;

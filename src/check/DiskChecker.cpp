@@ -15,7 +15,7 @@ constexpr std::string_view toolMissing = "fsck_halvercine not found in app bundl
 
 }  // namespace
 
-std::string checkCommand(std::string_view toolPath, std::string_view bsdName, bool isRepair) {
+std::string checkToolCommand(std::string_view toolPath, std::string_view bsdName, bool isRepair) {
   auto command = base::shellQuote(toolPath);
   command += isRepair ? " -y " : " -n ";
   command += base::shellQuote("/dev/r" + std::string(bsdName));
@@ -31,7 +31,7 @@ base::Task<CheckOutcome> DiskChecker::run(std::string bsdName, bool isRepair) {
   auto failedText = localization_.text("check.report.failed");
   // A command line ends at a zero byte: the tool would be run on something else.
   if (bsdName.find('\0') != std::string::npos) co_return CheckFailed{std::move(failedText)};
-  auto command = checkCommand(tool->string(), bsdName, isRepair);
+  auto command = checkToolCommand(tool->string(), bsdName, isRepair);
   const auto result = std::make_shared<platform::AdministratorResult>();
   *result = co_await base::runAsAdministrator(shell_, std::move(command));
   auto read = [result, failedText] {

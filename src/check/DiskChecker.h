@@ -17,7 +17,7 @@ namespace halvercine::check {
 inline constexpr std::string_view checkToolName = "fsck_halvercine";
 
 /// The shell command that runs the tool on a volume's raw device and then prints the exit marker.
-std::string checkCommand(std::string_view toolPath, std::string_view bsdName, bool isRepair);
+std::string checkToolCommand(std::string_view toolPath, std::string_view bsdName, bool isRepair);
 
 /// Runs the check tool. Keeps nothing between runs; runs on different volumes may overlap. Main
 /// actor.

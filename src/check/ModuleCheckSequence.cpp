@@ -61,9 +61,13 @@ ModuleCheckStep ModuleCheckSequence::next(const ModuleCheckRound& round) {
 
 void ModuleCheckSequence::passTime(const ModuleCheckRound& round) {
   const auto passed = round.now - std::exchange(lastRound_, round.now);
-  if (!round.isPaused) return;
-  start_ += passed;
-  lastProgress_ += passed;
+  const auto slept = passed - std::min(passed, countedLimit);
+  const auto skipped = round.isPaused ? passed : slept;
+  start_ += skipped;
+  lastProgress_ += skipped;
+  if (lastNewFrame_) *lastNewFrame_ += slept;
+  if (stalled_) *stalled_ += slept;
+  if (round.cancelWritten) sleptSinceCancel_ += slept;
 }
 
 void ModuleCheckSequence::takeFrame(const ModuleCheckRound& round) {
@@ -96,7 +100,9 @@ bool ModuleCheckSequence::isStalled(const ModuleCheckRound& round) const {
 
 bool ModuleCheckSequence::isCancelIgnored(const ModuleCheckRound& round) const {
   if (!round.cancelWritten) return false;
-  const auto since = std::max(*round.cancelWritten, lastNewFrame_.value_or(*round.cancelWritten));
+  // The flag may have been written after the sleep.
+  const auto cancelled = std::min(*round.cancelWritten + sleptSinceCancel_, round.now);
+  const auto since = std::max(cancelled, lastNewFrame_.value_or(cancelled));
   return round.now - since > cancelLimit;
 }
 

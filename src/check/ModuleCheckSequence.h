@@ -16,6 +16,8 @@ namespace halvercine::check {
 
 /// Between two rounds: often enough for a living progress bar.
 inline constexpr std::chrono::milliseconds pollInterval{750};
+/// The most that counts of the time between two rounds: the rest the machine has slept.
+inline constexpr platform::Uptime countedLimit = 4 * pollInterval;
 /// Until when the module has taken the request, unless another driver has the volume.
 inline constexpr std::chrono::seconds claimLimit{15};
 /// Until when it has, unless it does not run at all. A volume that is just being mounted takes so
@@ -66,6 +68,8 @@ struct ModuleCheckStep {
 /// Takes in one round after the other. `poll` and `stall` are followed by another round, after any
 /// other action the sequence is over.
 ///
+/// What a machine sleeps between two rounds counts for no deadline.
+///
 /// Time in which the check is paused counts neither for a stall nor for the two deadlines of the
 /// request; the wait after a cancel counts it, since cancelling ends the pause.
 class ModuleCheckSequence {
@@ -90,12 +94,13 @@ class ModuleCheckSequence {
   bool isCancelIgnored(const ModuleCheckRound& round) const;
   bool isExecutorGone(const ModuleCheckRound& round) const;
 
-  platform::Uptime start_;  // shifted by the pauses, like the last progress
+  platform::Uptime start_;  // shifted by pauses and sleep, like the last progress
   platform::Uptime lastRound_;
   platform::Uptime lastProgress_;
   std::optional<platform::Uptime> lastNewFrame_;
   std::optional<CheckProgressSnapshot> frame_;
   std::optional<platform::Uptime> stalled_;  // when
+  platform::Uptime sleptSinceCancel_{0};
 };
 
 }  // namespace halvercine::check

@@ -45,6 +45,8 @@ TEST(CheckCommandTest, EveryOutcomeHasItsStatusAndSaysWhatToDo) {
       {{"Repairable", "--repair", "--yes"}, 0, "Repaired (1)", ""},
       {{"Damaged", "--repair", "--yes"}, 1, "(#0)", ""},
       {{"Repairable", "--repair"}, 2, "", "--yes"},
+      {{"Fine", "--copy", "--json"}, 0, "\"copied\":true", ""},
+      {{"disk4", "--repair"}, 1, "", "no NTFS volume"},
       {{"Fine", "--direct"}, 0, "The volume is in order", ""},
       {{"Native"}, 1, "", "turn Halvercine on"},
       {{"Vendor"}, 1, "", "turn Halvercine on"},
@@ -230,7 +232,7 @@ TEST(CheckCommandTest, WhatTheToolAnswersIsTold) {
   };
   const Row rows[] = {
       {R"({"tool": "osascript", "status": 1, "errors": "0:54: execution error: User canceled. (-128)\n"})",
-       "{}", 130, "Cancelled"},
+       "{}", 130, "nothing was begun"},
       {R"({"tool": "osascript", "startError": "no such program"})", "{}", 1, "osascript exit=-1"},
       {R"({"tool": "fsck_halvercine", "text": "garbage\n"})", "{}", 1, "stdout tail: garbage"},
       {R"({"tool": "fsck_halvercine", "text": "{\"ok\": 1}\n"})", "{}", 1, "JSON decode failed"},
@@ -283,7 +285,7 @@ TEST(CheckCommandTest, ASignalThatEndsItRestoresTheTerminalToo) {
     ASSERT_TRUE(run.waitFor("]"));
     run.kill(signal);
     // Whether there is one more redraw does not matter; the end of the output is the end.
-    EXPECT_EQ(run.end(), -signal);
+    EXPECT_EQ(run.end(), signal == SIGHUP ? 129 : -signal);
     EXPECT_EQ(run.localFlags(), static_cast<tcflag_t>(ICANON | ECHO | ISIG));
   }
 }

@@ -8,6 +8,7 @@
 #include "base/sleepFor.h"
 #include "check/CheckMailbox.h"
 #include "check/CheckSessionStore.h"
+#include "mount/takeover/TakeoverJournal.h"
 #include "support/SimulatedFixture.h"
 
 namespace halvercine::check {
@@ -260,6 +261,7 @@ TEST(CheckSessionTest, ACancelWaitsForTheModule) {
         std::chrono::duration<double>(fixture.platform.clock->uptime() - asked).count();
     EXPECT_GE(took, row.least);
     EXPECT_LE(took, row.most);
+    EXPECT_EQ(outcomeText(fixture, session), "cancelled");
     EXPECT_EQ(session.hasStoppedSafely(), row.isSafe);
     EXPECT_THAT(fixture.mailboxFiles(), IsEmpty());
   }
@@ -342,6 +344,33 @@ TEST(CheckSessionTest, AnotherDeviceUnderTheNameEndsItUntouched) {
   }
 }
 
+TEST(CheckSessionTest, AnotherDeviceThanTheUserAgreedToIsNotTouched) {
+  Fixture fixture("{}");
+  const auto listed = *fixture.monitor.find("disk4s1");
+  const auto agreed = identityOf(listed, *fixture.platform.mediaRegistry);
+  const auto other = fixture.scenario(oneVolume("{}"), "{}");
+  ASSERT_TRUE(fixture.mac.machine().replace(other.devices.front()));
+  EXPECT_EQ(fixture.store->start(listed, {.repair = true}).error(), CheckRefusal::changed)
+      << "the list is older than the device";
+  fixture.monitor.refresh();
+  const auto now = *fixture.monitor.find("disk4s1");
+  EXPECT_EQ(fixture.store->start(now, {.repair = true, .agreed = agreed}).error(),
+            CheckRefusal::changed);
+  EXPECT_TRUE(fixture.store->start(now, {.repair = true}));
+}
+
+TEST(CheckSessionTest, WhatCannotBeNotedIsNotUnmounted) {
+  Fixture fixture("{}");
+  const auto folder = *fixture.platform.containers->applicationSupport() / "Halvercine";
+  std::filesystem::remove_all(folder);
+  tests::writeText(folder, "in the way");
+  auto& session = fixture.start({.repair = true, .direct = true});
+  ASSERT_TRUE(fixture.finish(session));
+  EXPECT_EQ(outcomeText(fixture, session), fixture.localization.text("ui.takeover.notrecorded"));
+  EXPECT_THAT(fixture.directRuns, IsEmpty());
+  EXPECT_TRUE(fixture.monitor.find("disk4s1")->isMounted);
+}
+
 TEST(CheckSessionTest, ARepairHoldsAutomaticMountsAwayAndIsLogged) {
   Fixture fixture(oneVolume("{}", R"("fsck": {"issues": [{"message": "a"}]})"));
   auto& session = fixture.start({.repair = true});
@@ -362,6 +391,8 @@ TEST(CheckSessionTest, TheCommandLineToolRepairsWhatIsNotMounted) {
   auto& session = fixture.start({.repair = true, .direct = true});
   fixture.pass(1);
   EXPECT_FALSE(session.cancel()) << "not halfway";
+  EXPECT_THAT(mount::TakeoverJournal(fixture.platform).read().recoveries, IsEmpty())
+      << "nobody may mount it under the tool, should this process die";
   EXPECT_FALSE(session.pause());
   ASSERT_TRUE(fixture.finish(session));
   EXPECT_THAT(fixture.directRuns, ElementsAre("disk4s1 -y"));
@@ -375,6 +406,7 @@ TEST(CheckSessionTest, TheCommandLineToolRepairsWhatIsNotMounted) {
   EXPECT_TRUE(check.cancel());
   ASSERT_TRUE(fixture.finish(check));
   EXPECT_EQ(outcomeText(fixture, check), "cancelled");
+  EXPECT_FALSE(check.hasStoppedSafely()) << "the tool is the administrator's";
   EXPECT_THAT(fixture.operations, testing::Contains("check: Check cancelled（DATA）"));
 }
 

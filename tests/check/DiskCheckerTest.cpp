@@ -62,9 +62,9 @@ TEST(DiskChecker, ReportsWhatTheToolFinds) {
 }
 
 TEST(DiskChecker, Command) {
-  EXPECT_EQ(checkCommand("/A/fsck", "disk4s1", false),
+  EXPECT_EQ(checkToolCommand("/A/fsck", "disk4s1", false),
             "'/A/fsck' -n '/dev/rdisk4s1'; echo \"__HVL_FSCK_EXIT__:$?\"");
-  EXPECT_EQ(checkCommand("/it's/f", "d'4", true),
+  EXPECT_EQ(checkToolCommand("/it's/f", "d'4", true),
             R"('/it'\''s/f' -y '/dev/rd'\''4'; echo "__HVL_FSCK_EXIT__:$?")");
 }
 

@@ -39,6 +39,42 @@ CheckProgressSnapshot frame(double ts, std::uint64_t scanned,
           .pid = pid};
 }
 
+/// The round after as many as the time before it takes, in which nothing new is found.
+ModuleCheckStep reach(ModuleCheckSequence& sequence, double from, const ModuleCheckRound& target) {
+  for (auto at = round(from).now + 2s; at < target.now; at += 2s) {
+    auto quiet = target;
+    quiet.now = at;
+    quiet.frame.reset();
+    quiet.reportAccepted = false;
+    quiet.holder = MountHolder::nobody;
+    if (quiet.cancelWritten > at) quiet.cancelWritten.reset();
+    sequence.next(quiet);
+  }
+  return sequence.next(target);
+}
+
+TEST(ModuleCheckSequenceTest, TheSleepOfTheMachineCountsForNoDeadline) {
+  ModuleCheckSequence sequence(start);
+  EXPECT_EQ(sequence.next(round(5000)).action, Action::poll) << "unclaimed";
+  EXPECT_EQ(sequence.next(taken(5001, frame(1, 50))).action, Action::poll);
+  EXPECT_EQ(sequence.next(taken(9000)).action, Action::poll) << "no stall";
+  auto cancelled = taken(9001);
+  cancelled.cancelWritten = start + 9000500ms;
+  EXPECT_EQ(sequence.next(cancelled).action, Action::poll);
+  cancelled.now = start + 20000s;
+  EXPECT_EQ(sequence.next(cancelled).action, Action::poll);
+  EXPECT_EQ(reach(sequence, 20000,
+                  [&] {
+                    auto r = cancelled;
+                    r.now += 56s;
+                    return r;
+                  }())
+                .action,
+            Action::poll);
+  cancelled.now += 59s;
+  EXPECT_EQ(reach(sequence, 20056, cancelled).action, Action::leave);
+}
+
 TEST(ModuleCheckSequenceTest, WaitsForTheRequestToBeTaken) {
   struct Row {
     double at;
@@ -64,7 +100,7 @@ TEST(ModuleCheckSequenceTest, WaitsForTheRequestToBeTaken) {
     ModuleCheckSequence sequence(start);
     auto found = round(row.at);
     found.holder = row.holder;
-    const auto step = sequence.next(found);
+    const auto step = reach(sequence, 0, found);
     EXPECT_EQ(step.action, row.action) << row.at;
     EXPECT_EQ(step.logLine, row.line);
     // A request that was taken, or answered by a frame, is the module's.
@@ -95,11 +131,12 @@ TEST(ModuleCheckSequenceTest, OnlyALaterTimeStampMakesAFrameNew) {
 
 TEST(ModuleCheckSequenceTest, StallsWhenNothingButTimeStampsChanges) {
   ModuleCheckSequence sequence(start);
-  EXPECT_EQ(sequence.next(taken(100, frame(1, 50))).action, Action::poll);
+  EXPECT_EQ(reach(sequence, 0, taken(100, frame(1, 50))).action, Action::poll);
   // Alive, but getting nowhere; and then a frame that is not new, although it says more.
-  EXPECT_EQ(sequence.next(taken(600, frame(2, 50))).action, Action::poll);
-  EXPECT_EQ(sequence.next(taken(690, frame(2, 51))).action, Action::poll);
-  EXPECT_EQ(sequence.next(taken(700, frame(3, 50))).action, Action::poll) << "not more than 600 s";
+  EXPECT_EQ(reach(sequence, 100, taken(600, frame(2, 50))).action, Action::poll);
+  EXPECT_EQ(reach(sequence, 600, taken(690, frame(2, 51))).action, Action::poll);
+  EXPECT_EQ(reach(sequence, 690, taken(700, frame(3, 50))).action, Action::poll)
+      << "not more than 600 s";
   const auto step = sequence.next(taken(700.75, frame(4, 50)));
   EXPECT_EQ(step.action, Action::stall);
   EXPECT_EQ(step.logLine,
@@ -120,29 +157,30 @@ TEST(ModuleCheckSequenceTest, ProgressHoldsTheStallOff) {
   ModuleCheckSequence sequence(start);
   for (int minute = 1; minute <= 60; minute += 9) {
     const auto at = minute * 60.0;
-    EXPECT_EQ(sequence.next(taken(at, frame(at, static_cast<std::uint64_t>(minute)))).action,
-              Action::poll);
+    const auto step =
+        reach(sequence, at - 540, taken(at, frame(at, static_cast<std::uint64_t>(minute))));
+    EXPECT_EQ(step.action, Action::poll);
   }
 }
 
 TEST(ModuleCheckSequenceTest, PausedTimeDoesNotCount) {
   ModuleCheckSequence sequence(start);
   sequence.next(taken(0, frame(1, 50)));
-  sequence.next(taken(400));
+  reach(sequence, 0, taken(400));
   for (double at = 401; at < 5000; at += 100) {
     auto paused = taken(at);
     paused.isPaused = true;
     EXPECT_EQ(sequence.next(paused).action, Action::poll) << at;
   }
   // The last pause ended with the round at 4901 s; 400 s had been counted before it began.
-  EXPECT_EQ(sequence.next(taken(5100)).action, Action::poll);
-  EXPECT_EQ(sequence.next(taken(5102)).action, Action::stall);
+  EXPECT_EQ(reach(sequence, 4901, taken(5100)).action, Action::poll);
+  EXPECT_EQ(reach(sequence, 5100, taken(5102)).action, Action::stall);
 
   ModuleCheckSequence unclaimed(start);
   auto paused = round(200);
   paused.isPaused = true;
   EXPECT_EQ(unclaimed.next(paused).action, Action::poll);
-  EXPECT_EQ(unclaimed.next(round(289)).action, Action::poll);
+  EXPECT_EQ(reach(unclaimed, 200, round(289)).action, Action::poll);
   EXPECT_EQ(unclaimed.next(round(290)).action, Action::fallBack);
 }
 
@@ -153,9 +191,10 @@ TEST(ModuleCheckSequenceTest, CancelWaitsSixtySecondsFromTheLastNewFrame) {
     found.cancelWritten = start + 10s;
     return found;
   };
-  sequence.next(taken(9, frame(1, 1)));
-  EXPECT_EQ(sequence.next(cancelled(40, frame(2, 2))).action, Action::poll);
-  EXPECT_EQ(sequence.next(cancelled(99, frame(2, 3))).action, Action::poll) << "equal ts: not new";
+  reach(sequence, 0, taken(9, frame(1, 1)));
+  EXPECT_EQ(reach(sequence, 9, cancelled(40, frame(2, 2))).action, Action::poll);
+  EXPECT_EQ(reach(sequence, 40, cancelled(99, frame(2, 3))).action, Action::poll)
+      << "equal ts: not new";
   EXPECT_EQ(sequence.next(cancelled(100)).action, Action::poll);
   const auto step = sequence.next(cancelled(100.75));
   EXPECT_EQ(step.action, Action::leave);
@@ -163,7 +202,7 @@ TEST(ModuleCheckSequenceTest, CancelWaitsSixtySecondsFromTheLastNewFrame) {
             "Halvercine: 深检取消旗落盘后连续 60s 无新帧（执行实例已死亡），fail-safe 退出轮询");
   // The flag was written later than the last frame came.
   ModuleCheckSequence quiet(start);
-  EXPECT_EQ(quiet.next(cancelled(70)).action, Action::poll);
+  EXPECT_EQ(reach(quiet, 0, cancelled(70)).action, Action::poll);
   EXPECT_EQ(quiet.next(cancelled(70.75)).action, Action::leave);
   // Nobody has taken the request: it can simply be taken back.
   auto waiting = round(11);

@@ -7,13 +7,14 @@
 #include <utility>
 
 #include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/signal_set.hpp>
 
 namespace halvercine::platform::posix {
 namespace {
 
 // Signals that end or suspend a process whose terminal would be left without echo. What ends it by
-// an orderly way (SIGINT, SIGTERM) destroys the object.
-constexpr std::array<int, 6> fatal{SIGHUP, SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE};
+// an orderly way (SIGINT, SIGTERM, SIGHUP) destroys the object.
+constexpr std::array<int, 5> fatal{SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE};
 
 // For the signal handlers, which may use nothing else.
 termios usualMode;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
@@ -27,9 +28,24 @@ void handle(int signal, void (*handler)(int), int flags = 0) {
   ::sigaction(signal, &action, nullptr);
 }
 
+bool isInForeground() { return ::tcgetpgrp(STDIN_FILENO) == ::getpgrp(); }
+
+/// In the background the terminal is another program's, and touching it would suspend this one. For
+/// signal handlers too.
+void setMode(const termios& mode) {
+  if (!isInForeground()) return;
+  sigset_t suspension;
+  sigset_t before;
+  sigemptyset(&suspension);
+  sigaddset(&suspension, SIGTTOU);
+  ::pthread_sigmask(SIG_BLOCK, &suspension, &before);
+  ::tcsetattr(STDIN_FILENO, TCSANOW, &mode);
+  ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
 /// Does what the signal would have done without us.
 void leaveTerminal(int signal) {
-  ::tcsetattr(STDIN_FILENO, TCSANOW, &usualMode);
+  setMode(usualMode);
   handle(signal, SIG_DFL);
   sigset_t blocked;
   sigemptyset(&blocked);
@@ -38,26 +54,45 @@ void leaveTerminal(int signal) {
   ::raise(signal);
 }
 
-void returnToTerminal(int) {
-  handle(SIGTSTP, leaveTerminal, SA_RESTART);
-  if (::tcgetpgrp(STDIN_FILENO) == ::getpgrp()) ::tcsetattr(STDIN_FILENO, TCSANOW, &keyMode);
-}
-
-bool isInForeground() { return ::tcgetpgrp(STDIN_FILENO) == ::getpgrp(); }
-
 }  // namespace
 
 struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Listener> {
   Listener(base::MainActor& actor, std::function<void(char)> action)
-      : terminal(actor.context(), ::dup(STDIN_FILENO)), pressed(std::move(action)) {}
+      : terminal(actor.context(), ::dup(STDIN_FILENO)),
+        continued(actor.context(), SIGCONT),
+        pressed(std::move(action)) {}
 
+  void waitForReturn() {
+    continued.async_wait([weak = weak_from_this()](boost::system::error_code error, int) {
+      const auto listener = weak.lock();
+      if (!listener || error) return;
+      listener->waitForReturn();
+      listener->takeTerminal();
+    });
+  }
+
+  void takeTerminal() {
+    handle(SIGTSTP, leaveTerminal, SA_RESTART);
+    setMode(keyMode);
+    if (!isWaiting) wait();
+  }
+
+  /// In the background what comes is for the program in the foreground. It is waited for again
+  /// after the return: until then it would be there all the time.
   void wait() {
+    isWaiting = isInForeground();
+    if (!isWaiting) return;
     // Waiting and then reading leaves the terminal in blocking mode, which it shares with the
     // shell.
     terminal.async_wait(boost::asio::posix::stream_descriptor::wait_read,
                         [weak = weak_from_this()](boost::system::error_code error) {
                           const auto listener = weak.lock();
-                          if (listener && !error && listener->readKey()) listener->wait();
+                          if (!listener || error) return;
+                          if (!isInForeground()) {
+                            listener->isWaiting = false;
+                          } else if (listener->readKey()) {
+                            listener->wait();
+                          }
                         });
   }
 
@@ -69,6 +104,8 @@ struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Liste
   }
 
   boost::asio::posix::stream_descriptor terminal;
+  boost::asio::signal_set continued;
+  bool isWaiting = false;
   std::function<void(char)> pressed;
 };
 
@@ -77,6 +114,7 @@ std::unique_ptr<TerminalKeys> TerminalKeys::listen(base::MainActor& actor,
   if (::tcgetattr(STDIN_FILENO, &usualMode) != 0 || !isInForeground()) return nullptr;
   auto listener = std::make_shared<Listener>(actor, std::move(pressed));
   listener->wait();
+  listener->waitForReturn();
   return std::unique_ptr<TerminalKeys>(new TerminalKeys(std::move(listener)));
 }
 
@@ -87,15 +125,13 @@ TerminalKeys::TerminalKeys(std::shared_ptr<Listener> listener) : listener_(std::
   keyMode.c_cc[VTIME] = 0;
   for (const int signal : fatal) handle(signal, leaveTerminal);
   handle(SIGTSTP, leaveTerminal, SA_RESTART);
-  handle(SIGCONT, returnToTerminal, SA_RESTART);
-  ::tcsetattr(STDIN_FILENO, TCSANOW, &keyMode);
+  setMode(keyMode);
 }
 
 TerminalKeys::~TerminalKeys() {
   for (const int signal : fatal) handle(signal, SIG_DFL);
   handle(SIGTSTP, SIG_DFL);
-  handle(SIGCONT, SIG_DFL);
-  ::tcsetattr(STDIN_FILENO, TCSANOW, &usualMode);
+  setMode(usualMode);
 }
 
 }  // namespace halvercine::platform::posix

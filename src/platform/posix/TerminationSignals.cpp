@@ -5,8 +5,19 @@
 
 namespace halvercine::platform::posix {
 
-TerminationSignals::TerminationSignals(base::MainActor& actor, std::function<void(int)> asked)
+namespace {
+
+bool isIgnored(int signal) {
+  struct sigaction action {};
+  return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+}  // namespace
+
+TerminationSignals::TerminationSignals(base::MainActor& actor, std::function<void(int)> asked,
+                                       Hangup hangup)
     : signals_(actor.context(), SIGINT, SIGTERM), asked_(std::move(asked)) {
+  if (hangup == Hangup::taken && !isIgnored(SIGHUP)) signals_.add(SIGHUP);
   wait();
 }
 

@@ -13,7 +13,12 @@ namespace halvercine::platform::posix {
 /// instead of ending the process.
 class TerminationSignals {
  public:
-  TerminationSignals(base::MainActor& actor, std::function<void(int signal)> asked);
+  /// Whether the end of the terminal, SIGHUP, is taken too; never where the program was started
+  /// to ignore it.
+  enum class Hangup { left, taken };
+
+  TerminationSignals(base::MainActor& actor, std::function<void(int signal)> asked,
+                     Hangup hangup = Hangup::left);
 
  private:
   void wait();

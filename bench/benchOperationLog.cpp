@@ -26,6 +26,7 @@ struct SupportFolder : platform::Containers {
   std::filesystem::path systemPath(const std::filesystem::path& absolute) override {
     return absolute;
   }
+  std::optional<std::filesystem::path> bundleResource(const std::string&) override { return {}; }
 
   std::filesystem::path path;
 };

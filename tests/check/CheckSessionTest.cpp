@@ -362,6 +362,7 @@ TEST(CheckSessionTest, AnotherDeviceThanTheUserAgreedToIsNotTouched) {
 TEST(CheckSessionTest, WhatCannotBeNotedIsNotUnmounted) {
   Fixture fixture("{}");
   const auto folder = *fixture.platform.containers->applicationSupport() / "Halvercine";
+  std::filesystem::create_directories(folder.parent_path());
   std::filesystem::remove_all(folder);
   tests::writeText(folder, "in the way");
   auto& session = fixture.start({.repair = true, .direct = true});

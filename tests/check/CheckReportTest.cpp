@@ -60,6 +60,23 @@ TEST(CheckReport, Judgement) {
   }
 }
 
+TEST(CheckReport, InOrderOnlyWhenNothingIsLeft) {
+  CheckReportModel report;
+  report.ok = true;
+  EXPECT_TRUE(isConsistent(report, false));
+  EXPECT_TRUE(isConsistent(report, true));
+  report.issues.resize(1);
+  report.issues[0].repairable = true;
+  report.issues[0].message = "Fixed (auto-repaired)";
+  EXPECT_TRUE(isConsistent(report, true));
+  report.issues[0].message = "Still there";
+  EXPECT_FALSE(isConsistent(report, true));
+  report.issues.clear();
+  report.ok = false;
+  EXPECT_FALSE(isConsistent(report, false));
+  EXPECT_FALSE(isConsistent(report, true));
+}
+
 TEST(CheckReport, BucketsHoldEveryFindingOnce) {
   const auto buckets =
       bucketsOf(reportOf({deep, repairable, repaired, truncated, repairable}, false));

@@ -31,6 +31,9 @@ struct Fixture : tests::SimulatedFixture {
       : SimulatedFixture(devices, system) {
     monitor.start();
   }
+  explicit Fixture(platform::simulated::Scenario scenario) : SimulatedFixture(std::move(scenario)) {
+    monitor.start();
+  }
   explicit Fixture(const char* check) : Fixture(oneVolume(check)) {}
 
   CheckServices services() {
@@ -409,6 +412,59 @@ TEST(CheckSessionTest, TheCommandLineToolRepairsWhatIsNotMounted) {
   EXPECT_EQ(outcomeText(fixture, check), "cancelled");
   EXPECT_FALSE(check.hasStoppedSafely()) << "the tool is the administrator's";
   EXPECT_THAT(fixture.operations, testing::Contains("check: Check cancelled（DATA）"));
+}
+
+TEST(CheckSessionTest, ARepairGivesTheVolumeBackOrSaysThatItCannot) {
+  struct Row {
+    const char* what;
+    const char* tool;  // how the disk tool behaves
+    bool isRepaired;
+    bool isMounted;
+  };
+  const Row rows[] = {
+      {"all well", R"({"tool": "osascript"})", true, true},
+      {"somebody has files open", R"({"match": ["unmount"], "status": 1, "text": "busy"})", false,
+       true},
+      {"unmounted, but said to have failed",
+       R"({"match": ["unmount"], "status": 1, "text": "busy", "then": "do"})", true, true},
+      {"does not mount again", R"({"match": ["mount"], "status": 1, "text": "failed"})", true,
+       false},
+      {"says that it mounts", R"({"match": ["mount"], "status": 0, "then": "nothing"})", true,
+       false},
+  };
+  for (const auto& row : rows) {
+    const auto text =
+        R"({"format": 1, "devices": )" + oneVolume("{}") + R"(, "tools": [)" + row.tool + "]}";
+    Fixture fixture(platform::simulated::readScenario(text).value());
+    auto& session = fixture.start({.repair = true, .direct = true});
+    ASSERT_TRUE(fixture.finish(session));
+    EXPECT_EQ(!fixture.directRuns.empty(), row.isRepaired) << row.what;
+    EXPECT_EQ(fixture.monitor.find("disk4s1")->isMounted, row.isMounted) << row.what;
+    EXPECT_EQ(session.isLeftUnmounted(), !row.isMounted) << row.what;
+    // What is left is for the resident controller to mount.
+    const auto noted = mount::TakeoverJournal(fixture.platform).read().recoveries.size();
+    EXPECT_EQ(noted, row.isMounted ? 0u : 1u) << row.what;
+  }
+}
+
+TEST(CheckSessionTest, ALockThatCannotBeOpenedIsNobodys) {
+  Fixture fixture("{}");
+  const auto mailbox = CheckMailbox::open(*fixture.platform.containers, "disk4s1");
+  std::filesystem::create_directory(mailbox->requestPath().string() + ".lock");
+  auto& session = fixture.start();
+  ASSERT_TRUE(fixture.finish(session));
+  EXPECT_EQ(outcomeText(fixture, session), "succeeded");
+}
+
+TEST(CheckSessionTest, AVolumeThatIsBeingTakenOverIsNotChecked) {
+  Fixture fixture("{}");
+  const mount::TakeoverJournal journal(fixture.platform);
+  const auto deviceId = *fixture.monitor.deviceId("disk4s1");
+  const auto lock = journal.takeWorkingLock();
+  ASSERT_TRUE(lock);
+  journal.update([&](mount::JournalRecord& record) { record.working.push_back(deviceId); });
+  EXPECT_EQ(fixture.store->start(*fixture.monitor.find("disk4s1"), {}).error(),
+            CheckRefusal::beingMounted);
 }
 
 TEST(CheckSessionTest, WithoutAContainerTheToolChecksAtOnce) {

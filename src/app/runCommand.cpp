@@ -10,6 +10,7 @@
 #include "base/Json.h"
 #include "base/Text.h"
 #include "base/spawn.h"
+#include "check/CheckMailbox.h"
 #include "disks/DiskUtilityText.h"
 #include "mount/takeover/AutomaticTakeover.h"
 #include "mount/takeover/ReportCaretaker.h"
@@ -137,6 +138,7 @@ Answer runCommand(const CommandContext& context, Machine& machine) {
     lifetime.print(context.options.json ? jsonLine(context, event) : textLine(context, event));
   });
   parts.monitor.disksChanged.connect([&] { parts.registry.forgetMounted(parts.monitor.disks()); });
+  check::CheckMailbox::sweepAbandoned(*context.platform.containers);
   if (!parts.monitor.start()) return arbitrationFailure(context);
   const auto caretaker = reportCaretaker(context, parts.monitor);
   takeover.start();

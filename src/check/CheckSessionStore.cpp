@@ -15,7 +15,7 @@ CheckSessionStore::CheckSessionStore(CheckServices services)
   CheckMailbox::sweepAbandoned(*services_.platform.containers);
 }
 
-std::expected<CheckSession*, CheckRefusal> CheckSessionStore::start(const disks::Disk& disk,
+std::expected<CheckSession*, CheckRefusal> CheckSessionStore::start(disks::Disk disk,
                                                                     CheckOptions options) {
   if (!disk.isNtfs()) return std::unexpected(CheckRefusal::notNtfs);
   if (!isUnchanged(disk, options)) return std::unexpected(CheckRefusal::changed);

@@ -40,8 +40,9 @@ class CheckSessionStore {
   /// Starts a check of a listed disk. The session belongs to the store.
   ///
   /// It goes through the file-system module, which exists on macOS alone; elsewhere the
-  /// command-line tool checks at once.
-  std::expected<CheckSession*, CheckRefusal> start(const disks::Disk& disk, CheckOptions options);
+  /// command-line tool checks at once. `disk` is a copy: it may be the record of the very session
+  /// that the new one takes the place of.
+  std::expected<CheckSession*, CheckRefusal> start(disks::Disk disk, CheckOptions options);
 
   /// The running or last session of the volume that has this BSD name, or null.
   CheckSession* find(const std::string& bsdName) const;

@@ -35,6 +35,7 @@ boost::json::object keyed(std::string_view key, const base::Localization& locali
 std::string recoveryText(const mount::MountRecoveryPolicy::StatusLine& line,
                          const base::Localization& localization) {
   std::vector<std::string> arguments;
+  arguments.reserve(line.arguments.size());
   for (const int argument : line.arguments) arguments.push_back(std::to_string(argument));
   return localization.text(line.key, arguments);
 }

@@ -8,6 +8,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "OneContainer.h"
 #include "base/Directory.h"
 #include "base/Json.h"
 #include "base/VirtualClock.h"
@@ -16,20 +17,9 @@
 namespace {
 
 using namespace halvercine;
+using bench::OneContainer;
 
 constexpr std::size_t recordLimit = 64 * 1024;
-
-struct OneContainer : platform::Containers {
-  std::optional<std::filesystem::path> groupContainer(const std::string&) override { return path; }
-  std::optional<std::filesystem::path> applicationSupport() override { return {}; }
-  std::optional<std::filesystem::path> home() override { return {}; }
-  std::filesystem::path systemPath(const std::filesystem::path& absolute) override {
-    return absolute;
-  }
-  std::optional<std::filesystem::path> bundleResource(const std::string&) override { return {}; }
-
-  std::filesystem::path path;
-};
 
 /// A mailbox with `count` status files, deleted at the end.
 class FilledMailbox {

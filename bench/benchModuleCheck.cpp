@@ -8,6 +8,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "OneContainer.h"
 #include "base/Json.h"
 #include "base/PrivateFiles.h"
 #include "check/CheckMailbox.h"
@@ -18,18 +19,7 @@
 namespace {
 
 using namespace halvercine;
-
-struct OneContainer : platform::Containers {
-  std::optional<std::filesystem::path> groupContainer(const std::string&) override { return path; }
-  std::optional<std::filesystem::path> applicationSupport() override { return {}; }
-  std::optional<std::filesystem::path> home() override { return {}; }
-  std::filesystem::path systemPath(const std::filesystem::path& absolute) override {
-    return absolute;
-  }
-  std::optional<std::filesystem::path> bundleResource(const std::string&) override { return {}; }
-
-  std::filesystem::path path;
-};
+using bench::OneContainer;
 
 /// A mailbox with a check under way, deleted at the end.
 class RunningCheck {

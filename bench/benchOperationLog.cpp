@@ -7,6 +7,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "OneContainer.h"
 #include "base/PrivateFiles.h"
 #include "base/VirtualClock.h"
 #include "operations/OperationLog.h"
@@ -15,21 +16,10 @@
 namespace {
 
 using namespace halvercine;
+using bench::OneContainer;
 using operations::OperationLog;
 
 constexpr std::string_view message = "Remounted to make the volume writable（Holiday pictures）";
-
-struct SupportFolder : platform::Containers {
-  std::optional<std::filesystem::path> groupContainer(const std::string&) override { return {}; }
-  std::optional<std::filesystem::path> applicationSupport() override { return path; }
-  std::optional<std::filesystem::path> home() override { return {}; }
-  std::filesystem::path systemPath(const std::filesystem::path& absolute) override {
-    return absolute;
-  }
-  std::optional<std::filesystem::path> bundleResource(const std::string&) override { return {}; }
-
-  std::filesystem::path path;
-};
 
 /// A log with `count` entries in a folder of its own, deleted at the end.
 class FilledLog {
@@ -65,7 +55,7 @@ class FilledLog {
   const std::string& text() const { return text_; }
 
  private:
-  SupportFolder containers_;
+  OneContainer containers_;
   base::VirtualClock clock_{platform::WallTime(std::chrono::hours(500'000))};
   std::string text_;
   std::optional<OperationLog> log_;

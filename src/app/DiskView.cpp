@@ -15,8 +15,7 @@ namespace {
 ReadOnlyExplanation explain(const disks::Disk& disk, const platform::Platform& platform,
                             std::optional<std::uint64_t> deviceId,
                             const mount::RecoveryStatuses& recoveries) {
-  const mount::ReportSources sources{*platform.containers, *platform.mediaRegistry,
-                                     *platform.systemInfo, *platform.clock};
+  const auto sources = mount::ReportSources::of(platform);
   const auto report = mount::loadMountAccessReport(sources, disk.id, mount::Freshness::freshOnly);
   const auto reason = report ? std::optional(report->reason) : std::nullopt;
   const auto writable =

@@ -24,8 +24,7 @@ constexpr std::chrono::seconds probeLimit{10};
 
 std::optional<mount::ReportFacts> reportFacts(const platform::Platform& platform,
                                               const std::string& bsdName) {
-  const mount::ReportSources sources{*platform.containers, *platform.mediaRegistry,
-                                     *platform.systemInfo, *platform.clock};
+  const auto sources = mount::ReportSources::of(platform);
   const auto report = mount::loadMountAccessReport(sources, bsdName, mount::Freshness::any);
   if (!report) return std::nullopt;
   const double now = platform::secondsSince1970(platform.clock->now());

@@ -11,8 +11,7 @@ namespace {
 /// The module has found the volume unsafe: it takes its reports back when it unmounts, so one that
 /// is still there is its last word.
 bool wasFoundUnsafe(const disks::Disk& disk, const platform::Platform& platform) {
-  const mount::ReportSources sources{*platform.containers, *platform.mediaRegistry,
-                                     *platform.systemInfo, *platform.clock};
+  const auto sources = mount::ReportSources::of(platform);
   const auto report = mount::loadMountAccessReport(sources, disk.id, mount::Freshness::any);
   return report && report->reason == mount::ReadOnlyReason::unsafeVolume;
 }

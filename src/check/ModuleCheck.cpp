@@ -104,8 +104,7 @@ ModuleCheckRound ModuleCheck::roundOf(const Found& found) const {
 }
 
 MountHolder ModuleCheck::holder() const {
-  const mount::ReportSources sources{*platform_.containers, *platform_.mediaRegistry,
-                                     *platform_.systemInfo, *platform_.clock};
+  const auto sources = mount::ReportSources::of(platform_);
   const auto report =
       mount::loadMountAccessReport(sources, volume_.bsdName, mount::Freshness::freshOnly);
   return mountHolder(monitor_.find(volume_.bsdName), report.has_value());

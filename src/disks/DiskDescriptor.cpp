@@ -181,8 +181,7 @@ std::optional<std::string> DiskDescriptor::volumeUuid(const PropertyDictionary& 
 void DiskDescriptor::decideAccess(Disk& disk, bool kernelAllowsWriting) const {
   disk.isWritable = kernelAllowsWriting;
   if (!disk.isNtfs()) return;
-  const mount::ReportSources sources{*platform_.containers, *platform_.mediaRegistry,
-                                     *platform_.systemInfo, *platform_.clock};
+  const auto sources = mount::ReportSources::of(platform_);
   const auto report = mount::loadMountAccessReport(sources, disk.id, mount::Freshness::freshOnly);
   disk.mountedByEngine = report.has_value();
   const auto version = platform_.systemInfo->macOSVersion();

@@ -13,6 +13,7 @@
 #include "platform/Clock.h"
 #include "platform/Containers.h"
 #include "platform/MediaRegistry.h"
+#include "platform/Platform.h"
 #include "platform/SystemInfo.h"
 
 namespace halvercine::mount {
@@ -84,6 +85,10 @@ struct ReportSources {
   platform::MediaRegistry& registry;
   platform::SystemInfo& system;
   platform::Clock& clock;
+
+  static ReportSources of(const platform::Platform& platform) {
+    return {*platform.containers, *platform.mediaRegistry, *platform.systemInfo, *platform.clock};
+  }
 };
 
 enum class Freshness { any, freshOnly };

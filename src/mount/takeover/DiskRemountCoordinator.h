@@ -30,7 +30,6 @@ class DiskRemountCoordinator {
   void setDestructive(bool destructive) { destructive_ = destructive; }
 
   bool isBusy(std::uint64_t deviceId) const { return busy_->contains(deviceId); }
-  bool isIdle() const { return busy_->empty(); }
 
   bool canBegin(std::uint64_t deviceId) const { return !destructive_ && !isBusy(deviceId); }
 

@@ -15,10 +15,6 @@ namespace {
 // How often an unconfirmed volume is looked at; the monitor itself hears of changes at once.
 constexpr auto confirmationPause = std::chrono::milliseconds(100);
 
-ReportSources sourcesOf(const platform::Platform& platform) {
-  return {*platform.containers, *platform.mediaRegistry, *platform.systemInfo, *platform.clock};
-}
-
 std::string textOf(const disks::MountOutcome& outcome) {
   if (const auto* failure = std::get_if<disks::MountFailure>(&outcome)) return failure->text;
   if (const auto* driver = std::get_if<disks::ThirdPartyDriver>(&outcome)) return driver->name;
@@ -227,7 +223,8 @@ TakeoverGate VolumeTakeover::gateOf(const disks::Disk& disk) const {
     if (verdict != verdicts_.end()) gate.standingVerdict = verdict->second;
   }
   gate.isModuleAuthorized = isModuleAuthorized(*platform.containers);
-  const auto report = loadMountAccessReport(sourcesOf(platform), disk.id, Freshness::freshOnly);
+  const auto report =
+      loadMountAccessReport(ReportSources::of(platform), disk.id, Freshness::freshOnly);
   if (report) gate.reason = report->reason;
   return gate;
 }
@@ -257,7 +254,7 @@ std::optional<MountVerdict> VolumeTakeover::verdictOn(const TakeoverResult& resu
     return isLast ? std::optional(MountVerdict::unmounted) : std::nullopt;
   }
   const auto report =
-      loadMountAccessReport(sourcesOf(context_.platform), disk->id, Freshness::freshOnly);
+      loadMountAccessReport(ReportSources::of(context_.platform), disk->id, Freshness::freshOnly);
   const bool isReported =
       report && report->timestamp >= platform::secondsSince1970(result.mountedAfter);
   const bool claimsWritable = isReported && report->reason == ReadOnlyReason::readWrite;

@@ -38,11 +38,15 @@ std::filesystem::path temporaryBeside(const std::filesystem::path& path) {
   return path.parent_path() / name;
 }
 
+UniqueFd openNew(const std::filesystem::path& path) {
+  return UniqueFd(
+      ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, privateMode));
+}
+
 std::error_code replaceFile(const std::filesystem::path& path, std::string_view content,
                             mode_t mode) {
   const auto temporary = temporaryBeside(path);
-  const UniqueFd file(
-      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, privateMode));
+  const auto file = openNew(temporary);
   if (!file) return lastError();
   auto error = writeFully(file.get(), content);
   if (!error && mode != privateMode && ::fchmod(file.get(), mode) != 0) error = lastError();
@@ -85,6 +89,14 @@ std::error_code replaceFileKeepingMode(const std::filesystem::path& path,
   struct stat status {};
   const bool known = ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
   return replaceFile(path, content, known ? status.st_mode & permissionBits : privateMode);
+}
+
+std::error_code createPrivateFile(const std::filesystem::path& path, std::string_view content) {
+  const auto file = openNew(path);
+  if (!file) return lastError();
+  const auto error = writeFully(file.get(), content);
+  if (error) ::unlink(path.c_str());
+  return error;
 }
 
 std::expected<std::string, std::error_code> readRegularFile(const std::filesystem::path& path,

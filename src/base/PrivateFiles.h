@@ -30,6 +30,10 @@ std::error_code replacePrivateFile(const std::filesystem::path& path, std::strin
 /// regular file that it replaces; 0600 when there was none.
 std::error_code replaceFileKeepingMode(const std::filesystem::path& path, std::string_view content);
 
+/// Makes a file that is not there yet, with mode 0600 from its first byte: whatever is at `path`, a
+/// symbolic link too, is an error. On an error in writing nothing is left.
+std::error_code createPrivateFile(const std::filesystem::path& path, std::string_view content);
+
 /// The content of the regular file at `path`, of at most `limit` bytes. Symbolic links are not
 /// followed; a pipe, a device or a larger file is an error, and none of them can make the call
 /// wait.

@@ -1,6 +1,19 @@
 #include "base/ShellQuoting.h"
 
 namespace halvercine::base {
+namespace {
+
+std::string appleScriptQuote(std::string_view text) {
+  std::string quoted = "\"";
+  for (const char character : text) {
+    if (character == '\\' || character == '"') quoted += '\\';
+    quoted += character;
+  }
+  quoted += '"';
+  return quoted;
+}
+
+}  // namespace
 
 std::string shellQuote(std::string_view text) {
   std::string quoted = "'";
@@ -16,13 +29,10 @@ std::string shellQuote(std::string_view text) {
   return quoted;
 }
 
-std::string administratorScript(std::string_view shellCommand) {
-  std::string script = "do shell script \"";
-  for (const char character : shellCommand) {
-    if (character == '\\' || character == '"') script += '\\';
-    script += character;
-  }
-  script += "\" with administrator privileges";
+std::string administratorScript(std::string_view shellCommand, std::string_view prompt) {
+  auto script =
+      "do shell script " + appleScriptQuote(shellCommand) + " with administrator privileges";
+  if (!prompt.empty()) script += " with prompt " + appleScriptQuote(prompt);
   return script;
 }
 

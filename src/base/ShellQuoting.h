@@ -11,7 +11,7 @@ namespace halvercine::base {
 std::string shellQuote(std::string_view text);
 
 /// The AppleScript that has macOS ask for an administrator and then runs `shellCommand` with
-/// /bin/sh, which gets it unchanged.
-std::string administratorScript(std::string_view shellCommand);
+/// /bin/sh, which gets it unchanged. A prompt that is not empty is shown in place of the system's.
+std::string administratorScript(std::string_view shellCommand, std::string_view prompt = {});
 
 }  // namespace halvercine::base

@@ -11,6 +11,7 @@
 
 #include "base/Json.h"
 #include "base/Text.h"
+#include "base/runAsAdministrator.h"
 #include "check/Excerpt.h"
 
 namespace halvercine::check {
@@ -23,13 +24,6 @@ struct ErrorEnvelope {
   std::optional<std::string> error;
 };
 BOOST_DESCRIBE_STRUCT(ErrorEnvelope, (), (error))
-
-/// The system says it in the user's language and spelling; only the number stays the same.
-bool isRefused(const platform::AdministratorResult& result) {
-  if (result.exitCode == 0) return false;
-  return result.errors.find("User canceled") != std::string::npos ||
-         base::trimmed(result.errors).ends_with("(-128)");
-}
 
 std::string_view utf8OrNothing(std::string_view bytes) {
   return base::isUtf8(bytes) ? bytes : std::string_view();
@@ -104,7 +98,7 @@ CheckOutcome outcomeOf(CheckReportModel report) {
 
 CheckOutcome readCheckOutput(const platform::AdministratorResult& result,
                              std::string_view failedText) {
-  if (isRefused(result)) return CheckCancelled();
+  if (base::isRefused(result)) return CheckCancelled();
   const auto output = utf8OrNothing(result.output);
   const auto line = withoutMarker(reportLine(output));
   try {

@@ -35,11 +35,13 @@ class AdministratorShell {
   virtual ~AdministratorShell() = default;
 
   /// Lets the user authenticate in the platform's own way and runs `command` with /bin/sh as the
-  /// administrator. `ended` is called once on the main actor, never from inside this call. It may
+  /// administrator. `prompt` says what for, where the platform can show it and it is not empty.
+  /// `ended` is called once on the main actor, never from inside this call. It may
   /// destroy the run. How long that takes is for the user and the command: there is no limit. Main
   /// actor.
   [[nodiscard]] virtual std::unique_ptr<AdministratorRun> run(
-      const std::string& command, std::function<void(AdministratorResult)> ended) = 0;
+      const std::string& command, const std::string& prompt,
+      std::function<void(AdministratorResult)> ended) = 0;
 };
 
 }  // namespace halvercine::platform

@@ -4,11 +4,14 @@
 #include <memory>
 
 #include "platform/AdministratorShell.h"
+#include "platform/ApplicationBundle.h"
 #include "platform/Clock.h"
 #include "platform/Containers.h"
+#include "platform/DaemonServices.h"
 #include "platform/DirectoryWatch.h"
 #include "platform/DiskArbitration.h"
 #include "platform/FileSystems.h"
+#include "platform/HelperTransport.h"
 #include "platform/MediaRegistry.h"
 #include "platform/Pasteboard.h"
 #include "platform/Processes.h"
@@ -35,6 +38,9 @@ struct Platform {
   std::unique_ptr<Pasteboard> pasteboard;
   std::unique_ptr<Processes> processes;
   std::unique_ptr<AdministratorShell> administratorShell;
+  std::unique_ptr<ApplicationBundle> applicationBundle;
+  std::unique_ptr<DaemonServices> daemonServices;
+  std::unique_ptr<HelperTransport> helperTransport;
 };
 
 }  // namespace halvercine::platform

@@ -22,7 +22,7 @@ class AdministratorShellContract : public testing::Test {
 
   std::unique_ptr<platform::AdministratorRun> start(const std::string& command, Result& result) {
     auto run = machine_.platform().administratorShell->run(
-        command, [this, &result](platform::AdministratorResult ended) {
+        command, "The prompt", [this, &result](platform::AdministratorResult ended) {
           EXPECT_TRUE(machine_.actor().isCurrent());
           EXPECT_FALSE(result) << "told twice";
           result = std::move(ended);

@@ -36,7 +36,8 @@ AdministratorResult inTheWordsOfMacos(AdministratorResult result) {
 }  // namespace
 
 std::unique_ptr<AdministratorRun> PolkitAdministratorShell::run(
-    const std::string& command, std::function<void(AdministratorResult)> ended) {
+    const std::string& command, const std::string& /*prompt*/,
+    std::function<void(AdministratorResult)> ended) {
   if (isRoot_) {
     return posix::runToEnd(actor_, clock_, runner_, shellInvocation(command), std::move(ended));
   }

@@ -11,13 +11,14 @@ namespace halvercine::platform::gnulinux {
 /// Runs commands directly when the program is root already, otherwise through pkexec, which asks
 /// the user by the agent of the desktop. A dialog that the user has dismissed is reported in the
 /// words of macOS. A session without an agent (a bare terminal) is refused with pkexec's reason;
-/// there, sudo has to start the program. All three outlive the runs.
+/// there, sudo has to start the program. The prompt is the agent's own. All three outlive the
+/// runs.
 class PolkitAdministratorShell : public AdministratorShell {
  public:
   PolkitAdministratorShell(base::MainActor& actor, Clock& clock, ToolRunner& runner, bool isRoot)
       : actor_(actor), clock_(clock), runner_(runner), isRoot_(isRoot) {}
 
-  std::unique_ptr<AdministratorRun> run(const std::string& command,
+  std::unique_ptr<AdministratorRun> run(const std::string& command, const std::string& prompt,
                                         std::function<void(AdministratorResult)> ended) override;
 
  private:

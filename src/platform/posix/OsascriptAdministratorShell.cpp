@@ -8,11 +8,12 @@
 namespace halvercine::platform::posix {
 
 std::unique_ptr<AdministratorRun> OsascriptAdministratorShell::run(
-    const std::string& command, std::function<void(AdministratorResult)> ended) {
-  return runToEnd(
-      actor_, clock_, runner_,
-      {.executable = "/usr/bin/osascript", .arguments = {"-e", base::administratorScript(command)}},
-      std::move(ended));
+    const std::string& command, const std::string& prompt,
+    std::function<void(AdministratorResult)> ended) {
+  return runToEnd(actor_, clock_, runner_,
+                  {.executable = "/usr/bin/osascript",
+                   .arguments = {"-e", base::administratorScript(command, prompt)}},
+                  std::move(ended));
 }
 
 }  // namespace halvercine::platform::posix

@@ -15,7 +15,7 @@ class OsascriptAdministratorShell : public AdministratorShell {
   OsascriptAdministratorShell(base::MainActor& actor, Clock& clock, ToolRunner& runner)
       : actor_(actor), clock_(clock), runner_(runner) {}
 
-  std::unique_ptr<AdministratorRun> run(const std::string& command,
+  std::unique_ptr<AdministratorRun> run(const std::string& command, const std::string& prompt,
                                         std::function<void(AdministratorResult)> ended) override;
 
  private:

@@ -69,6 +69,24 @@ void addLogActions(CLI::App& log, Options& options) {
       ->add_flag("--yes", options.yes, "Do not ask");
 }
 
+void addHelperActions(CLI::App& helper, Options& options) {
+  const auto add = [&](HelperAction action, const std::string& name,
+                       const std::string& description) {
+    auto* added = helper.add_subcommand(name, description);
+    added->fallthrough();
+    added->callback([&options, action] { options.helperAction = action; });
+    return added;
+  };
+  helper.require_subcommand(1);
+  add(HelperAction::status, "status", "Show whether the helper can be used");
+  add(HelperAction::registerIt, "register", "Have the system start it when it is needed");
+  add(HelperAction::repair, "repair", "Register it anew when it is enabled but cannot be reached");
+  add(HelperAction::install, "install", "Install it as the administrator")
+      ->add_flag("--yes", options.yes, "Do not ask");
+  add(HelperAction::unregister, "unregister", "Take the registration back")
+      ->add_flag("--yes", options.yes, "Do not ask");
+}
+
 void addDuration(CLI::App* command, Options& options) {
   command->add_option("--for", options.seconds, "End after so many seconds")
       ->option_text("SECONDS")
@@ -110,6 +128,8 @@ void addCommands(CLI::App& program, Options& options) {
                   "Check with the command-line tool, without the file-system module");
   check->add_flag("--yes", options.yes, "Repair without asking");
   check->add_flag("--copy", options.copy, "Copy the report to the clipboard too");
+  addHelperActions(*add(Command::helper, "Show or change how the privileged helper is started"),
+                   options);
   add(Command::version, "Show the version");
 }
 
@@ -161,6 +181,8 @@ std::string_view commandName(Command command) {
       return "log";
     case Command::check:
       return "check";
+    case Command::helper:
+      return "helper";
     case Command::version:
       return "version";
   }

@@ -25,11 +25,15 @@ enum class Command {
   drivers,
   check,
   log,
+  helper,
   version
 };
 
 /// What `log` does with the operation log.
 enum class LogAction { show, exportTo, copy, clear };
+
+/// What `helper` does with the privileged helper.
+enum class HelperAction { status, registerIt, repair, install, unregister };
 
 /// What the user asked for.
 struct Options {
@@ -45,8 +49,9 @@ struct Options {
   bool readOnly = false;           ///< of `mount`
   bool force = false;              ///< of `unmount` and `log export`
   LogAction logAction = LogAction::show;
+  HelperAction helperAction = HelperAction::status;
   std::string file = "Tarnwel-operation-log.txt";  ///< of `log export`; "-" is standard output
-  bool yes = false;               ///< of `log clear` and `check --repair`: it is agreed to already
+  bool yes = false;               ///< where a question would be asked: it is agreed to already
   bool repair = false;            ///< of `check`
   bool copy = false;              ///< of `check`: the report goes to the clipboard too
   bool direct = false;            ///< of `check`: without the file-system module

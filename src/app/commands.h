@@ -42,6 +42,7 @@ Answer occupantsCommand(const CommandContext& context, Machine& machine);
 Answer driversCommand(const CommandContext& context);
 Answer logCommand(const CommandContext& context);
 Answer checkCommand(const CommandContext& context, Machine& machine);
+Answer helperCommand(const CommandContext& context, Machine& machine);
 Answer watchCommand(const CommandContext& context, Machine& machine);
 Answer runCommand(const CommandContext& context, Machine& machine);
 Answer takeoverCommand(const CommandContext& context, Machine& machine);

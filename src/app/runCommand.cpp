@@ -6,12 +6,14 @@
 #include "app/Lifetime.h"
 #include "app/TakeoverParts.h"
 #include "app/commands.h"
+#include "app/helperText.h"
 #include "app/isoTime.h"
 #include "base/Json.h"
 #include "base/Text.h"
 #include "base/spawn.h"
 #include "check/CheckMailbox.h"
 #include "disks/DiskUtilityText.h"
+#include "helper/HelperRegistration.h"
 #include "mount/takeover/AutomaticTakeover.h"
 #include "mount/takeover/ReportCaretaker.h"
 #ifdef __linux__
@@ -85,6 +87,23 @@ std::string textLine(const CommandContext& context, const TakeoverEvent& event) 
   return line + '\n';
 }
 
+std::string helperLine(const CommandContext& context, const std::string& notice) {
+  const auto time = isoTime(context.platform.clock->now());
+  if (!context.options.json) return fmt::format("{}  {}\n", time, notice);
+  const boost::json::object line{
+      {"format", jsonFormat}, {"event", "helper"}, {"time", time}, {"message", notice}};
+  return base::serializeJson(line) + '\n';
+}
+
+/// Nothing here waits for the helper; only what came of it is said.
+base::Task<void> registerHelper(const CommandContext& context,
+                                helper::HelperRegistration& registration, Lifetime& lifetime) {
+  const auto outcome = co_await registration.ensure();
+  for (const auto& notice : helperNotices(context, outcome)) {
+    lifetime.print(helperLine(context, notice));
+  }
+}
+
 base::Task<void> finish(mount::AutomaticTakeover& takeover, bool& isFinished) {
   co_await takeover.finish();
   isFinished = true;
@@ -92,13 +111,16 @@ base::Task<void> finish(mount::AutomaticTakeover& takeover, bool& isFinished) {
 
 /// Lets what has been begun end well, unless the user interrupts a second time.
 void finish(const TakeoverParts& parts, mount::AutomaticTakeover& takeover,
-            const Lifetime& lifetime) {
+            const base::TaskScope& registrations, const Lifetime& lifetime) {
   auto& actor = parts.machine.actor();
   const int interruptions = lifetime.interruptions();
   bool isFinished = false;
   base::TaskScope scope(actor, *parts.command.platform.systemLog);
   scope.spawn("end of the takeover", finish(takeover, isFinished));
-  actor.runUntil([&] { return isFinished || lifetime.interruptions() > interruptions; });
+  actor.runUntil([&] {
+    const bool isDone = isFinished && registrations.running() == 0;
+    return isDone || lifetime.interruptions() > interruptions;
+  });
 }
 
 /// For the machine that has no module; null elsewhere.
@@ -142,8 +164,13 @@ Answer runCommand(const CommandContext& context, Machine& machine) {
   if (!parts.monitor.start()) return arbitrationFailure(context);
   const auto caretaker = reportCaretaker(context, parts.monitor);
   takeover.start();
+  helper::HelperClient client(context.platform);
+  helper::HelperRegistration registration(machine.actor(), context.platform, client);
+  base::TaskScope registrations(machine.actor(), *context.platform.systemLog);
+  registrations.spawn("registration of the helper",
+                      registerHelper(context, registration, lifetime));
   const auto status = lifetime.run();
-  finish(parts, takeover, lifetime);
+  finish(parts, takeover, registrations, lifetime);
   return {status, "", ""};
 }
 

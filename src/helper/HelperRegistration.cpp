@@ -68,10 +68,21 @@ Task<HelperOutcome> HelperRegistration::repair() {
   co_return outcome;
 }
 
+Task<HelperOutcome> HelperRegistration::fallBack() {
+  auto outcome = co_await ensure();
+  if (outcome.state == HelperState::notRegistered) {
+    log(LogLevel::error, "[Helper] re-register after failed one-click install: " + outcome.reason);
+  }
+  co_return outcome;
+}
+
 Task<HelperOutcome> HelperRegistration::unregister() {
   auto outcome = co_await look();
   const bool isOurs = outcome.state != HelperState::installedByScript;
   if (!daemon_ || !isOurs || outcome.state == HelperState::notRegistered) co_return outcome;
+  if (!co_await client_.removeLegacyInstall()) {
+    outcome.notices.push_back({.key = "ui.helper.legacy.skipped"});
+  }
   const auto error = co_await limited(daemon_.unregisterStep());
   outcome.state = stateOf(daemon_.status());
   outcome.reason = error ? error->text : "";

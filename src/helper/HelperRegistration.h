@@ -58,7 +58,12 @@ class HelperRegistration {
   /// Registers anew what is enabled and cannot be reached; anything else is left as it is.
   base::Task<HelperOutcome> repair();
 
-  /// What is not registered, or was not registered here, is left as it is.
+  /// After a one-click installation that has failed: registers with the system, where that has to
+  /// be done.
+  base::Task<HelperOutcome> fallBack();
+
+  /// Has the helper remove what older versions have left, if it can be reached, and takes the
+  /// registration back. What is not registered, or was not registered here, is left as it is.
   base::Task<HelperOutcome> unregister();
 
   /// How it stands, without changing anything.

@@ -11,6 +11,7 @@
 #include "platform/linux/LinuxPasteboard.h"
 #include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/LinuxSystemInfo.h"
+#include "platform/linux/NoHelper.h"
 #include "platform/linux/PolkitAdministratorShell.h"
 #include "platform/linux/XdgContainers.h"
 #include "platform/posix/AsioClock.h"
@@ -50,6 +51,9 @@ Platform makeLinuxPlatform(base::MainActor& actor) {
   platform.processes = std::make_unique<LinuxProcesses>();
   platform.administratorShell = std::make_unique<PolkitAdministratorShell>(
       actor, *platform.clock, *platform.toolRunner, ::geteuid() == 0);
+  platform.applicationBundle = std::make_unique<NoApplicationBundle>();
+  platform.daemonServices = std::make_unique<NoDaemonServices>();
+  platform.helperTransport = std::make_unique<NoHelperTransport>();
   platform.directoryWatcher = std::make_unique<InotifyDirectoryWatcher>(actor);
   platform.pasteboard = std::make_unique<LinuxPasteboard>();
   return platform;

@@ -16,6 +16,7 @@
 #include <boost/describe.hpp>
 
 #include "platform/simulated/PropertyOverrides.h"
+#include "platform/simulated/ScenarioHelper.h"
 
 namespace halvercine::platform::simulated {
 
@@ -266,6 +267,8 @@ struct Scenario {
   int format = 1;
   std::string description;
   ScenarioSystem system;
+  ScenarioApplication application;
+  ScenarioHelper helper;
   std::vector<ScenarioDevice> devices;
   std::vector<ScenarioProcess> processes;
   std::vector<ScenarioTool> tools;
@@ -273,7 +276,8 @@ struct Scenario {
   std::vector<ScenarioEvent> timeline;
 };
 BOOST_DESCRIBE_STRUCT(Scenario, (),
-                      (format, description, system, devices, processes, tools, files, timeline))
+                      (format, description, system, application, helper, devices, processes, tools,
+                       files, timeline))
 
 /// What is wrong with a scenario, in English, beginning with the place ("devices[1].volumes[0].…").
 /// It may quote the scenario's own text: clean it for display.

@@ -42,6 +42,8 @@ bool SimulatedFolders::create(const ScenarioFiles& files) const {
     made = made && !base::makePrivateDirectory(folder);
     if (text) made = made && !base::replacePrivateFile(below, *text);
   }
+  // Every Mac has it; where the scenario has put a file there, it cannot be had.
+  (void)base::makePrivateDirectory(systemPath("/Library/Caches"));
   return made;
 }
 

@@ -40,6 +40,8 @@ SimulatedMachine::SimulatedMachine(base::MainActor& actor, std::shared_ptr<Clock
       container_(folders_, folderWatches_, scenario.system.groupContainer),
       bitLocker_(clock_, container_),
       toolScripts_(scenario.tools),
+      helper_(folders_, clock_, scenario.helper),
+      application_(scenario.application),
       hasCheckTool_(scenario.system.checkTool),
       arbitrationAvailable_(scenario.system.diskArbitration),
       bootSession_(scenario.system.bootSession),

@@ -26,6 +26,7 @@
 #include "platform/simulated/SimulatedBitLocker.h"
 #include "platform/simulated/SimulatedCheck.h"
 #include "platform/simulated/SimulatedFolders.h"
+#include "platform/simulated/SimulatedHelper.h"
 #include "platform/simulated/SimulatedLog.h"
 #include "platform/simulated/ToolScripts.h"
 
@@ -100,6 +101,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   }
   const SimulatedFolders& folders() const { return folders_; }
   bool hasCheckTool() const { return hasCheckTool_; }
+  const ScenarioApplication& application() const { return application_; }
 
   std::optional<MediaView> look(const std::string& disk) const;
   std::optional<PropertyDictionary> describe(const std::string& disk) const;
@@ -121,6 +123,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   ProcessTable& processes() { return processes_; }
   const ProcessTable& processes() const { return processes_; }
   ToolScripts& toolScripts() { return toolScripts_; }
+  SimulatedHelper& helper() { return helper_; }
   /// Any thread.
   base::MainActor& actor() { return actor_; }
   SimulatedLog& log() { return log_; }
@@ -164,6 +167,8 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   SimulatedBitLocker bitLocker_;
   ProcessTable processes_;
   ToolScripts toolScripts_;
+  SimulatedHelper helper_;
+  const ScenarioApplication application_;
   std::string pasteboard_;
   const bool hasCheckTool_;
   bool callbacksLost_ = false;

@@ -169,6 +169,7 @@ Fault checkDevice(const ScenarioDevice& device, const std::string& place, TakenN
 Fault findScenarioFault(const Scenario& scenario) {
   if (scenario.format != 1) return fault("format", "only format 1 is known");
   if (auto found = checkSystem(scenario.system)) return found;
+  if (auto found = checkHelper(scenario)) return found;
   TakenNames taken;
   for (std::size_t i = 0; i < scenario.devices.size(); ++i) {
     if (auto found = checkDevice(scenario.devices[i], below("devices", i), taken)) return found;

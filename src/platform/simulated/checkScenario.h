@@ -29,6 +29,9 @@ Fault checkSeconds(double seconds, const std::string& place);
 /// The scripted behaviour of tools, and the files.
 Fault checkTools(const Scenario& scenario);
 
+/// The program's bundle and the helper.
+Fault checkHelper(const Scenario& scenario);
+
 /// Adds the device's names to `taken`, or finds one that is there already.
 Fault checkDevice(const ScenarioDevice& device, const std::string& place, TakenNames& taken);
 

@@ -23,11 +23,11 @@ bool isDeviceName(std::string_view name) {
 }
 
 Fault checkTool(const ScenarioTool& tool, const std::string& place) {
-  constexpr std::array<std::string_view, 4> known{"diskutil", "lsof", "osascript",
-                                                  "fsck_halvercine"};
+  constexpr std::array<std::string_view, 5> known{"diskutil", "lsof", "osascript",
+                                                  "fsck_halvercine", "launchctl"};
   if (tool.tool && std::ranges::find(known, *tool.tool) == known.end()) {
     return fault(below(place, "tool"),
-                 "expected one of: diskutil, lsof, osascript, fsck_halvercine");
+                 "expected one of: diskutil, lsof, osascript, fsck_halvercine, launchctl");
   }
   if (tool.times.value_or(1) < 1) return fault(below(place, "times"), "must be positive");
   if (auto found = checkSeconds(tool.seconds.value_or(0), below(place, "seconds"))) return found;

@@ -220,6 +220,41 @@ class SimulatedProcesses : public Processes {
   Machine machine_;
 };
 
+/// Everything in the bundle and above it is root's and there, unless the scenario says otherwise.
+class SimulatedApplicationBundle : public ApplicationBundle {
+ public:
+  explicit SimulatedApplicationBundle(Machine machine) : machine_(std::move(machine)) {}
+
+  std::optional<std::filesystem::path> path() override { return machine_->application().path; }
+
+  std::optional<std::string> info(std::string_view key) override {
+    const auto& application = machine_->application();
+    if (key == bundle_key::identifier) return application.identifier;
+    if (key == bundle_key::build) return application.build;
+    if (key == bundle_key::version) return application.version;
+    return std::nullopt;
+  }
+
+  std::expected<FileFacts, std::error_code> inspect(const std::filesystem::path& path) override {
+    const auto& application = machine_->application();
+    const bool isHelper = path.filename() == "halvercine-helper";
+    if (isHelper && !application.helper) {
+      return std::unexpected(std::make_error_code(std::errc::no_such_file_or_directory));
+    }
+    FileFacts facts{isHelper ? FileFacts::Kind::file : FileFacts::Kind::folder, 0, 0, 0755};
+    for (const auto& given : application.permissions) {
+      if (path != given.path) continue;
+      facts.owner = given.owner;
+      facts.group = given.group;
+      facts.mode = static_cast<std::uint32_t>(std::stoul(given.mode, nullptr, 8));
+    }
+    return facts;
+  }
+
+ private:
+  Machine machine_;
+};
+
 std::unique_ptr<UserDefaults> makeUserDefaults(const SimulatedMachine& machine) {
   const auto& folders = machine.folders();
   const auto home = folders.home().value_or(folders.systemPath("/Users/simulated"));
@@ -246,6 +281,9 @@ Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
   platform.pasteboard = std::make_unique<SimulatedPasteboard>(machine);
   platform.administratorShell = std::make_unique<posix::OsascriptAdministratorShell>(
       machine->actor(), *platform.clock, *platform.toolRunner);
+  platform.applicationBundle = std::make_unique<SimulatedApplicationBundle>(machine);
+  platform.daemonServices = makeDaemonServices(machine);
+  platform.helperTransport = makeHelperTransport(machine);
   return platform;
 }
 

@@ -4,27 +4,41 @@
 #include <utility>
 
 #include "platform/simulated/runCheckTool.h"
+#include "platform/simulated/runHelperInstall.h"
 
 namespace halvercine::platform::simulated {
 namespace {
 
 using Words = std::vector<std::string>;
 
+/// Takes a quoted text from the front of a script.
+std::optional<std::string> takeText(std::string_view& script) {
+  if (!script.starts_with('"')) return std::nullopt;
+  std::string text;
+  for (std::size_t i = 1; i < script.size(); ++i) {
+    if (script[i] == '"') {
+      script.remove_prefix(i + 1);
+      return text;
+    }
+    if (script[i] == '\\' && ++i == script.size()) break;
+    text += script[i];
+  }
+  return std::nullopt;
+}
+
+bool take(std::string_view& script, std::string_view words) {
+  if (!script.starts_with(words)) return false;
+  script.remove_prefix(words.size());
+  return true;
+}
+
 /// The command of the one form of script that is known.
 std::optional<std::string> shellCommandOf(std::string_view script) {
-  constexpr std::string_view before = "do shell script \"";
-  constexpr std::string_view after = "\" with administrator privileges";
-  if (!script.starts_with(before) || !script.ends_with(after)) return std::nullopt;
-  if (script.size() < before.size() + after.size()) return std::nullopt;
-  script.remove_prefix(before.size());
-  script.remove_suffix(after.size());
-  std::string command;
-  for (std::size_t i = 0; i < script.size(); ++i) {
-    if (script[i] == '"') return std::nullopt;  // would have ended the text
-    if (script[i] == '\\' && ++i == script.size()) return std::nullopt;
-    command += script[i];
-  }
-  return command;
+  if (!take(script, "do shell script ")) return std::nullopt;
+  auto command = takeText(script);
+  if (!command || !take(script, " with administrator privileges")) return std::nullopt;
+  if (take(script, " with prompt ") && !takeText(script)) return std::nullopt;
+  return script.empty() ? std::move(command) : std::nullopt;
 }
 
 /// Splits a shell's line into commands at semicolons and blanks, and takes its quotes away.
@@ -127,17 +141,18 @@ ToolAnswer answerOf(ToolAnswer shell) {
           "0:90: execution error: " + shell.errors + " (" + std::to_string(shell.status) + ")\n"};
 }
 
-std::optional<std::vector<Words>> commandsOf(const std::vector<std::string>& arguments) {
-  if (arguments.size() != 2 || arguments[0] != "-e") return std::nullopt;
-  const auto command = shellCommandOf(arguments[1]);
-  return command ? CommandLine(*command).read() : std::nullopt;
-}
-
 }  // namespace
 
 PreparedRun prepareOsascript(SimulatedMachine& machine, const std::vector<std::string>& arguments,
                              ScenarioTool script) {
-  const auto commands = commandsOf(arguments);
+  const bool isScript = arguments.size() == 2 && arguments[0] == "-e";
+  const auto command = isScript ? shellCommandOf(arguments[1]) : std::nullopt;
+  if (command && isHelperInstall(*command)) {
+    return {std::move(script), [&machine, command = *command] {
+              return answerOf(runHelperInstall(machine, command));
+            }};
+  }
+  const auto commands = command ? CommandLine(*command).read() : std::nullopt;
   if (!commands) {
     return {
         std::move(script), [] {

@@ -19,8 +19,9 @@ struct PreparedRun {
   std::function<ToolAnswer()> perform;
 };
 
-/// Reads a script of the form `do shell script "…" with administrator privileges` and its commands:
-/// the check tool and `echo`, with quoted words and `$?`. `script` is the behaviour of osascript;
+/// Reads a script of the form `do shell script "…" with administrator privileges`, with or without
+/// a prompt, and its commands: the check tool and `echo`, with quoted words and `$?`, or the
+/// installation of the helper. `script` is the behaviour of osascript;
 /// when it does its work, what the scenario says of the check tool is added: its time comes on top,
 /// and a tool that hangs holds the whole run. Main actor.
 PreparedRun prepareOsascript(SimulatedMachine& machine, const std::vector<std::string>& arguments,

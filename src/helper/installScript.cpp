@@ -43,9 +43,11 @@ std::string verifiedRun(std::string_view script, std::string_view scriptPath,
       "/bin/mkdir -m 700 {0} || exit 1; "
       "/bin/cp {1} {2} && /usr/sbin/chown root:wheel {2} && /bin/chmod 700 {2} && "
       "{{ echo '{3}' | /usr/bin/base64 -D | /usr/bin/cmp -s - {2} || "
-      "{{ echo 'the installation script was changed before it ran' >&2; false; }}; }} && {2}; "
+      "{{ echo 'the installation script was changed before it ran' >&2; false; }}; }} && "
+      "{{ {2} || {{ /bin/rm -f '{4}'; false; }}; }}; "
       "S=$?; /bin/rm -rf {0}; exit $S",
-      folder, base::shellQuote(scriptPath), copy, base::base64Encoded(script));
+      folder, base::shellQuote(scriptPath), copy, base::base64Encoded(script),
+      oneClickPropertyList);
 }
 
 }  // namespace halvercine::helper

@@ -18,6 +18,8 @@ std::string installScript(std::string_view propertyList);
 /// Anybody who runs as the user can change that file until the prompt has been answered: so root
 /// makes a copy in a new folder of its own at `privateFolder`, compares the copy with the text, and
 /// runs the copy. Another text, and a folder that is there already, fail without running anything.
+/// A script that fails leaves no property list: half of one would keep the system from registering
+/// the helper.
 std::string verifiedRun(std::string_view script, std::string_view scriptPath,
                         std::string_view privateFolder);
 

@@ -1,0 +1,337 @@
+#include "helper/OneClickInstall.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include <boost/algorithm/string/replace.hpp>
+#include <gmock/gmock.h>
+
+#include "helper/HelperMachine.h"
+#include "helper/bundleSafety.h"
+#include "helper/installScript.h"
+#include "platform/posix/inspectFile.h"
+#include "support/TemporaryFolder.h"
+
+namespace halvercine::helper {
+namespace {
+
+namespace fs = std::filesystem;
+using tests::HelperMachine;
+
+std::string contentOf(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string faultOf(HelperMachine& machine) {
+  const auto fault = bundleFault(*machine.platform.applicationBundle);
+  return fault ? std::string(fault->key) : "";
+}
+
+TEST(BundleSafety, WhereWhoseAndWritableByWhom) {
+  const std::string location = "ui.helper.install.location";
+  const std::string unsafe = "ui.helper.install.unsafe";
+  const std::string parent = "ui.helper.install.parent";
+  const std::string missing = "ui.helper.install.missing";
+  const auto bits = [](const std::string& path, const std::string& members) {
+    return R"("permissions": [{"path": ")" + path + R"(", )" + members + "}]";
+  };
+  const std::string bundle = "/Applications/Halvercine.app";
+  const std::pair<std::string, std::string> cases[] = {
+      {R"("path": "/Applications/Halvercine.app")", ""},
+      {R"("path": "/Applications/Disks/Halvercine.app")", ""},
+      {R"("path": "/Users/a/Applications/Halvercine.app")", location},
+      {R"("path": "/Applications")", location},
+      {R"("path": "/Applications/")", location},
+      {R"("path": "/Applications/../tmp/Halvercine.app")", location},
+      {R"("path": "/ApplicationsX/Halvercine.app")", location},
+      {R"("path": "")", location},
+      {R"("helper": false)", missing},
+      {bits(bundle + "/Contents/MacOS/halvercine-helper", R"("mode": "644")"), missing},
+      // As macOS sets it up itself: the group admin may write.
+      {bits("/Applications", R"("group": 80, "mode": "775")"), ""},
+      {bits(bundle, R"("group": 80, "mode": "775")"), ""},
+      {bits(bundle, R"("group": 20, "mode": "755")"), ""},
+      {bits(bundle, R"("group": 20, "mode": "775")"), unsafe},
+      {bits(bundle, R"("owner": 501)"), unsafe},
+      {bits(bundle, R"("mode": "757")"), unsafe},
+      {bits(bundle + "/Contents", R"("owner": 501)"), unsafe},
+      {bits(bundle + "/Contents/MacOS", R"("mode": "777")"), unsafe},
+      {bits(bundle + "/Contents/MacOS/halvercine-helper", R"("owner": 501)"), unsafe},
+      {bits(bundle + "/Contents/MacOS/halvercine-helper", R"("mode": "757")"), unsafe},
+      {bits("/Applications", R"("mode": "777")"), parent},
+      {bits("/Applications", R"("mode": "1777")"), parent},
+      {bits("/", R"("mode": "757")"), parent},
+      {bits("/Applications", R"("owner": 501)"), unsafe},
+      {bits("/Applications/Disks", R"("mode": "777")") +
+           R"(, "path": "/Applications/Disks/Halvercine.app")",
+       parent},
+      {bits("/Applications/Disks", R"("owner": 501)") +
+           R"(, "path": "/Applications/Disks/Halvercine.app")",
+       unsafe},
+  };
+  for (const auto& [application, fault] : cases) {
+    HelperMachine machine("", R"("application": {)" + application + "}");
+    EXPECT_EQ(faultOf(machine), fault) << application;
+  }
+}
+
+/// /Applications and what is in it are real folders below a temporary one.
+class RealBundle : public platform::ApplicationBundle {
+ public:
+  RealBundle() {
+    fs::create_directories(real("/Applications/Halvercine.app/Contents/MacOS"));
+    std::ofstream(real(executable)) << "helper";
+    for (const auto* path : {"/", "/Applications", "/Applications/Halvercine.app",
+                             "/Applications/Halvercine.app/Contents",
+                             "/Applications/Halvercine.app/Contents/MacOS", executable}) {
+      ::chmod(real(path).c_str(), 0755);
+    }
+  }
+  std::optional<fs::path> path() override { return "/Applications/Halvercine.app"; }
+  std::optional<std::string> info(std::string_view) override { return std::nullopt; }
+  std::expected<platform::FileFacts, std::error_code> inspect(const fs::path& path) override {
+    auto facts = platform::posix::inspectFile(real(path));
+    // A test that is not root's cannot give files to root.
+    if (facts && facts->owner == ::geteuid()) facts->owner = 0;
+    if (facts && facts->group == ::getegid()) facts->group = 0;
+    return facts;
+  }
+  fs::path real(const fs::path& path) const { return folder_.path() / path.relative_path(); }
+
+  static constexpr const char* executable =
+      "/Applications/Halvercine.app/Contents/MacOS/halvercine-helper";
+
+ private:
+  tests::TemporaryFolder folder_;
+};
+
+TEST(BundleSafety, RealFoldersAndLinks) {
+  const auto keyOf = [](RealBundle& bundle) {
+    const auto fault = bundleFault(bundle);
+    return fault ? fault->key : "";
+  };
+  RealBundle bundle;
+  EXPECT_EQ(keyOf(bundle), "");
+  ::chmod(bundle.real("/Applications").c_str(), 0777);
+  EXPECT_EQ(keyOf(bundle), "ui.helper.install.parent");
+  ::chmod(bundle.real("/Applications").c_str(), 0755);
+  ::chmod(bundle.real(RealBundle::executable).c_str(), 0757);
+  EXPECT_EQ(keyOf(bundle), "ui.helper.install.unsafe");
+  fs::remove(bundle.real(RealBundle::executable));
+  EXPECT_EQ(keyOf(bundle), "ui.helper.install.missing");
+  fs::create_symlink("/bin/sh", bundle.real(RealBundle::executable));
+  EXPECT_EQ(keyOf(bundle), "ui.helper.install.missing");
+  const auto contents = bundle.real("/Applications/Halvercine.app/Contents");
+  fs::rename(contents, contents.parent_path() / "Elsewhere");
+  fs::create_symlink("Elsewhere", contents);
+  fs::remove(bundle.real(RealBundle::executable));
+  std::ofstream(bundle.real(RealBundle::executable)) << "helper";
+  ::chmod(bundle.real(RealBundle::executable).c_str(), 0755);
+  EXPECT_EQ(keyOf(bundle), "ui.helper.install.unsafe");
+}
+
+const std::string propertyList = R"(<?xml version="1.0" encoding="UTF-8"?>
+<!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
+<plist version="1.0">
+<dict>
+	<key>Label</key>
+	<string>com.halvercine.app.authhelper</string>
+	<key>Program</key>
+	<string>/Applications/A &amp; B.app/Contents/MacOS/halvercine-helper</string>
+	<key>AssociatedBundleIdentifiers</key>
+	<array>
+		<string>com.halvercine.app</string>
+	</array>
+	<key>MachServices</key>
+	<dict>
+		<key>com.halvercine.app.authhelper</key>
+		<true/>
+	</dict>
+	<key>RunAtLoad</key>
+	<false/>
+</dict>
+</plist>
+)";
+
+TEST(InstallScript, PropertyList) {
+  EXPECT_EQ(daemonPropertyList("/Applications/A & B.app/Contents/MacOS/halvercine-helper",
+                               "com.halvercine.app"),
+            propertyList);
+  EXPECT_EQ(daemonPropertyList("/Applications/A\nB", "com.halvercine.app"), std::nullopt);
+  EXPECT_EQ(daemonPropertyList("/Applications/\xFF", "com.halvercine.app"), std::nullopt);
+}
+
+TEST(InstallScript, Text) {
+  EXPECT_EQ(installScript("list"), R"(#!/bin/sh
+P="/Library/LaunchDaemons/com.halvercine.app.authhelper.plist"
+/bin/launchctl bootout system/com.halvercine.app.authhelper 2>/dev/null || true
+echo 'bGlzdA==' | /usr/bin/base64 -D > "$P" || exit 1
+/usr/sbin/chown root:wheel "$P" || exit 1
+/bin/chmod 644 "$P" || exit 1
+/bin/launchctl bootstrap system "$P" || { /bin/rm -f "$P"; exit 1; }
+)");
+}
+
+/// Runs what the administrator would run, with tools of its own in the place of the system's.
+class RealShell {
+ public:
+  RealShell() {
+    put("chown", "echo chown \"$1\" >> " + (folder_.path() / "calls").string());
+    put("base64", "exec /usr/bin/base64 -d");
+    tool("launchctl", 0);
+    std::ofstream(target()) << "the one before";
+  }
+
+  void tool(const std::string& name, int status) const {
+    put(name, "echo " + name + " \"$1\" >> " + (folder_.path() / "calls").string() + "\nexit " +
+                  std::to_string(status));
+  }
+
+  int run(const std::string& propertyList, const std::string& writtenInstead = "") const {
+    const auto script = withOwnTools(installScript(propertyList));
+    std::ofstream(folder_.path() / "script") << (writtenInstead.empty() ? script : writtenInstead);
+    const auto command = withOwnTools(
+        verifiedRun(script, (folder_.path() / "script").string(), privateFolder().string()));
+    return WEXITSTATUS(std::system(("{ " + command + "; } 2>/dev/null").c_str()));
+  }
+
+  std::string calls() const { return contentOf(folder_.path() / "calls"); }
+  fs::path target() const { return folder_.path() / "daemon.plist"; }
+  fs::path privateFolder() const { return folder_.path() / "private's"; }
+
+ private:
+  void put(const std::string& name, const std::string& text) const {
+    std::ofstream(folder_.path() / name) << "#!/bin/sh\n" << text << '\n';
+    ::chmod((folder_.path() / name).c_str(), 0755);
+  }
+
+  std::string withOwnTools(std::string text) const {
+    const auto own = folder_.path().string();
+    boost::replace_all(text, oneClickPropertyList, target().string());
+    boost::replace_all(text, "/usr/sbin/chown", own + "/chown");
+    boost::replace_all(text, "/usr/bin/base64 -D", own + "/base64");
+    boost::replace_all(text, "/bin/launchctl", own + "/launchctl");
+    return text;
+  }
+
+  tests::TemporaryFolder folder_;
+};
+
+TEST(InstallScript, RunsInARealShell) {
+  const RealShell shell;
+  EXPECT_EQ(shell.run(propertyList), 0);
+  EXPECT_EQ(contentOf(shell.target()), propertyList);
+  EXPECT_EQ(fs::status(shell.target()).permissions(), fs::perms(0644));
+  EXPECT_EQ(shell.calls(),
+            "chown root:wheel\nlaunchctl bootout\nchown root:wheel\nlaunchctl bootstrap\n");
+  EXPECT_FALSE(fs::exists(shell.privateFolder()));
+}
+
+TEST(InstallScript, ADaemonThatDoesNotStartIsNotLeftBehind) {
+  const RealShell shell;
+  shell.tool("launchctl", 5);
+  EXPECT_EQ(shell.run(propertyList), 1);
+  EXPECT_FALSE(fs::exists(shell.target()));
+  EXPECT_FALSE(fs::exists(shell.privateFolder()));
+}
+
+TEST(InstallScript, AnotherScriptIsNotRun) {
+  const RealShell shell;
+  EXPECT_EQ(shell.run(propertyList, "#!/bin/sh\ntouch " + shell.target().string() + ".owned\n"), 1);
+  EXPECT_FALSE(fs::exists(shell.target().string() + ".owned"));
+  EXPECT_EQ(contentOf(shell.target()), "the one before");
+  EXPECT_FALSE(fs::exists(shell.privateFolder()));
+}
+
+TEST(InstallScript, AFolderOfSomebodyElseIsNotUsed) {
+  const RealShell shell;
+  fs::create_directory(shell.privateFolder());
+  EXPECT_EQ(shell.run(propertyList), 1);
+  EXPECT_EQ(shell.calls(), "");
+  EXPECT_EQ(contentOf(shell.target()), "the one before");
+  EXPECT_TRUE(fs::exists(shell.privateFolder()));
+}
+
+std::string outcomeOf(const InstallOutcome& outcome) {
+  const base::Localization english(base::Language::en);
+  if (const auto* failed = std::get_if<InstallFailed>(&outcome)) return failed->reason.in(english);
+  return std::holds_alternative<InstallCancelled>(outcome) ? "cancelled" : "installed";
+}
+
+fs::path installedList(const HelperMachine& machine) {
+  return machine.platform.containers->systemPath(oneClickPropertyList);
+}
+
+std::vector<fs::path> temporaryFiles(const HelperMachine& machine) {
+  const auto folder = machine.platform.containers->systemPath("/Library/Caches");
+  std::error_code none;
+  return {fs::begin(fs::directory_iterator(folder, none)), fs::directory_iterator()};
+}
+
+TEST(OneClickInstall, Outcomes) {
+  const auto osascript = [](const std::string& members) {
+    return R"("tools": [{"tool": "osascript", )" + members + "}]";
+  };
+  const std::pair<std::string, std::string> cases[] = {
+      {"", "installed"},
+      {osascript(R"("status": 1, "errors": "0:54: execution error: User canceled. (-128)\n")"),
+       "cancelled"},
+      {osascript(
+           R"("status": 1, "errors": "0:54: execution error: 사용자가 취소했습니다. (-128)\n")"),
+       "cancelled"},
+      {osascript(R"("status": 1, "errors": "execution error: It failed. (-12800)\n")"),
+       "execution error: It failed. (-12800)"},
+      {osascript(R"("startError": "No such file")"), "osascript launch failed: No such file"},
+      {R"("tools": [{"tool": "launchctl", "match": ["bootstrap"], "status": 5, "errors": "5: Input/output error"}])",
+       "0:90: execution error: 5: Input/output error (1)"},
+      {R"("files": {"/Library/Caches": "in the way"})",
+       "write temp script failed: Not a directory"},
+      {R"("application": {"path": "/Users/a/Halvercine.app"})",
+       "one-click install requires app in /Applications (current: /Users/a/Halvercine.app)"},
+  };
+  for (const auto& [rest, expected] : cases) {
+    HelperMachine machine("", rest);
+    const auto outcome =
+        outcomeOf(tests::run(machine.actor, installWithOneClick(machine.platform, "Why \"this\"")));
+    EXPECT_EQ(outcome, expected);
+    const bool isDone = outcome == "installed";
+    EXPECT_EQ(fs::exists(installedList(machine)), isDone);
+    EXPECT_TRUE(temporaryFiles(machine).empty());
+    const bool hasFailed = !isDone && outcome != "cancelled";
+    EXPECT_EQ(machine.logged(),
+              hasFailed ? "[Helper] one-click install failed: " + expected + "\n" : "");
+  }
+}
+
+TEST(OneClickInstall, AScriptThatIsChangedWhileTheUserIsAskedDoesNotRun) {
+  HelperMachine machine("", R"("tools": [{"tool": "osascript", "seconds": 5}])");
+  std::optional<InstallOutcome> outcome;
+  const auto install = [&]() -> base::Task<void> {
+    outcome = co_await installWithOneClick(machine.platform, "");
+  };
+  base::TaskScope scope(machine.actor, *machine.platform.systemLog);
+  scope.spawn("installation", install());
+  machine.pass(1);
+  const auto files = temporaryFiles(machine);
+  ASSERT_EQ(files.size(), 1u);
+  EXPECT_EQ(fs::status(files[0]).permissions(), fs::perms(0600));
+  EXPECT_TRUE(files[0].filename().string().starts_with("halvercine-helper-install-"));
+  std::ofstream(files[0], std::ios::app) << "rm -rf /\n";
+  machine.pass(5);
+  ASSERT_TRUE(outcome);
+  EXPECT_THAT(outcomeOf(*outcome), testing::HasSubstr("changed before it ran"));
+  EXPECT_FALSE(fs::exists(installedList(machine)));
+}
+
+}  // namespace
+}  // namespace halvercine::helper

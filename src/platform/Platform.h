@@ -12,6 +12,7 @@
 #include "platform/MediaRegistry.h"
 #include "platform/Pasteboard.h"
 #include "platform/Processes.h"
+#include "platform/SecretStore.h"
 #include "platform/SystemInfo.h"
 #include "platform/SystemLog.h"
 #include "platform/ToolRunner.h"
@@ -34,6 +35,7 @@ struct Platform {
   std::unique_ptr<ToolRunner> toolRunner;
   std::unique_ptr<Pasteboard> pasteboard;
   std::unique_ptr<Processes> processes;
+  std::unique_ptr<SecretStore> secretStore;
   std::unique_ptr<AdministratorShell> administratorShell;
 };
 

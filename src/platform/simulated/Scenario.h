@@ -30,9 +30,11 @@ struct ScenarioSystem {
   bool diskArbitration = true;               ///< whether sessions can be made
   bool groupContainer = true;                ///< whether the shared container can be had
   bool checkTool = true;                     ///< whether the program comes with its check tool
+  bool keychain = true;                      ///< whether the keychain works
 };
 BOOST_DESCRIBE_STRUCT(ScenarioSystem, (),
-                      (macOS, bootSession, now, diskArbitration, groupContainer, checkTool))
+                      (macOS, bootSession, now, diskArbitration, groupContainer, checkTool,
+                       keychain))
 
 /// How a volume is mounted: what `statfs` and the volume's resource values say.
 struct ScenarioMount {
@@ -257,6 +259,16 @@ BOOST_DESCRIBE_STRUCT(ScenarioEvent, (),
                       (at, event, disk, silent, mount, report, isProtected, description, registry,
                        device, remove, process, pid, files, devices))
 
+/// An item of the keychain.
+struct ScenarioSecret {
+  static constexpr std::string_view requiredKeys[] = {"account", "value"};
+
+  std::string service = "com.halvercine.bitlocker";
+  std::string account;
+  std::string value;
+};
+BOOST_DESCRIBE_STRUCT(ScenarioSecret, (), (service, account, value))
+
 /// Files and (without a text) folders, by absolute path or below "~/".
 using ScenarioFiles = std::map<std::string, std::optional<std::string>>;
 
@@ -270,10 +282,12 @@ struct Scenario {
   std::vector<ScenarioProcess> processes;
   std::vector<ScenarioTool> tools;
   ScenarioFiles files;
+  std::vector<ScenarioSecret> keychain;
   std::vector<ScenarioEvent> timeline;
 };
 BOOST_DESCRIBE_STRUCT(Scenario, (),
-                      (format, description, system, devices, processes, tools, files, timeline))
+                      (format, description, system, devices, processes, tools, files, keychain,
+                       timeline))
 
 /// What is wrong with a scenario, in English, beginning with the place ("devices[1].volumes[0].…").
 /// It may quote the scenario's own text: clean it for display.

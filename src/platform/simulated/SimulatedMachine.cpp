@@ -38,6 +38,7 @@ SimulatedMachine::SimulatedMachine(base::MainActor& actor, std::shared_ptr<Clock
       sessions_(actor),
       folderWatches_(actor),
       container_(folders_, folderWatches_, scenario.system.groupContainer),
+      secrets_(scenario.keychain, scenario.system.keychain),
       bitLocker_(clock_, container_),
       toolScripts_(scenario.tools),
       hasCheckTool_(scenario.system.checkTool),

@@ -27,6 +27,7 @@
 #include "platform/simulated/SimulatedCheck.h"
 #include "platform/simulated/SimulatedFolders.h"
 #include "platform/simulated/SimulatedLog.h"
+#include "platform/simulated/SimulatedSecrets.h"
 #include "platform/simulated/ToolScripts.h"
 
 namespace halvercine::platform::simulated {
@@ -125,6 +126,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   base::MainActor& actor() { return actor_; }
   SimulatedLog& log() { return log_; }
   FolderWatches& folderWatches() { return folderWatches_; }
+  SimulatedSecrets& secrets() { return secrets_; }
   /// The text on the general pasteboard. Main actor.
   std::string& pasteboard() { return pasteboard_; }
 
@@ -161,6 +163,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   DiskSessions sessions_;
   FolderWatches folderWatches_;
   SharedContainer container_;
+  SimulatedSecrets secrets_;
   SimulatedBitLocker bitLocker_;
   ProcessTable processes_;
   ToolScripts toolScripts_;

@@ -67,6 +67,9 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   /// something else is mounted there.
   bool mount(const std::string& disk, const ScenarioMount& mount);
 
+  /// The system sees a file system of this kind where there was none: a volume was unlocked.
+  bool reveal(const std::string& disk, const std::string& kind);
+
   /// Unmounts a volume whether it is in use or not; its open files are lost.
   bool unmount(const std::string& disk);
 
@@ -119,6 +122,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   DiskSessions& sessions() { return sessions_; }
   FileSystemModule& module() { return module_; }
   SimulatedCheck& check() { return check_; }
+  SimulatedBitLocker& bitLocker() { return bitLocker_; }
   ProcessTable& processes() { return processes_; }
   const ProcessTable& processes() const { return processes_; }
   ToolScripts& toolScripts() { return toolScripts_; }
@@ -164,7 +168,6 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   FolderWatches folderWatches_;
   SharedContainer container_;
   SimulatedSecrets secrets_;
-  SimulatedBitLocker bitLocker_;
   ProcessTable processes_;
   ToolScripts toolScripts_;
   std::string pasteboard_;
@@ -182,6 +185,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
 
   FileSystemModule module_;  // these use all of the above
   SimulatedCheck check_;
+  SimulatedBitLocker bitLocker_;
 };
 
 }  // namespace halvercine::platform::simulated

@@ -62,6 +62,7 @@ class SimulatedContainers : public Containers {
   std::optional<std::filesystem::path> groupContainer(const std::string& group) override {
     // Whoever asks for the folder is about to put something there.
     machine_->check().lookSoon();
+    machine_->bitLocker().lookSoon();
     return machine_->groupContainer(group);
   }
   std::optional<std::filesystem::path> applicationSupport() override {

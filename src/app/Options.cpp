@@ -110,6 +110,11 @@ void addCommands(CLI::App& program, Options& options) {
                   "Check with the command-line tool, without the file-system module");
   check->add_flag("--yes", options.yes, "Repair without asking");
   check->add_flag("--copy", options.copy, "Copy the report to the clipboard too");
+  auto* unlock = add(Command::unlock, "Unlock a BitLocker volume");
+  addDisk(unlock, options);
+  unlock->add_flag("--recovery", options.recovery, "With the 48-digit recovery password");
+  unlock->add_flag("--remember", options.remember, "Keep the password in the keychain");
+  unlock->add_flag("--read-only", options.readOnly, "Mount it so that it cannot be changed");
   add(Command::version, "Show the version");
 }
 
@@ -161,6 +166,8 @@ std::string_view commandName(Command command) {
       return "log";
     case Command::check:
       return "check";
+    case Command::unlock:
+      return "unlock";
     case Command::version:
       return "version";
   }

@@ -25,6 +25,7 @@ enum class Command {
   drivers,
   check,
   log,
+  unlock,
   version
 };
 
@@ -42,7 +43,7 @@ struct Options {
   bool noColor = false;
   std::string disk;                ///< the DISK argument of commands that have one
   std::vector<std::string> paths;  ///< of `occupants`
-  bool readOnly = false;           ///< of `mount`
+  bool readOnly = false;           ///< of `mount` and `unlock`
   bool force = false;              ///< of `unmount` and `log export`
   LogAction logAction = LogAction::show;
   std::string file = "Tarnwel-operation-log.txt";  ///< of `log export`; "-" is standard output
@@ -50,6 +51,8 @@ struct Options {
   bool repair = false;            ///< of `check`
   bool copy = false;              ///< of `check`: the report goes to the clipboard too
   bool direct = false;            ///< of `check`: without the file-system module
+  bool recovery = false;          ///< of `unlock`: with the recovery password
+  bool remember = false;          ///< of `unlock`
   std::optional<double> seconds;  ///< of `watch` and `run`: how long; no end if absent
   bool fast = false;              ///< simulated time passes as fast as it can
 
@@ -57,7 +60,8 @@ struct Options {
   /// do.
   bool runsOnRealTime() const {
     const bool isFollowed =
-        command == Command::watch || command == Command::run || command == Command::check;
+        command == Command::watch || command == Command::run || command == Command::check ||
+        command == Command::unlock;
     return isFollowed && !fast;
   }
 };

@@ -19,11 +19,14 @@ BitLockerUnlock::BitLockerUnlock(UnlockContext context, disks::Disk disk,
 }
 
 void BitLockerUnlock::open() {
-  if (!key().empty()) submissionTask_.spawn("remembered BitLocker credential", fill());
+  if (key().empty()) return;
+  state_.isFilling = true;
+  submissionTask_.spawn("remembered BitLocker credential", fill());
 }
 
 base::Task<void> BitLockerUnlock::fill() {
   auto remembered = co_await keychain_.load(key());
+  state_.isFilling = false;
   // What the user has typed meanwhile stays.
   if (!remembered || state_.busy || !state_.password.empty() || !state_.recovery.empty()) co_return;
   if (remembered->method == unlock_method::password) {

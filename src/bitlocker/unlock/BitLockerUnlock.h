@@ -43,6 +43,7 @@ class BitLockerUnlock {
     bool showPassword = false;
     bool rememberCredential = false;
     bool mountReadOnly = false;
+    bool isFilling = false;                     ///< what is remembered is being looked for
     bool busy = false;                          ///< a submission is under way
     bool awaitingReplug = false;                ///< instead of the form: the disk is to be replugged
     bool isUnlocked = false;                    ///< the volume is unlocked and mounted

@@ -75,7 +75,8 @@ std::expected<base::Secret, Answer> ask(const CommandContext& context, const Dis
 std::expected<base::Secret, Answer> readCredential(const CommandContext& context,
                                                    const DiskView& view) {
   const bool asks = !context.options.json && platform::posix::canAskForSecret();
-  auto entered = asks ? ask(context, view) : platform::posix::readSecretLine();
+  auto entered = asks ? ask(context, view)
+                      : std::expected<base::Secret, Answer>(platform::posix::readSecretLine());
   if (!entered || entered->empty()) return entered;
   if (!base::isUtf8(entered->reveal())) {
     return std::unexpected(failure(context.options, ExitStatus::usage, "credential-unreadable",

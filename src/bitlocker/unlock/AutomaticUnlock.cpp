@@ -74,6 +74,7 @@ base::Task<void> AutomaticUnlock::tryToUnlock(disks::Disk disk,
     UnlockAttempt attempt(context_, disk, deviceId);
     if (attempt.isSameDevice() &&
         attempt.submit(remembered.method, remembered.credential.copy(), !now->mediaWritable)) {
+      remembered.credential = {};
       const std::function<void()> nothing;
       const auto result = co_await attempt.wait(nothing);
       attempt.withdraw();

@@ -130,6 +130,11 @@ void addCommands(CLI::App& program, Options& options) {
   check->add_flag("--copy", options.copy, "Copy the report to the clipboard too");
   addHelperActions(*add(Command::helper, "Show or change how the privileged helper is started"),
                    options);
+  auto* unlock = add(Command::unlock, "Unlock a BitLocker volume");
+  addDisk(unlock, options);
+  unlock->add_flag("--recovery", options.recovery, "With the 48-digit recovery password");
+  unlock->add_flag("--remember", options.remember, "Keep the password in the keychain");
+  unlock->add_flag("--read-only", options.readOnly, "Mount it so that it cannot be changed");
   add(Command::version, "Show the version");
 }
 
@@ -183,6 +188,8 @@ std::string_view commandName(Command command) {
       return "check";
     case Command::helper:
       return "helper";
+    case Command::unlock:
+      return "unlock";
     case Command::version:
       return "version";
   }

@@ -26,6 +26,7 @@ enum class Command {
   check,
   log,
   helper,
+  unlock,
   version
 };
 
@@ -46,7 +47,7 @@ struct Options {
   bool noColor = false;
   std::string disk;                ///< the DISK argument of commands that have one
   std::vector<std::string> paths;  ///< of `occupants`
-  bool readOnly = false;           ///< of `mount`
+  bool readOnly = false;           ///< of `mount` and `unlock`
   bool force = false;              ///< of `unmount` and `log export`
   LogAction logAction = LogAction::show;
   HelperAction helperAction = HelperAction::status;
@@ -55,6 +56,8 @@ struct Options {
   bool repair = false;            ///< of `check`
   bool copy = false;              ///< of `check`: the report goes to the clipboard too
   bool direct = false;            ///< of `check`: without the file-system module
+  bool recovery = false;          ///< of `unlock`: with the recovery password
+  bool remember = false;          ///< of `unlock`
   std::optional<double> seconds;  ///< of `watch` and `run`: how long; no end if absent
   bool fast = false;              ///< simulated time passes as fast as it can
 
@@ -62,7 +65,8 @@ struct Options {
   /// do.
   bool runsOnRealTime() const {
     const bool isFollowed =
-        command == Command::watch || command == Command::run || command == Command::check;
+        command == Command::watch || command == Command::run || command == Command::check ||
+        command == Command::unlock;
     return isFollowed && !fast;
   }
 };

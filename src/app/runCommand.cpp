@@ -8,9 +8,11 @@
 #include "app/commands.h"
 #include "app/helperText.h"
 #include "app/isoTime.h"
+#include "app/unlockContext.h"
 #include "base/Json.h"
 #include "base/Text.h"
 #include "base/spawn.h"
+#include "bitlocker/unlock/AutomaticUnlock.h"
 #include "check/CheckMailbox.h"
 #include "disks/DiskUtilityText.h"
 #include "helper/HelperRegistration.h"
@@ -104,6 +106,42 @@ base::Task<void> registerHelper(const CommandContext& context,
   }
 }
 
+using UnlockEvent = bitlocker::AutomaticUnlock::Event;
+using UnlockKind = bitlocker::AutomaticUnlock::EventKind;
+
+std::string whatHappened(const CommandContext& context, const UnlockEvent& event) {
+  switch (event.kind) {
+    case UnlockKind::unlocked:
+      return context.text("ui.unlock.auto.unlocked");
+    case UnlockKind::failed:
+      return context.text("ui.unlock.auto.failed",
+                          {context.text(bitlocker::unlockMessageKey(event.code))});
+    case UnlockKind::rejected:
+      return context.text("ui.unlock.auto.rejected");
+    case UnlockKind::notTransferred:
+      return context.text("ui.unlock.auto.nottransferred");
+  }
+  return "";
+}
+
+std::string lineFor(const CommandContext& context, const UnlockEvent& event) {
+  const auto& disk = event.disk;
+  const auto time = isoTime(context.platform.clock->now());
+  const auto message = whatHappened(context, event);
+  if (!context.options.json) {
+    return fmt::format("{}  {}  {}  {}\n", time, disk.id, base::displayText(disk.name), message);
+  }
+  const bool isUnlocked = event.kind == UnlockKind::unlocked;
+  boost::json::object line{{"format", jsonFormat},
+                           {"event", isUnlocked ? "unlocked" : "unlockFailed"},
+                           {"time", time},
+                           {"disk", disk.id},
+                           {"name", disk.name},
+                           {"message", message}};
+  if (!event.code.empty()) line["code"] = event.code;
+  return base::repairedUtf8(base::serializeJson(line)) + '\n';
+}
+
 base::Task<void> finish(mount::AutomaticTakeover& takeover, bool& isFinished) {
   co_await takeover.finish();
   isFinished = true;
@@ -159,6 +197,11 @@ Answer runCommand(const CommandContext& context, Machine& machine) {
   takeover.happened.connect([&](const TakeoverEvent& event) {
     lifetime.print(context.options.json ? jsonLine(context, event) : textLine(context, event));
   });
+  bitlocker::AutomaticUnlock unlock(unlockContext(parts), [&](const disks::Disk& disk) {
+    return isUnsafeToUnlock(context.platform, disk);
+  });
+  unlock.happened.connect(
+      [&](const UnlockEvent& event) { lifetime.print(lineFor(context, event)); });
   parts.monitor.disksChanged.connect([&] { parts.registry.forgetMounted(parts.monitor.disks()); });
   check::CheckMailbox::sweepAbandoned(*context.platform.containers);
   if (!parts.monitor.start()) return arbitrationFailure(context);
@@ -169,6 +212,7 @@ Answer runCommand(const CommandContext& context, Machine& machine) {
   base::TaskScope registrations(machine.actor(), *context.platform.systemLog);
   registrations.spawn("registration of the helper",
                       registerHelper(context, registration, lifetime));
+  unlock.start();
   const auto status = lifetime.run();
   finish(parts, takeover, registrations, lifetime);
   return {status, "", ""};

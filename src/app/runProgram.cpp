@@ -49,6 +49,8 @@ Answer runOn(Machine& machine, const Options& options) {
       return checkCommand(context, machine);
     case Command::helper:
       return helperCommand(context, machine);
+    case Command::unlock:
+      return unlockCommand(context, machine);
     case Command::version:
       break;
   }

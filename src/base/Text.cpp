@@ -186,6 +186,24 @@ std::vector<std::string_view> unbreakablePieces(std::string_view text) {
   return pieces;
 }
 
+bool isDecimalDigit(utf8proc_int32_t codePoint) {
+  return codePoint >= 0 && utf8proc_category(codePoint) == UTF8PROC_CATEGORY_ND;
+}
+
+/// Unicode keeps the ten digits of a script together, from zero to nine, and sets of digits that
+/// touch each other do so at their ends.
+int digitValue(utf8proc_int32_t codePoint) {
+  auto first = codePoint;
+  while (isDecimalDigit(first - 1)) --first;
+  return (codePoint - first) % 10;
+}
+
+bool isOtherNumber(utf8proc_int32_t codePoint) {
+  if (codePoint < 0) return false;
+  const auto category = utf8proc_category(codePoint);
+  return category == UTF8PROC_CATEGORY_NL || category == UTF8PROC_CATEGORY_NO;
+}
+
 }  // namespace
 
 std::string_view trimmed(std::string_view text) {
@@ -316,6 +334,16 @@ std::string composed(std::string_view text) {
   const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owner(result, &std::free);
   if (length < 0) return std::string(text);
   return {reinterpret_cast<const char*>(result), static_cast<std::size_t>(length)};
+}
+
+void forEachNumber(std::string_view text, const std::function<void(std::optional<int>)>& take) {
+  forEachCodePoint(text, [&](utf8proc_int32_t codePoint, std::string_view) {
+    if (isDecimalDigit(codePoint)) {
+      take(digitValue(codePoint));
+    } else if (isOtherNumber(codePoint)) {
+      take(std::nullopt);
+    }
+  });
 }
 
 }  // namespace halvercine::base

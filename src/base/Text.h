@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,5 +46,9 @@ std::vector<std::string_view> wrapped(std::string_view text, std::size_t columns
 /// Canonically composed (NFC) form, for comparing names that two systems decompose differently.
 /// Invalid UTF-8 comes back unchanged.
 std::string composed(std::string_view text);
+
+/// Calls `take` for each character that is a number, in order: with its value for a decimal digit of
+/// any script, with nothing for every other number ("②", "Ⅷ", "½").
+void forEachNumber(std::string_view text, const std::function<void(std::optional<int>)>& take);
 
 }  // namespace halvercine::base

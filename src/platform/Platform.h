@@ -15,6 +15,7 @@
 #include "platform/MediaRegistry.h"
 #include "platform/Pasteboard.h"
 #include "platform/Processes.h"
+#include "platform/SecretStore.h"
 #include "platform/SystemInfo.h"
 #include "platform/SystemLog.h"
 #include "platform/ToolRunner.h"
@@ -37,6 +38,7 @@ struct Platform {
   std::unique_ptr<ToolRunner> toolRunner;
   std::unique_ptr<Pasteboard> pasteboard;
   std::unique_ptr<Processes> processes;
+  std::unique_ptr<SecretStore> secretStore;
   std::unique_ptr<AdministratorShell> administratorShell;
   std::unique_ptr<ApplicationBundle> applicationBundle;
   std::unique_ptr<DaemonServices> daemonServices;

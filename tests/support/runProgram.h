@@ -19,13 +19,20 @@ struct ProgramRun {
 };
 
 /// Runs the program with these arguments, its standard output going to `outputPath` if that is
-/// given. The language is English unless the arguments say otherwise.
-inline ProgramRun runProgram(std::vector<std::string> arguments, const char* outputPath = nullptr) {
+/// given, and `input` coming from a pipe if there is any. The language is English unless the arguments say otherwise.
+inline ProgramRun runProgram(std::vector<std::string> arguments, const char* outputPath = nullptr,
+                             const std::string& input = "") {
+  std::array<int, 2> pipe{-1, -1};
+  if (!input.empty()) {
+    if (::pipe(pipe.data()) != 0) return {};
+    [[maybe_unused]] const auto written = ::write(pipe[1], input.data(), input.size());
+    ::close(pipe[1]);
+  }
   std::FILE* const output = outputPath ? std::fopen(outputPath, "r+") : std::tmpfile();
   std::FILE* const errors = std::tmpfile();
   const pid_t child = ::fork();
   if (child == 0) {
-    ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
+    ::dup2(pipe[0] >= 0 ? pipe[0] : ::open("/dev/null", O_RDONLY), STDIN_FILENO);
     ::dup2(::fileno(output), STDOUT_FILENO);
     ::dup2(::fileno(errors), STDERR_FILENO);
     ::setenv("LC_ALL", "C.UTF-8", 1);
@@ -35,6 +42,7 @@ inline ProgramRun runProgram(std::vector<std::string> arguments, const char* out
     ::execv(words.front(), words.data());
     std::_Exit(127);
   }
+  if (pipe[0] >= 0) ::close(pipe[0]);
   ProgramRun run;
   int status = 0;
   ::waitpid(child, &status, 0);

@@ -10,6 +10,7 @@
 #include "platform/linux/LinuxMediaRegistry.h"
 #include "platform/linux/LinuxPasteboard.h"
 #include "platform/linux/LinuxProcesses.h"
+#include "platform/linux/LinuxSecretStore.h"
 #include "platform/linux/LinuxSystemInfo.h"
 #include "platform/linux/NoHelper.h"
 #include "platform/linux/PolkitAdministratorShell.h"
@@ -43,7 +44,10 @@ Platform makeLinuxPlatform(base::MainActor& actor) {
   platform.fileSystems = std::make_unique<LinuxFileSystems>(storage);
   platform.mediaRegistry = std::make_unique<LinuxMediaRegistry>(storage);
   platform.diskArbitration = std::make_unique<LinuxDiskArbitration>(actor, storage);
-  if (const auto support = platform.containers->applicationSupport()) {
+  const auto support = platform.containers->applicationSupport();
+  platform.secretStore = std::make_unique<LinuxSecretStore>(
+      support ? std::optional(*support / "Halvercine" / "Secrets") : std::nullopt);
+  if (support) {
     platform.userDefaults =
         std::make_unique<posix::JsonUserDefaults>(*support / "halvercine" / "defaults.json");
   }

@@ -15,9 +15,10 @@ bool isIgnored(int signal) {
 }  // namespace
 
 TerminationSignals::TerminationSignals(base::MainActor& actor, std::function<void(int)> asked,
-                                       Hangup hangup)
+                                       Hangup hangup, Quit quit)
     : signals_(actor.context(), SIGINT, SIGTERM), asked_(std::move(asked)) {
   if (hangup == Hangup::taken && !isIgnored(SIGHUP)) signals_.add(SIGHUP);
+  if (quit == Quit::taken && !isIgnored(SIGQUIT)) signals_.add(SIGQUIT);
   wait();
 }
 

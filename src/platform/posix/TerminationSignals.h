@@ -17,8 +17,11 @@ class TerminationSignals {
   /// to ignore it.
   enum class Hangup { left, taken };
 
+  /// Whether SIGQUIT, which otherwise ends the process with a core file, is taken too.
+  enum class Quit { left, taken };
+
   TerminationSignals(base::MainActor& actor, std::function<void(int signal)> asked,
-                     Hangup hangup = Hangup::left);
+                     Hangup hangup = Hangup::left, Quit quit = Quit::left);
 
  private:
   void wait();

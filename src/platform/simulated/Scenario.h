@@ -31,9 +31,11 @@ struct ScenarioSystem {
   bool diskArbitration = true;               ///< whether sessions can be made
   bool groupContainer = true;                ///< whether the shared container can be had
   bool checkTool = true;                     ///< whether the program comes with its check tool
+  bool keychain = true;                      ///< whether the keychain works
 };
 BOOST_DESCRIBE_STRUCT(ScenarioSystem, (),
-                      (macOS, bootSession, now, diskArbitration, groupContainer, checkTool))
+                      (macOS, bootSession, now, diskArbitration, groupContainer, checkTool,
+                       keychain))
 
 /// How a volume is mounted: what `statfs` and the volume's resource values say.
 struct ScenarioMount {
@@ -80,6 +82,23 @@ struct ScenarioModule {
 };
 BOOST_DESCRIBE_STRUCT(ScenarioModule, (), (driver, mounts, refreshSeconds, reportDelay, diesAfter))
 
+/// How the file-system module behaves when it is asked to unlock a volume.
+struct ScenarioUnlock {
+  bool takes = true;                 ///< takes requests at all
+  double takeAfter = 0.1;            ///< seconds from seeing a request to taking it
+  double answerAfter = 0.4;          ///< from taking it to the answer
+  std::optional<std::string> state;  ///< of every answer, whatever the credential
+  std::optional<std::string> code;   ///< the result code of every failure
+  bool echoes = true;                ///< the answer has the request's identifier
+  bool strangersAnswer = false;      ///< the failure of another request comes first
+  std::string kind = "ntfs";         ///< the file system inside
+  bool mounts = true;                ///< the volume is mounted when it is unlocked
+  double mountAfter = 0.5;           ///< seconds from the answer to that
+};
+BOOST_DESCRIBE_STRUCT(ScenarioUnlock, (),
+                      (takes, takeAfter, answerAfter, state, code, echoes, strangersAnswer, kind,
+                       mounts, mountAfter))
+
 /// The module's record of a BitLocker volume.
 struct ScenarioBitLocker {
   std::optional<std::string> guid;
@@ -93,11 +112,14 @@ struct ScenarioBitLocker {
   std::optional<std::uint32_t> encryptionMethod;
   std::optional<std::string> errorMessage;
   std::optional<bool> usedSpaceOnly;
+  std::optional<std::string> password;  ///< that opens it
+  std::optional<std::string> recovery;  ///< the recovery password, its digits count
+  ScenarioUnlock unlock;
 };
 BOOST_DESCRIBE_STRUCT(ScenarioBitLocker, (),
                       (guid, label, state, hasPasswordProtector, hasRecoveryProtector, hasClearKey,
                        hasStartupKeyProtector, tpmOnly, encryptionMethod, errorMessage,
-                       usedSpaceOnly))
+                       usedSpaceOnly, password, recovery, unlock))
 
 /// One finding of the check tool.
 struct ScenarioIssue {
@@ -258,6 +280,16 @@ BOOST_DESCRIBE_STRUCT(ScenarioEvent, (),
                       (at, event, disk, silent, mount, report, isProtected, description, registry,
                        device, remove, process, pid, files, devices))
 
+/// An item of the keychain.
+struct ScenarioSecret {
+  static constexpr std::string_view requiredKeys[] = {"account", "value"};
+
+  std::string service = "com.halvercine.bitlocker";
+  std::string account;
+  std::string value;
+};
+BOOST_DESCRIBE_STRUCT(ScenarioSecret, (), (service, account, value))
+
 /// Files and (without a text) folders, by absolute path or below "~/".
 using ScenarioFiles = std::map<std::string, std::optional<std::string>>;
 
@@ -273,11 +305,12 @@ struct Scenario {
   std::vector<ScenarioProcess> processes;
   std::vector<ScenarioTool> tools;
   ScenarioFiles files;
+  std::vector<ScenarioSecret> keychain;
   std::vector<ScenarioEvent> timeline;
 };
 BOOST_DESCRIBE_STRUCT(Scenario, (),
                       (format, description, system, application, helper, devices, processes, tools,
-                       files, timeline))
+                       files, keychain, timeline))
 
 /// What is wrong with a scenario, in English, beginning with the place ("devices[1].volumes[0].…").
 /// It may quote the scenario's own text: clean it for display.

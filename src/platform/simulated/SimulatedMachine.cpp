@@ -38,7 +38,7 @@ SimulatedMachine::SimulatedMachine(base::MainActor& actor, std::shared_ptr<Clock
       sessions_(actor),
       folderWatches_(actor),
       container_(folders_, folderWatches_, scenario.system.groupContainer),
-      bitLocker_(clock_, container_),
+      secrets_(scenario.keychain, scenario.system.keychain),
       toolScripts_(scenario.tools),
       helper_(folders_, clock_, scenario.helper),
       application_(scenario.application),
@@ -46,7 +46,8 @@ SimulatedMachine::SimulatedMachine(base::MainActor& actor, std::shared_ptr<Clock
       arbitrationAvailable_(scenario.system.diskArbitration),
       bootSession_(scenario.system.bootSession),
       module_(*this, clock_),
-      check_(*this, clock_, container_) {
+      check_(*this, clock_, container_),
+      bitLocker_(*this, clock_, container_) {
   if (!folders_.create(scenario.files)) {
     log_.write(LogLevel::error, "simulation: not all files could be made");
   }
@@ -91,6 +92,15 @@ bool SimulatedMachine::mount(const std::string& disk, const ScenarioMount& mount
   const std::lock_guard lock(mutex_);
   auto* media = find(disk);
   if (!media || !mounts_.mount(media->definition, mount)) return false;
+  refresh(*media);
+  return true;
+}
+
+bool SimulatedMachine::reveal(const std::string& disk, const std::string& kind) {
+  const std::lock_guard lock(mutex_);
+  auto* media = find(disk);
+  if (!media || media->definition.kind) return false;
+  media->definition.kind = kind;
   refresh(*media);
   return true;
 }

@@ -28,6 +28,7 @@
 #include "platform/simulated/SimulatedFolders.h"
 #include "platform/simulated/SimulatedHelper.h"
 #include "platform/simulated/SimulatedLog.h"
+#include "platform/simulated/SimulatedSecrets.h"
 #include "platform/simulated/ToolScripts.h"
 
 namespace halvercine::platform::simulated {
@@ -66,6 +67,9 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   /// Mounts a volume; where, is for the system to say when `path` is absent. False also when
   /// something else is mounted there.
   bool mount(const std::string& disk, const ScenarioMount& mount);
+
+  /// The system sees a file system of this kind where there was none: a volume was unlocked.
+  bool reveal(const std::string& disk, const std::string& kind);
 
   /// Unmounts a volume whether it is in use or not; its open files are lost.
   bool unmount(const std::string& disk);
@@ -120,6 +124,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   DiskSessions& sessions() { return sessions_; }
   FileSystemModule& module() { return module_; }
   SimulatedCheck& check() { return check_; }
+  SimulatedBitLocker& bitLocker() { return bitLocker_; }
   ProcessTable& processes() { return processes_; }
   const ProcessTable& processes() const { return processes_; }
   ToolScripts& toolScripts() { return toolScripts_; }
@@ -128,6 +133,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   base::MainActor& actor() { return actor_; }
   SimulatedLog& log() { return log_; }
   FolderWatches& folderWatches() { return folderWatches_; }
+  SimulatedSecrets& secrets() { return secrets_; }
   /// The text on the general pasteboard. Main actor.
   std::string& pasteboard() { return pasteboard_; }
 
@@ -164,7 +170,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   DiskSessions sessions_;
   FolderWatches folderWatches_;
   SharedContainer container_;
-  SimulatedBitLocker bitLocker_;
+  SimulatedSecrets secrets_;
   ProcessTable processes_;
   ToolScripts toolScripts_;
   SimulatedHelper helper_;
@@ -184,6 +190,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
 
   FileSystemModule module_;  // these use all of the above
   SimulatedCheck check_;
+  SimulatedBitLocker bitLocker_;
 };
 
 }  // namespace halvercine::platform::simulated

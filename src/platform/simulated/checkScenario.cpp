@@ -72,8 +72,14 @@ Fault checkCheck(const ScenarioCheck& check, const std::string& place) {
 
 /// The key becomes a file name.
 Fault checkBitLocker(const ScenarioBitLocker& bitLocker, const std::string& place) {
-  if (!bitLocker.guid || base::isPlainFileName(*bitLocker.guid)) return std::nullopt;
-  return fault(below(place, "guid"), "cannot be part of a file name");
+  if (bitLocker.guid && !base::isPlainFileName(*bitLocker.guid)) {
+    return fault(below(place, "guid"), "cannot be part of a file name");
+  }
+  const auto& unlock = bitLocker.unlock;
+  const auto there = below(place, "unlock");
+  if (auto found = checkSeconds(unlock.takeAfter, below(there, "takeAfter"))) return found;
+  if (auto found = checkSeconds(unlock.answerAfter, below(there, "answerAfter"))) return found;
+  return checkSeconds(unlock.mountAfter, below(there, "mountAfter"));
 }
 
 /// More findings than this are no report that anybody could keep.

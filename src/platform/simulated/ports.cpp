@@ -62,6 +62,7 @@ class SimulatedContainers : public Containers {
   std::optional<std::filesystem::path> groupContainer(const std::string& group) override {
     // Whoever asks for the folder is about to put something there.
     machine_->check().lookSoon();
+    machine_->bitLocker().lookSoon();
     return machine_->groupContainer(group);
   }
   std::optional<std::filesystem::path> applicationSupport() override {
@@ -255,6 +256,29 @@ class SimulatedApplicationBundle : public ApplicationBundle {
   Machine machine_;
 };
 
+class SimulatedSecretStore : public SecretStore {
+ public:
+  explicit SimulatedSecretStore(Machine machine) : machine_(std::move(machine)) {}
+
+  bool add(const std::string& service, const std::string& account,
+           std::string_view value) override {
+    return machine_->secrets().add(service, account, value);
+  }
+  bool copyMatching(const std::string& service, const std::string& account,
+                    const std::function<void(std::string_view)>& take) override {
+    return machine_->secrets().copyMatching(service, account, take);
+  }
+  bool remove(const std::string& service, const std::string& account) override {
+    return machine_->secrets().remove(service, account);
+  }
+  bool removeAll(const std::string& service) override {
+    return machine_->secrets().removeAll(service);
+  }
+
+ private:
+  Machine machine_;
+};
+
 std::unique_ptr<UserDefaults> makeUserDefaults(const SimulatedMachine& machine) {
   const auto& folders = machine.folders();
   const auto home = folders.home().value_or(folders.systemPath("/Users/simulated"));
@@ -277,6 +301,7 @@ Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
   platform.diskArbitration = std::make_unique<SimulatedDiskArbitration>(machine);
   platform.directoryWatcher = std::make_unique<SimulatedDirectoryWatcher>(machine);
   platform.processes = std::make_unique<SimulatedProcesses>(machine);
+  platform.secretStore = std::make_unique<SimulatedSecretStore>(machine);
   platform.toolRunner = std::make_unique<SimulatedToolRunner>(machine, clock);
   platform.pasteboard = std::make_unique<SimulatedPasteboard>(machine);
   platform.administratorShell = std::make_unique<posix::OsascriptAdministratorShell>(

@@ -1,6 +1,7 @@
 #include "platform/AdministratorShellContract.h"
 #include "platform/DirectoryWatchContract.h"
 #include "platform/PortContracts.h"
+#include "platform/SecretStoreContract.h"
 #include "platform/ToolRunnerContract.h"
 #include "platform/simulated/SimulatedMac.h"
 #include "support/ScenarioBuilder.h"
@@ -20,6 +21,9 @@ class SimulatedMachineUnderTest {
   platform::ToolInvocation printingTool() const { return diskutil("disk4s1"); }
   platform::ToolInvocation failingTool() const { return diskutil("disk99"); }
   platform::ToolInvocation endlessTool() const { return diskutil("disk4"); }
+  platform::SecretStore* secretStore() { return platform_.secretStore.get(); }
+  std::string whyUnavailable() const { return ""; }
+
   void settle() { mac_.advance(std::chrono::hours(1)); }
 
   std::filesystem::path watchedFolder() const {
@@ -60,6 +64,7 @@ INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, PortContracts, SimulatedMachineUnde
 INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, ToolRunnerContract, SimulatedMachineUnderTest);
 INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, AdministratorShellContract, SimulatedMachineUnderTest);
 INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, DirectoryWatchContract, SimulatedMachineUnderTest);
+INSTANTIATE_TYPED_TEST_SUITE_P(SimulatedMac, SecretStoreContract, SimulatedMachineUnderTest);
 
 }  // namespace
 }  // namespace halvercine::tests

@@ -1,0 +1,92 @@
+#include "app/readCredential.h"
+
+#include <csignal>
+#include <string>
+
+#include <boost/json/array.hpp>
+
+#include "app/Terminal.h"
+#include "base/Text.h"
+#include "bitlocker/unlock/RecoveryEntry.h"
+#include "platform/posix/SecretPrompt.h"
+
+namespace halvercine::app {
+namespace {
+
+using bitlocker::RecoveryEntry;
+
+std::string inOneLine(const CommandContext& context,
+                      const std::vector<base::LocalizedText>& texts) {
+  std::string line;
+  for (const auto& text : texts) {
+    if (!line.empty()) line += ' ';
+    line += text.in(context.localization);
+  }
+  return line;
+}
+
+/// What is known of a recovery password while it is typed.
+std::string recoveryHint(const CommandContext& context, std::string_view text) {
+  const RecoveryEntry entry(text);
+  if (text.empty()) return context.text("bitlocker.recovery.placeholder");
+  if (entry.isValid()) return context.text("ui.unlock.recovery.complete");
+  return inOneLine(context, entry.faults());
+}
+
+Answer interrupted(const CommandContext& context, int signal) {
+  return failure(context.options,
+                 signal == SIGHUP ? ExitStatus::hungUp : ExitStatus::interrupted, "interrupted",
+                 context.text("ui.interrupt.done"));
+}
+
+Answer invalidRecovery(const CommandContext& context, const RecoveryEntry& entry) {
+  boost::json::array groups;
+  for (const auto group : entry.wrongGroups()) groups.emplace_back(group);
+  return failure(context.options, ExitStatus::usage, "bitlocker.recovery.invalid",
+                 context.text("bitlocker.recovery.invalid") + ' ' +
+                     inOneLine(context, entry.faults()),
+                 {{"digits", entry.size()}, {"wrongGroups", std::move(groups)}});
+}
+
+std::expected<base::Secret, Answer> ask(const CommandContext& context, const DiskView& view) {
+  const bool isRecovery = context.options.recovery;
+  const bool canRedraw = Terminal::forErrors(context.options.noColor).redraws();
+  const auto prompt =
+      context.text(isRecovery ? "ui.unlock.ask.recovery" : "ui.unlock.ask.password",
+                   {base::displayText(view.disk.name)}) +
+      ' ';
+  const auto hint = [&](std::string_view text) {
+    return isRecovery ? recoveryHint(context, text) : std::string();
+  };
+  if (isRecovery) writeDiagnostic(context.text("bitlocker.recovery.help"));
+  for (;;) {
+    auto entered = platform::posix::askForSecret(prompt, canRedraw, hint);
+    if (!entered) return std::unexpected(interrupted(context, entered.error()));
+    if (entered->empty() || !isRecovery) return std::move(*entered);
+    const RecoveryEntry entry(entered->reveal());
+    if (entry.isValid()) return std::move(*entered);
+    writeDiagnostic(context.text("bitlocker.recovery.invalid") + ' ' +
+                    inOneLine(context, entry.faults()));
+  }
+}
+
+}  // namespace
+
+std::expected<base::Secret, Answer> readCredential(const CommandContext& context,
+                                                   const DiskView& view) {
+  const bool asks = !context.options.json && platform::posix::canAskForSecret();
+  auto entered = asks ? ask(context, view)
+                      : std::expected<base::Secret, Answer>(platform::posix::readSecretLine());
+  if (!entered || entered->empty()) return entered;
+  if (!base::isUtf8(entered->reveal())) {
+    return std::unexpected(failure(context.options, ExitStatus::usage, "credential-unreadable",
+                                   context.text("ui.unlock.unreadable")));
+  }
+  const RecoveryEntry entry(context.options.recovery ? entered->reveal() : "");
+  if (context.options.recovery && !entry.isValid()) {
+    return std::unexpected(invalidRecovery(context, entry));
+  }
+  return entered;
+}
+
+}  // namespace halvercine::app

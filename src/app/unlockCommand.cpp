@@ -1,0 +1,128 @@
+#include <optional>
+#include <utility>
+
+#include "app/DiskSelector.h"
+#include "app/TakeoverParts.h"
+#include "app/UnlockAttendance.h"
+#include "app/commands.h"
+#include "app/readCredential.h"
+#include "app/selectionFailure.h"
+#include "app/unlockContext.h"
+#include "base/Text.h"
+#include "bitlocker/unlock/BitLockerUnlock.h"
+#include "platform/posix/SecretPrompt.h"
+
+namespace halvercine::app {
+namespace {
+
+using bitlocker::BitLockerUnlock;
+
+Answer success(const CommandContext& context, const std::string& bsdName, bool wasSoBefore) {
+  const auto views = viewDisks(context);
+  if (!views) return views.error();
+  const auto found = selectDisk(*views, bsdName);
+  if (!found) return selectionFailure(context, found.error());
+  const auto& disk = (*found)->disk;
+  if (context.options.json) {
+    return jsonAnswer(context.options, {{"disk", (*found)->toJson(context.localization)},
+                                        {"nothingToDo", wasSoBefore}});
+  }
+  const auto access = context.text(disk.isWritable ? "ui.access.readwrite" : "ui.access.readonly");
+  return {ExitStatus::done,
+          context.text(wasSoBefore ? "ui.unlock.already" : "ui.unlock.done",
+                       {base::displayText(disk.name), base::displayText(disk.mountPath.value_or("")),
+                        access}) +
+              '\n',
+          ""};
+}
+
+/// Why the volume cannot be unlocked whatever is entered, if that is known.
+std::optional<Answer> refusal(const CommandContext& context, const disks::Disk& disk) {
+  const auto refuse = [&](std::string_view id, const std::string& message) {
+    return failure(context.options, ExitStatus::failed, id, message);
+  };
+  const auto name = base::displayText(disk.name);
+  if (!disk.bitLocker) return refuse("not-bitlocker", context.text("ui.unlock.notbitlocker", {name}));
+  if (disk.isMounted) return success(context, disk.id, true);
+  if (disk.bitLocker->isUnlocked() && disk.isNtfs()) {
+    return refuse("not-locked", context.text("ui.unlock.notlocked", {name, disk.id}));
+  }
+  if (!disk.bitLocker->tpmOnly) return std::nullopt;
+  return refuse("bitlocker.tpmonly.message", context.text("bitlocker.unsupported.title") + ". " +
+                                                 context.text("bitlocker.tpmonly.message"));
+}
+
+Answer failed(const CommandContext& context, const BitLockerUnlock::State& state) {
+  if (state.awaitingReplug) {
+    return failure(context.options, ExitStatus::failed, "bitlocker.replug.message",
+                   context.text("bitlocker.replug.message"));
+  }
+  const auto key = state.errorText.value_or("bitlocker.error.generic");
+  const bool isBusy = state.resultCode == bitlocker::unlock_code::diskBusy;
+  return failure(context.options, isBusy ? ExitStatus::busy : ExitStatus::failed, key,
+                 context.text(key), {{"code", base::repairedUtf8(state.resultCode)}});
+}
+
+Answer endOf(const CommandContext& context, UnlockAttendance::End end,
+             const BitLockerUnlock::State& state) {
+  switch (end) {
+    case UnlockAttendance::End::over:
+      break;
+    case UnlockAttendance::End::interrupted:
+    case UnlockAttendance::End::hungUp:
+      return failure(context.options,
+                     end == UnlockAttendance::End::hungUp ? ExitStatus::hungUp
+                                                          : ExitStatus::interrupted,
+                     "interrupted", context.text("ui.unlock.interrupted"));
+  }
+  return state.isUnlocked ? success(context, state.disk.id, false) : failed(context, state);
+}
+
+/// Puts what was entered into the form.
+void enter(BitLockerUnlock& unlock, const Options& options, base::Secret entered) {
+  if (options.recovery) {
+    unlock.selectMethod(BitLockerUnlock::Method::recovery);
+    unlock.enterRecovery(entered.reveal());
+  } else {
+    unlock.enterPassword(std::move(entered));
+  }
+}
+
+bool isEmpty(const BitLockerUnlock::State& state) {
+  return state.password.empty() && state.recovery.empty();
+}
+
+}  // namespace
+
+Answer unlockCommand(const CommandContext& context, Machine& machine) {
+  platform::posix::keepOutOfCoreFiles();
+  const auto views = viewDisks(context);
+  if (!views) return views.error();
+  const auto selected = selectDisk(*views, context.options.disk);
+  if (!selected) return selectionFailure(context, selected.error());
+  const auto& view = **selected;
+  if (auto refused = refusal(context, view.disk)) return std::move(*refused);
+  auto entered = readCredential(context, view);
+  if (!entered) return std::move(entered.error());
+
+  TakeoverParts parts(context, machine);
+  if (!parts.monitor.start()) return arbitrationFailure(context);
+  BitLockerUnlock unlock(unlockContext(parts), view.disk, view.deviceId);
+  UnlockAttendance attendance(context, machine, unlock);
+  unlock.setMountReadOnly(context.options.readOnly);
+  if (entered->empty()) {
+    if (const auto end = attendance.fill(); end != UnlockAttendance::End::over) {
+      return endOf(context, end, unlock.state());
+    }
+  } else {
+    enter(unlock, context.options, std::move(*entered));
+  }
+  if (isEmpty(unlock.state())) {
+    return failure(context.options, ExitStatus::usage, "no-credential",
+                   context.text("ui.unlock.nocredential"));
+  }
+  if (context.options.remember) unlock.setRememberCredential(true);
+  return endOf(context, attendance.submit(), unlock.state());
+}
+
+}  // namespace halvercine::app

@@ -1,0 +1,182 @@
+#include "platform/linux/SecretServiceStore.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <thread>
+
+#include "platform/linux/SecretServiceLibrary.h"
+
+namespace halvercine::platform::gnulinux {
+namespace {
+
+constexpr std::chrono::seconds limit{SecretStore::limitSeconds};
+
+/// How items are told from those of other programs; the keyring shows the texts to the user.
+const SecretSchema schema = {"com.halvercine.GenericPassword",
+                             SECRET_SCHEMA_NONE,
+                             {{"service", SECRET_SCHEMA_ATTRIBUTE_STRING},
+                              {"account", SECRET_SCHEMA_ATTRIBUTE_STRING},
+                              {nullptr, SECRET_SCHEMA_ATTRIBUTE_STRING}},
+                             0,
+                             nullptr,
+                             nullptr,
+                             nullptr,
+                             nullptr,
+                             nullptr,
+                             nullptr,
+                             nullptr};
+
+}  // namespace
+
+/// One exchange with the service: alone, and cancelled when it takes too long.
+class SecretServiceStore::Call {
+ public:
+  explicit Call(std::timed_mutex& mutex)
+      : lock_(mutex, limit), library_(lock_ ? SecretServiceLibrary::get() : nullptr) {
+    if (!library_) return;
+    cancellable_ = library_->makeCancellable();
+    watchdog_ = std::jthread([this](const std::stop_token& stop) { watch(stop); });
+    service_ = library_->getService(SECRET_SERVICE_OPEN_SESSION, cancellable_, &error_);
+    if (!service_) return;
+    // The end of the session is no reason to end this program.
+    library_->setExitOnClose(library_->connectionOf(reinterpret_cast<GDBusProxy*>(service_)), FALSE);
+  }
+  ~Call() {
+    if (!library_) return;
+    if (error_) library_->freeError(error_);
+    if (service_) library_->releaseObject(service_);
+    // The next call finds a service that was started anew meanwhile.
+    library_->disconnect();
+    watchdog_.request_stop();
+    watchdog_.join();
+    library_->releaseObject(cancellable_);
+  }
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+
+  bool reachesService() const { return service_ != nullptr; }
+
+  bool store(GHashTable* attributes, const std::string& label, std::string_view value) {
+    // The library keeps values in memory that is locked and wiped.
+    auto* const copy = library_->makeValue(value.data(), static_cast<gssize>(value.size()),
+                                           "application/octet-stream");
+    const bool isStored =
+        library_->store(service_, &schema, attributes, SECRET_COLLECTION_DEFAULT, label.c_str(),
+                        copy, cancellable_, &error_) == TRUE;
+    library_->releaseValue(copy);
+    return isStored;
+  }
+
+  /// Whether there is an item; its value goes to `take`, if that is given, when it can be read.
+  bool search(GHashTable* attributes, const std::function<void(std::string_view)>& take) {
+    const auto flags = take ? SECRET_SEARCH_LOAD_SECRETS : SECRET_SEARCH_NONE;
+    auto* const items =
+        library_->search(service_, &schema, attributes, flags, cancellable_, &error_);
+    bool isFound = false;
+    for (auto* item = items; item; item = item->next) {
+      if (!isFound) isFound = !take || handOver(static_cast<SecretItem*>(item->data), take);
+      library_->releaseObject(item->data);
+    }
+    library_->freeList(items);
+    return isFound;
+  }
+
+  bool clear(GHashTable* attributes) {
+    return library_->clear(service_, &schema, attributes, cancellable_, &error_) == TRUE;
+  }
+
+  const SecretServiceLibrary& library() const { return *library_; }
+
+ private:
+  bool handOver(SecretItem* item, const std::function<void(std::string_view)>& take) const {
+    auto* const value = library_->itemSecret(item);
+    if (!value) return false;
+    gsize size = 0;
+    const char* const bytes = library_->valueBytes(value, &size);
+    take({bytes, size});
+    library_->releaseValue(value);
+    return true;
+  }
+
+  void watch(const std::stop_token& stop) {
+    std::mutex mutex;
+    std::unique_lock lock(mutex);
+    std::condition_variable_any ended;
+    if (!ended.wait_for(lock, stop, limit, [] { return false; }) && !stop.stop_requested()) {
+      library_->cancel(cancellable_);
+    }
+  }
+
+  std::unique_lock<std::timed_mutex> lock_;
+  const SecretServiceLibrary* library_;
+  GCancellable* cancellable_ = nullptr;
+  GError* error_ = nullptr;
+  SecretService* service_ = nullptr;
+  std::jthread watchdog_;
+};
+
+namespace {
+
+/// The attributes that an item is found by. The texts outlive them.
+class Attributes {
+ public:
+  Attributes(const SecretServiceLibrary& library, const std::string& service,
+             const std::string* account)
+      : library_(library), table_(library.makeTable(library.hashText, library.equalTexts)) {
+    add("service", service);
+    if (account) add("account", *account);
+  }
+  ~Attributes() { library_.releaseTable(table_); }
+  Attributes(const Attributes&) = delete;
+  Attributes& operator=(const Attributes&) = delete;
+
+  GHashTable* get() const { return table_; }
+
+ private:
+  void add(const char* name, const std::string& value) {
+    library_.insert(table_, const_cast<char*>(name), const_cast<char*>(value.c_str()));
+  }
+
+  const SecretServiceLibrary& library_;
+  GHashTable* table_;
+};
+
+}  // namespace
+
+SecretServiceStore::SecretServiceStore() = default;
+SecretServiceStore::~SecretServiceStore() = default;
+
+bool SecretServiceStore::isAvailable() { return Call(mutex_).reachesService(); }
+
+bool SecretServiceStore::add(const std::string& service, const std::string& account,
+                             std::string_view value) {
+  Call call(mutex_);
+  if (!call.reachesService()) return false;
+  const Attributes attributes(call.library(), service, &account);
+  if (call.search(attributes.get(), nullptr)) return false;
+  return call.store(attributes.get(), service + " " + account, value);
+}
+
+bool SecretServiceStore::copyMatching(const std::string& service, const std::string& account,
+                                      const std::function<void(std::string_view value)>& take) {
+  Call call(mutex_);
+  if (!call.reachesService()) return false;
+  const Attributes attributes(call.library(), service, &account);
+  return call.search(attributes.get(), take);
+}
+
+bool SecretServiceStore::remove(const std::string& service, const std::string& account) {
+  return clear(service, account);
+}
+
+bool SecretServiceStore::removeAll(const std::string& service) { return clear(service, {}); }
+
+bool SecretServiceStore::clear(const std::string& service,
+                               const std::optional<std::string>& account) {
+  Call call(mutex_);
+  if (!call.reachesService()) return false;
+  const Attributes attributes(call.library(), service, account ? &*account : nullptr);
+  return call.clear(attributes.get());
+}
+
+}  // namespace halvercine::platform::gnulinux

@@ -1,0 +1,39 @@
+// The keyring of the desktop, through the Secret Service of the session bus.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "platform/SecretStore.h"
+
+namespace halvercine::platform::gnulinux {
+
+/// Uses libsecret when this computer has it, from the first call on: most commands need no secrets,
+/// and loading it takes longer than they do. Values travel encrypted over the bus. Reading asks
+/// nobody: an item of a locked keyring cannot be read. Writing lets the desktop ask the user to
+/// unlock the keyring.
+class SecretServiceStore : public SecretStore {
+ public:
+  SecretServiceStore();
+  ~SecretServiceStore() override;
+
+  /// Whether there is a service to talk to. Like every other call, not for the main actor.
+  bool isAvailable();
+
+  bool add(const std::string& service, const std::string& account, std::string_view value) override;
+  bool copyMatching(const std::string& service, const std::string& account,
+                    const std::function<void(std::string_view value)>& take) override;
+  bool remove(const std::string& service, const std::string& account) override;
+  bool removeAll(const std::string& service) override;
+
+ private:
+  class Call;
+
+  bool clear(const std::string& service, const std::optional<std::string>& account);
+
+  std::timed_mutex mutex_;  // one call at a time: the library keeps one connection for all
+};
+
+}  // namespace halvercine::platform::gnulinux

@@ -1,0 +1,219 @@
+#include "platform/posix/SecretPrompt.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <poll.h>
+#include <sys/resource.h>
+#include <termios.h>
+#include <unistd.h>
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
+
+namespace halvercine::platform::posix {
+namespace {
+
+// Far above any password.
+constexpr std::size_t lineLimit = std::size_t{64} * 1024;
+
+constexpr std::array<int, 5> caught{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP};
+
+// For the signal handler, which may use nothing else.
+volatile std::sig_atomic_t lastSignal = 0;  // NOLINT(*-avoid-non-const-global-variables)
+
+void note(int signal) { lastSignal = signal; }
+
+/// The terminal without echo, and the signals that would leave it so, while it lives.
+class QuietTerminal {
+ public:
+  QuietTerminal() {
+    sigemptyset(&blocked_);
+    for (const int signal : caught) sigaddset(&blocked_, signal);
+    ::tcgetattr(STDIN_FILENO, &usual_);
+    enter();
+  }
+  ~QuietTerminal() { leave(); }
+  QuietTerminal(const QuietTerminal&) = delete;
+  QuietTerminal& operator=(const QuietTerminal&) = delete;
+
+  const termios& usual() const { return usual_; }
+
+  /// Waits for input. The signal that came instead, or 0. They are let through nowhere else.
+  int wait() const {
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+#ifdef __linux__
+    while (lastSignal == 0 && ::ppoll(&input, 1, nullptr, &before_) < 0 && errno == EINTR) {
+    }
+#else
+    ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    // A signal that comes just here is seen after half a second.
+    constexpr int patience = 500;
+    while (lastSignal == 0 && ::poll(&input, 1, patience) <= 0) {
+    }
+    ::pthread_sigmask(SIG_BLOCK, &blocked_, nullptr);
+#endif
+    return lastSignal;
+  }
+
+  /// Suspends the process, and goes on when it is continued.
+  void suspend() {
+    leave();
+    ::raise(SIGTSTP);
+    enter();
+  }
+
+ private:
+  void enter() {
+    lastSignal = 0;
+    ::pthread_sigmask(SIG_BLOCK, &blocked_, &before_);
+    struct sigaction action {};
+    action.sa_handler = note;
+    sigemptyset(&action.sa_mask);
+    for (std::size_t i = 0; i < caught.size(); ++i) {
+      ::sigaction(caught[i], nullptr, &handlers_[i]);
+      // What the program was started to ignore stays ignored.
+      if (handlers_[i].sa_handler != SIG_IGN) ::sigaction(caught[i], &action, nullptr);
+    }
+    auto quiet = usual_;
+    quiet.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    quiet.c_cc[VMIN] = 1;
+    quiet.c_cc[VTIME] = 0;
+    ::tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
+  }
+
+  void leave() {
+    ::tcsetattr(STDIN_FILENO, TCSANOW, &usual_);
+    for (std::size_t i = 0; i < caught.size(); ++i) ::sigaction(caught[i], &handlers_[i], nullptr);
+    ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+
+  termios usual_{};
+  sigset_t blocked_{};
+  sigset_t before_{};
+  std::array<struct sigaction, caught.size()> handlers_{};
+};
+
+/// The line while it is typed.
+class Line {
+ public:
+  explicit Line(const termios& mode) : mode_(mode) {
+    text_.reserve(lineLimit);  // a text that grows leaves copies of itself behind
+  }
+  ~Line() { base::wipe(text_); }
+  Line(const Line&) = delete;
+  Line& operator=(const Line&) = delete;
+
+  /// Takes a byte; true when the line is complete.
+  bool take(char byte) {
+    if (skipsSequence(byte)) return false;
+    const auto is = [&](std::size_t function) {
+      return static_cast<cc_t>(byte) == mode_.c_cc[function];
+    };
+    if (byte == '\n' || byte == '\r' || is(VEOF)) return true;
+    if (is(VERASE) || byte == '\b' || byte == 0x7F) {
+      eraseCharacter();
+    } else if (is(VKILL)) {
+      while (!text_.empty()) eraseCharacter();
+    } else if (static_cast<unsigned char>(byte) >= 0x20 && text_.size() < lineLimit) {
+      text_ += byte;
+    }
+    return false;
+  }
+
+  std::string_view text() const { return text_; }
+  base::Secret release() { return base::Secret::takenFrom(text_); }
+
+ private:
+  /// Arrow keys and the like come as an escape character and some others, which are no text.
+  bool skipsSequence(char byte) {
+    constexpr char escape = 0x1B;
+    if (byte == escape) {
+      sequence_ = Sequence::begun;
+      return true;
+    }
+    if (sequence_ == Sequence::begun) {
+      sequence_ = byte == '[' || byte == 'O' ? Sequence::inside : Sequence::none;
+      return sequence_ == Sequence::inside;
+    }
+    if (sequence_ == Sequence::none) return false;
+    if (byte >= '@' && byte <= '~') sequence_ = Sequence::none;
+    return true;
+  }
+
+  void eraseCharacter() {
+    bool isRest = true;
+    while (!text_.empty() && isRest) {
+      isRest = (static_cast<unsigned char>(text_.back()) & 0xC0U) == 0x80U;
+      text_.back() = '\0';
+      text_.pop_back();
+    }
+  }
+
+  enum class Sequence { none, begun, inside };
+
+  const termios& mode_;
+  std::string text_;
+  Sequence sequence_ = Sequence::none;
+};
+
+void show(const std::string& text) {
+  // What cannot be shown is no reason not to go on.
+  [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
+}  // namespace
+
+bool canAskForSecret() { return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1; }
+
+std::expected<base::Secret, int> askForSecret(
+    const std::string& prompt, bool canRedraw,
+    const std::function<std::string(std::string_view)>& hint) {
+  QuietTerminal terminal;
+  Line line(terminal.usual());
+  const auto draw = [&] {
+    if (canRedraw) show("\r\x1B[K" + prompt + (hint ? hint(line.text()) : ""));
+  };
+  if (!canRedraw) show(prompt);
+  for (bool isComplete = false; !isComplete;) {
+    draw();
+    if (const int signal = terminal.wait(); signal == SIGTSTP) {
+      terminal.suspend();
+      continue;
+    } else if (signal != 0) {
+      show("\n");
+      return std::unexpected(signal);
+    }
+    char byte = 0;
+    if (::read(STDIN_FILENO, &byte, 1) != 1) return std::unexpected(SIGHUP);
+    isComplete = line.take(byte);
+  }
+  show("\n");
+  return line.release();
+}
+
+base::Secret readSecretLine() {
+  std::string line;
+  line.reserve(lineLimit);
+  char byte = 0;
+  while (line.size() < lineLimit) {
+    const auto got = ::read(STDIN_FILENO, &byte, 1);
+    if (got < 0 && errno == EINTR) continue;
+    if (got != 1 || byte == '\n') break;
+    line += byte;
+  }
+  byte = 0;
+  if (line.ends_with('\r')) line.pop_back();
+  return base::Secret::takenFrom(line);
+}
+
+void keepOutOfCoreFiles() {
+  const rlimit none{0, 0};
+  ::setrlimit(RLIMIT_CORE, &none);
+#ifdef __linux__
+  // The limit does not hold for programs that the kernel hands core files to.
+  ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
+#endif
+}
+
+}  // namespace halvercine::platform::posix

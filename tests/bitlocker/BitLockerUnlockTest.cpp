@@ -1,0 +1,294 @@
+#include "bitlocker/unlock/BitLockerUnlock.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include "bitlocker/UnlockFixture.h"
+
+namespace halvercine::bitlocker {
+namespace {
+
+using base::Secret;
+using Method = BitLockerUnlock::Method;
+
+struct BitLockerUnlockTest : testing::Test, tests::UnlockFixture {
+  /// The dialog of a volume with a password in it.
+  BitLockerUnlock& dialog(const std::string& bsdName, std::string_view password) {
+    unlock = std::make_unique<BitLockerUnlock>(context(), disk(bsdName), monitor.deviceId(bsdName));
+    unlock->enterPassword(Secret(password));
+    key = disk(bsdName).bitLocker->guid;
+    return *unlock;
+  }
+  const BitLockerUnlock::State& state() const { return unlock->state(); }
+
+  /// The module's answer to the present request, with these differences.
+  Status answer(std::string newState) {
+    auto status = mailbox.readStatus(key).value();
+    status.timestamp = now();
+    status.state = std::move(newState);
+    status.requestID = state().requestID;
+    status.ejected.reset();
+    return status;
+  }
+  bool hasRequest() const { return std::filesystem::exists(*mailbox.requestURL(key)); }
+
+  std::unique_ptr<BitLockerUnlock> unlock;
+  std::string key;
+};
+
+TEST_F(BitLockerUnlockTest, UnlocksAndClosesAMomentLater) {
+  auto& model = dialog("disk4s2", "correct horse");  // answers after 12 s, is mounted 3 s later
+  model.setRememberCredential(true);
+  model.submit();
+  const auto first = state().requestID;
+  model.submit();
+  EXPECT_EQ(state().requestID, first) << "one submission at a time";
+  EXPECT_EQ(state().originalMediaID, disk("disk4s2").mediaID);
+  pass(11);
+  EXPECT_TRUE(state().busy);
+  EXPECT_EQ(state().stageKey, "bitlocker.ux.verifying");
+  pass(3);
+  EXPECT_EQ(state().stageKey, "bitlocker.ux.mounting");
+  EXPECT_FALSE(state().isUnlocked);
+  for (int waited = 0; !state().isUnlocked && waited < 40; ++waited) pass(0.05);
+  EXPECT_TRUE(state().isUnlocked);
+  EXPECT_FALSE(state().isClosed);
+  pass(0.31);
+  EXPECT_TRUE(state().isClosed);
+  EXPECT_TRUE(state().password.empty()) << "nothing is kept that is not needed any more";
+  EXPECT_TRUE(disk("disk4s2").isMounted);
+  EXPECT_EQ(remembered(key), "correct horse");
+  EXPECT_FALSE(hasRequest());
+}
+
+TEST_F(BitLockerUnlockTest, ForgetsWhatIsNotToBeRemembered) {
+  auto& model = dialog("disk4s3", "remembered horse");
+  EXPECT_EQ(remembered(key), "remembered horse");
+  model.submit();
+  pass(5);
+  EXPECT_TRUE(state().isUnlocked);
+  EXPECT_EQ(remembered(key), "none");
+}
+
+TEST_F(BitLockerUnlockTest, FillsTheFormWithWhatIsRememberedUnlessSomethingWasTyped) {
+  dialog("disk4s4", "").open();
+  pass(0.1);
+  EXPECT_EQ(state().password.reveal(), "old horse");
+  EXPECT_TRUE(state().rememberCredential);
+  auto& typing = dialog("disk4s4", "");
+  typing.open();
+  typing.enterPassword(Secret("typed"));
+  pass(0.1);
+  EXPECT_EQ(state().password.reveal(), "typed");
+}
+
+TEST_F(BitLockerUnlockTest, ARequestHasWhatWasEnteredAndIsPrivate) {
+  auto& model = dialog("disk6s1", "pass\"word");
+  model.submit();
+  pass(1);
+  struct stat status {};
+  ASSERT_EQ(::lstat(mailbox.requestURL(key)->c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0600u);
+  auto request = mailbox.pendingRequest(key).value();
+  EXPECT_EQ(request.method, "password");
+  EXPECT_EQ(request.credential.reveal(), "pass\"word");
+  EXPECT_EQ(request.readOnly, std::nullopt);
+  EXPECT_EQ(request.requestID, state().requestID);
+  model.close();
+  EXPECT_FALSE(hasRequest());
+
+  auto& recovery = dialog("disk6s1", "");
+  recovery.selectMethod(Method::recovery);
+  recovery.setMountReadOnly(true);
+  recovery.enterRecovery("123453530112077011 660143 366663 000572 219989 46666");
+  recovery.submit();
+  EXPECT_FALSE(state().busy);
+  EXPECT_EQ(state().errorText, "bitlocker.recovery.invalid");
+  recovery.enterRecovery("123453530112077011 660143 366663 000572 219989 466664");
+  recovery.submit();
+  pass(1);
+  request = mailbox.pendingRequest(key).value();
+  EXPECT_EQ(request.method, "recovery");
+  EXPECT_EQ(request.credential.reveal(), "123453-530112-077011-660143-366663-000572-219989-466664");
+  EXPECT_EQ(request.readOnly, true);
+}
+
+TEST_F(BitLockerUnlockTest, NobodyAnswersFor25Seconds) {
+  auto& model = dialog("disk6s1", "anything");
+  model.submit();
+  pass(24.9);
+  EXPECT_TRUE(state().busy);
+  EXPECT_TRUE(hasRequest());
+  pass(0.2);
+  EXPECT_FALSE(state().busy);
+  EXPECT_EQ(state().resultCode, "timeout");
+  EXPECT_FALSE(hasRequest());
+  model.submit();
+  EXPECT_TRUE(state().busy) << "it can be tried again";
+  EXPECT_EQ(state().errorText, std::nullopt);
+}
+
+TEST_F(BitLockerUnlockTest, OnlyTheAnswerToThisRequestCounts) {
+  dialog("disk6s1", "anything").submit();
+  pass(1);
+  std::vector<Status> others(5, answer("unlockFailed"));
+  others[0].timestamp = state().submitTime - 0.001;
+  others[1].requestID = "another";
+  others[2].requestID.reset();  // may be an older one
+  others[3].state = "locked";
+  others[4].requestID = "another";
+  others[4].state = "unlocked";
+  for (const auto& other : others) {
+    writeStatus(other);
+    pass(1);
+    EXPECT_TRUE(state().busy);
+    EXPECT_EQ(state().stageKey, "bitlocker.ux.verifying");
+  }
+  auto success = answer("unlocked");
+  success.requestID.reset();
+  writeStatus(success);
+  pass(0.001);
+  EXPECT_EQ(state().stageKey, "bitlocker.ux.mounting") << "seen before the next poll";
+  auto failure = answer("error");
+  failure.errorMessage = "badMetadata";
+  writeStatus(failure);
+  pass(0.001);
+  EXPECT_EQ(state().errorText, "bitlocker.error.metadata");
+}
+
+TEST_F(BitLockerUnlockTest, WithdrawsItsOwnRequestOnEveryWayOutAndNoOther) {
+  const UnlockRequest newer{"password", Secret("newer"), std::nullopt, "newer"};
+  const std::function<void()> waysOut[] = {
+      [&] { unlock->close(); },
+      [&] { unlock.reset(); },
+      [&] { pass(30); },
+      [&] { writeStatus(answer("unlockFailed")), pass(1); },
+      [&] { mac.machine().mount("disk6s1", {}), pass(3); },
+  };
+  for (const auto& wayOut : waysOut) {
+    dialog("disk6s1", "anything").submit();
+    pass(1);
+    ASSERT_TRUE(hasRequest());
+    wayOut();
+    EXPECT_FALSE(hasRequest());
+    mac.machine().unmount("disk6s1");
+    monitor.refresh();
+    if (!monitor.find("disk6s1") || !disk("disk6s1").bitLocker) break;
+
+    dialog("disk6s1", "anything").submit();
+    pass(1);
+    ASSERT_TRUE(mailbox.writeRequest(key, newer));
+    wayOut();
+    EXPECT_EQ(mailbox.pendingRequest(key).value().requestID, "newer");
+    mailbox.removeRequest(key);
+    mac.machine().unmount("disk6s1");
+    monitor.refresh();
+  }
+}
+
+TEST_F(BitLockerUnlockTest, AnotherDeviceGetsNoCredential) {
+  auto& model = dialog("disk7s1", "correct horse");
+  pass(5);  // the device has been replaced while the user was typing
+  model.submit();
+  pass(0.1);
+  EXPECT_EQ(state().resultCode, "deviceChanged");
+  EXPECT_FALSE(hasRequest());
+}
+
+TEST_F(BitLockerUnlockTest, ADeviceThatIsReplacedWhileWaitingIsNotTheOne) {
+  auto& model = dialog("disk7s1", "correct horse");
+  model.submit();
+  pass(3.9);
+  EXPECT_TRUE(state().busy);
+  pass(0.2);
+  EXPECT_EQ(state().resultCode, "deviceChanged");
+  EXPECT_EQ(state().errorText, "format.changed");
+  EXPECT_FALSE(hasRequest());
+}
+
+TEST_F(BitLockerUnlockTest, ADiskThatWasPulledIsToBePluggedInAgain) {
+  auto& model = dialog("disk8s1", "correct horse");
+  model.submit();
+  pass(5);
+  EXPECT_TRUE(state().awaitingReplug);
+  EXPECT_FALSE(state().busy);
+  EXPECT_EQ(state().errorText, std::nullopt);
+  model.submit();
+  EXPECT_FALSE(state().busy) << "there is no form now";
+  mac.machine().plug("disk8");
+  pass(1);
+  EXPECT_FALSE(state().awaitingReplug);
+  model.submit();
+  EXPECT_TRUE(state().busy);
+}
+
+TEST_F(BitLockerUnlockTest, ABusyDiskOrAMissingMailboxEndIt) {
+  auto& model = dialog("disk4s1", "correct horse");
+  usedDisk = "disk4s1";
+  model.submit();
+  pass(0.1);
+  EXPECT_EQ(state().resultCode, "diskBusy");
+  usedDisk.clear();
+  monitor.beginDestructiveOperation();
+  model.submit();
+  pass(0.1);
+  EXPECT_EQ(state().resultCode, "diskBusy");
+  monitor.endDestructiveOperation();
+  mac.machine().setGroupContainerAvailable(false);
+  model.submit();
+  pass(0.1);
+  EXPECT_EQ(state().resultCode, "mailboxUnavailable");
+  mac.machine().setGroupContainerAvailable(true);
+  model.submit();
+  pass(3);
+  EXPECT_TRUE(state().isUnlocked);
+}
+
+TEST_F(BitLockerUnlockTest, AnUnlockedVolumeIsMountedWhenTheSystemDoesNot) {
+  dialog("disk6s3", "anything").submit();
+  pass(10);
+  EXPECT_TRUE(state().isUnlocked);
+  dialog("disk6s4", "anything").submit();
+  pass(10);
+  EXPECT_EQ(state().errorText, "bitlocker.ux.mount.failed");
+  EXPECT_EQ(state().resultCode,
+            "BitLocker mount failed (Refused): "
+            "Volume on disk6s4 failed to mount: the driver is not there");
+  EXPECT_EQ(log, std::vector<std::string>{"unlock: " + state().resultCode});
+  dialog("disk6s2", "anything").submit();
+  pass(24);
+  EXPECT_TRUE(state().busy);
+  pass(2);
+  EXPECT_EQ(state().resultCode, "mountNotConfirmed");
+}
+
+TEST(UnlockResultTest, EveryCodeHasItsMessage) {
+  const std::pair<std::string_view, std::string_view> rows[] = {
+      {"mailboxUnavailable", "bitlocker.ux.mailbox.failed"},
+      {"diskBusy", "bitlocker.ux.disk.busy"},
+      {"deviceChanged", "format.changed"},
+      {"mountNotConfirmed", "bitlocker.ux.mount.failed"},
+      {"BitLocker mount failed (X): timeout", "bitlocker.ux.mount.failed"},
+      {"wrongCredential", "bitlocker.error.wrong"},
+      {"timeout", "bitlocker.error.timeout"},
+      {"tpmOnly", "bitlocker.tpmonly.message"},
+      {"noUsableProtector", "bitlocker.error.noprotector"},
+      {"unsupportedPartialVolume", "bitlocker.error.unsupported.partial"},
+      {"unsupportedFileSystem:exfat", "bitlocker.error.unsupported.fs.exfat"},
+      {"unsupportedFileSystem:fat32", "bitlocker.error.unsupported.fs.fat"},
+      {"unsupportedFileSystem", "bitlocker.error.unsupported.fs.fat"},
+      {"unsupportedEncryptionMethod", "bitlocker.error.unsupported.method"},
+      {"badMetadata", "bitlocker.error.metadata"},
+      {"", "bitlocker.error.generic"},
+      {"wrongcredential", "bitlocker.error.generic"},
+      {"timeout ", "bitlocker.error.generic"},
+  };
+  for (const auto& [code, key] : rows) EXPECT_EQ(unlockMessageKey(code), key) << code;
+}
+
+}  // namespace
+}  // namespace halvercine::bitlocker

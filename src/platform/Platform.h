@@ -12,10 +12,13 @@
 #include "platform/MediaRegistry.h"
 #include "platform/Pasteboard.h"
 #include "platform/Processes.h"
+#include "platform/SleepAssertion.h"
 #include "platform/SystemInfo.h"
 #include "platform/SystemLog.h"
 #include "platform/ToolRunner.h"
+#include "platform/UncachedFiles.h"
 #include "platform/UserDefaults.h"
+#include "platform/WorkerThreads.h"
 
 namespace halvercine::platform {
 
@@ -35,6 +38,9 @@ struct Platform {
   std::unique_ptr<Pasteboard> pasteboard;
   std::unique_ptr<Processes> processes;
   std::unique_ptr<AdministratorShell> administratorShell;
+  std::unique_ptr<SleepAssertions> sleepAssertions;
+  std::unique_ptr<UncachedFiles> uncachedFiles;
+  std::unique_ptr<WorkerThreads> workerThreads;
 };
 
 }  // namespace halvercine::platform

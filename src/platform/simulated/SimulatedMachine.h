@@ -27,6 +27,7 @@
 #include "platform/simulated/SimulatedCheck.h"
 #include "platform/simulated/SimulatedFolders.h"
 #include "platform/simulated/SimulatedLog.h"
+#include "platform/simulated/SimulatedStorage.h"
 #include "platform/simulated/ToolScripts.h"
 
 namespace halvercine::platform::simulated {
@@ -100,8 +101,12 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   }
   const SimulatedFolders& folders() const { return folders_; }
   bool hasCheckTool() const { return hasCheckTool_; }
+  bool onBattery() const { return onBattery_; }
+  ThermalState thermalState() const { return thermal_; }
 
   std::optional<MediaView> look(const std::string& disk) const;
+  /// The volume that is mounted at `path` or above it.
+  std::optional<MediaView> lookAtPath(const std::string& path) const;
   std::optional<PropertyDictionary> describe(const std::string& disk) const;
   std::optional<FileSystemStatistics> statistics(const std::string& path) const;
   VolumeResourceValues resourceValues(const std::string& path) const;
@@ -125,6 +130,9 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   base::MainActor& actor() { return actor_; }
   SimulatedLog& log() { return log_; }
   FolderWatches& folderWatches() { return folderWatches_; }
+  SimulatedStorage& storage() { return *storage_; }
+  /// How many power assertions are held. Main actor.
+  int& sleepAssertions() { return sleepAssertions_; }
   /// The text on the general pasteboard. Main actor.
   std::string& pasteboard() { return pasteboard_; }
 
@@ -166,6 +174,9 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   ToolScripts toolScripts_;
   std::string pasteboard_;
   const bool hasCheckTool_;
+  const bool onBattery_;
+  const ThermalState thermal_;
+  int sleepAssertions_ = 0;
   bool callbacksLost_ = false;
   std::atomic<bool> arbitrationAvailable_;
 
@@ -179,6 +190,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
 
   FileSystemModule module_;  // these use all of the above
   SimulatedCheck check_;
+  std::shared_ptr<SimulatedStorage> storage_;
 };
 
 }  // namespace halvercine::platform::simulated

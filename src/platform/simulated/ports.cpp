@@ -4,7 +4,9 @@
 
 #include "platform/posix/JsonUserDefaults.h"
 #include "platform/posix/OsascriptAdministratorShell.h"
+#include "platform/posix/PosixWorkerThreads.h"
 #include "platform/simulated/SimulatedToolRunner.h"
+#include "platform/simulated/VirtualWorkerThreads.h"
 #include "platform/simulated/runCheckTool.h"
 
 namespace halvercine::platform::simulated {
@@ -50,6 +52,8 @@ class SimulatedSystemInfo : public SystemInfo {
 
   std::optional<WallTime> bootTime() override { return machine_->bootTime(); }
   std::optional<SystemVersion> macOSVersion() override { return machine_->macOSVersion(); }
+  bool onBattery() override { return machine_->onBattery(); }
+  std::optional<ThermalState> thermalState() override { return machine_->thermalState(); }
 
  private:
   Machine machine_;
@@ -220,6 +224,53 @@ class SimulatedProcesses : public Processes {
   Machine machine_;
 };
 
+class SimulatedAssertion : public SleepAssertion {
+ public:
+  explicit SimulatedAssertion(Machine machine) : machine_(std::move(machine)) {
+    ++machine_->sleepAssertions();
+  }
+  ~SimulatedAssertion() override { --machine_->sleepAssertions(); }
+
+ private:
+  Machine machine_;
+};
+
+class SimulatedSleepAssertions : public SleepAssertions {
+ public:
+  explicit SimulatedSleepAssertions(Machine machine) : machine_(std::move(machine)) {}
+
+  std::unique_ptr<SleepAssertion> take(const std::string&, const std::string&) override {
+    return std::make_unique<SimulatedAssertion>(machine_);
+  }
+
+ private:
+  Machine machine_;
+};
+
+class SimulatedUncachedFiles : public UncachedFiles {
+ public:
+  explicit SimulatedUncachedFiles(Machine machine) : machine_(std::move(machine)) {}
+
+  std::expected<std::unique_ptr<UncachedFile>, int> create(const std::string& folder,
+                                                           const std::string& name) override {
+    return machine_->storage().create(folder, name);
+  }
+  void removeAbandoned(const std::string&, const std::string&) override {
+    // Who is killed here takes the machine with it: nothing is ever left behind.
+  }
+
+ private:
+  Machine machine_;
+};
+
+std::unique_ptr<WorkerThreads> makeWorkerThreads(SimulatedMachine& machine,
+                                                 const std::shared_ptr<Clock>& clock) {
+  if (auto virtualClock = std::dynamic_pointer_cast<base::VirtualClock>(clock)) {
+    return std::make_unique<VirtualWorkerThreads>(machine.actor(), std::move(virtualClock));
+  }
+  return std::make_unique<posix::PosixWorkerThreads>(machine.actor());
+}
+
 std::unique_ptr<UserDefaults> makeUserDefaults(const SimulatedMachine& machine) {
   const auto& folders = machine.folders();
   const auto home = folders.home().value_or(folders.systemPath("/Users/simulated"));
@@ -246,6 +297,9 @@ Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
   platform.pasteboard = std::make_unique<SimulatedPasteboard>(machine);
   platform.administratorShell = std::make_unique<posix::OsascriptAdministratorShell>(
       machine->actor(), *platform.clock, *platform.toolRunner);
+  platform.sleepAssertions = std::make_unique<SimulatedSleepAssertions>(machine);
+  platform.uncachedFiles = std::make_unique<SimulatedUncachedFiles>(machine);
+  platform.workerThreads = makeWorkerThreads(*machine, clock);
   return platform;
 }
 

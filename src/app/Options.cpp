@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <sstream>
 #include <vector>
 
@@ -69,6 +70,27 @@ void addLogActions(CLI::App& log, Options& options) {
       ->add_flag("--yes", options.yes, "Do not ask");
 }
 
+void addSpeedTest(CLI::App& command, Options& options) {
+  using speedtest::SpeedSizeTier;
+  static const std::map<std::string, SpeedSizeTier> tiers{
+      {"fast", SpeedSizeTier::fast},
+      {"standard", SpeedSizeTier::standard},
+      {"endurance", SpeedSizeTier::endurance}};
+  command
+      .add_option("PATH", options.disk,
+                  "A folder on the volume, or a BSD name, device path, volume UUID, mount point or "
+                  "volume name")
+      ->required();
+  command.add_option("--tier", options.tier, "How large and how long: fast, standard, endurance")
+      ->option_text("TIER")
+      ->transform(CLI::Transformer(tiers))
+      ->check(CLI::IsMember(tiers));
+  command
+      .add_option("--compare", options.compareWith,
+                  "Set the result of an earlier `speedtest --json` beside this one")
+      ->option_text("FILE");
+}
+
 void addDuration(CLI::App* command, Options& options) {
   command->add_option("--for", options.seconds, "End after so many seconds")
       ->option_text("SECONDS")
@@ -110,6 +132,7 @@ void addCommands(CLI::App& program, Options& options) {
                   "Check with the command-line tool, without the file-system module");
   check->add_flag("--yes", options.yes, "Repair without asking");
   check->add_flag("--copy", options.copy, "Copy the report to the clipboard too");
+  addSpeedTest(*add(Command::speedtest, "Measure how fast a volume is read and written"), options);
   add(Command::version, "Show the version");
 }
 
@@ -157,6 +180,8 @@ std::string_view commandName(Command command) {
       return "occupants";
     case Command::drivers:
       return "drivers";
+    case Command::speedtest:
+      return "speedtest";
     case Command::log:
       return "log";
     case Command::check:

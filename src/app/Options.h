@@ -9,6 +9,7 @@
 
 #include "app/ExitStatus.h"
 #include "base/Localization.h"
+#include "speedtest/SpeedPlan.h"
 
 namespace halvercine::app {
 
@@ -24,6 +25,7 @@ enum class Command {
   occupants,
   drivers,
   check,
+  speedtest,
   log,
   version
 };
@@ -50,6 +52,8 @@ struct Options {
   bool repair = false;            ///< of `check`
   bool copy = false;              ///< of `check`: the report goes to the clipboard too
   bool direct = false;            ///< of `check`: without the file-system module
+  speedtest::SpeedSizeTier tier = speedtest::SpeedSizeTier::standard;  ///< of `speedtest`
+  std::optional<std::string> compareWith;  ///< of `speedtest`: a file with an earlier result
   std::optional<double> seconds;  ///< of `watch` and `run`: how long; no end if absent
   bool fast = false;              ///< simulated time passes as fast as it can
 
@@ -57,7 +61,8 @@ struct Options {
   /// do.
   bool runsOnRealTime() const {
     const bool isFollowed =
-        command == Command::watch || command == Command::run || command == Command::check;
+        command == Command::watch || command == Command::run || command == Command::check ||
+        command == Command::speedtest;
     return isFollowed && !fast;
   }
 };

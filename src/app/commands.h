@@ -45,6 +45,7 @@ Answer checkCommand(const CommandContext& context, Machine& machine);
 Answer watchCommand(const CommandContext& context, Machine& machine);
 Answer runCommand(const CommandContext& context, Machine& machine);
 Answer takeoverCommand(const CommandContext& context, Machine& machine);
+Answer speedtestCommand(const CommandContext& context, Machine& machine);
 Answer versionCommand(const Options& options);
 
 }  // namespace halvercine::app

@@ -47,6 +47,8 @@ Answer runOn(Machine& machine, const Options& options) {
       return takeoverCommand(context, machine);
     case Command::check:
       return checkCommand(context, machine);
+    case Command::speedtest:
+      return speedtestCommand(context, machine);
     case Command::version:
       break;
   }

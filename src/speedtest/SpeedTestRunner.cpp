@@ -69,6 +69,7 @@ bool SpeedTestRunner::start(std::string folder, SpeedPlan plan) {
   results_.clear();
   writeCurve_.clear();
   isUncached_.reset();
+  isFileLeft_ = false;
   bytesWritten_ = 0;
   environment_ = {platform_.systemInfo->onBattery(), platform_.systemInfo->thermalState()};
   setPhase(Phase::preparing);
@@ -88,6 +89,7 @@ void SpeedTestRunner::abandon() {
   isStopping_ = true;
   if (work_) work_->cancel.set();
   ++runGeneration_;
+  isFileLeft_ = work_ != nullptr;  // as far as anybody knows by then
   workerTask_.cancelAll();
   finish(std::nullopt);
 }
@@ -111,7 +113,7 @@ base::Task<void> SpeedTestRunner::run(std::string folder, SpeedPlan plan) {
     work_.reset();
     auto remove = [work] { return work->file->remove(); };
     work.reset();
-    co_await base::runInBackground(actor_, std::move(remove));
+    isFileLeft_ = co_await base::runInBackground(actor_, remove) != 0;
   }
   if (generation == runGeneration_) finish(std::move(failure));
 }
@@ -139,9 +141,10 @@ base::Task<std::optional<SpeedTestFailure>> SpeedTestRunner::measure(
 base::Task<bool> SpeedTestRunner::fillFile(std::shared_ptr<SpeedWork> work) {
   work->counters.reset(false);
   startLiveTick([this, work] { tickFill(*work); });
-  const bool isDone = co_await runWorkers(fillWorkers, [work](std::size_t worker) {
+  const auto fill = [work](std::size_t worker) {
     fillSlice(*work, fillBlockSize, fillWorkers, worker);
-  });
+  };
+  const bool isDone = co_await runWorkers(fillWorkers, fill);
   tickFill(*work);
   bytesWritten_ += work->counters.transferred();
   co_return isDone && work->counters.transferred() == work->fileSize;
@@ -155,10 +158,10 @@ base::Task<bool> SpeedTestRunner::runWindow(std::shared_ptr<SpeedWork> work, Spe
   const SpeedWindow window{platform_.clock->uptime(), plan.warmup, plan.windowOf(cell)};
   startLiveTick([this, work, begin = window.begin] { tickCell(*work, begin); });
   setPhase(Phase::running);
-  const auto workers = accessPattern(cell.profile).queueDepth;
-  const bool isDone = co_await runWorkers(workers, [work, cell, window](std::size_t worker) {
+  const auto measure = [work, cell, window](std::size_t worker) {
     measureSlice(*work, cell, window, worker);
-  });
+  };
+  const bool isDone = co_await runWorkers(accessPattern(cell.profile).queueDepth, measure);
   liveTick_.stop();
   if (cell.direction == SpeedDirection::write) bytesWritten_ += work->counters.transferred();
   if (isDone && work->goesOn()) {

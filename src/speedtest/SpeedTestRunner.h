@@ -71,6 +71,8 @@ class SpeedTestRunner {
   const std::optional<SpeedTestEnvironment>& environment() const { return environment_; }
   /// Whether the page cache was off; nothing before the file was made.
   const std::optional<bool>& isUncached() const { return isUncached_; }
+  /// The test file could not be deleted; the next run in its folder deletes it, if it is there.
+  bool isFileLeft() const { return isFileLeft_; }
   /// What the run has written, warm-ups included.
   std::uint64_t bytesWritten() const { return bytesWritten_; }
 
@@ -112,6 +114,7 @@ class SpeedTestRunner {
   std::vector<SpeedSample> writeCurve_;
   std::optional<SpeedTestEnvironment> environment_;
   std::optional<bool> isUncached_;
+  bool isFileLeft_ = false;
   std::uint64_t bytesWritten_ = 0;
   std::uint64_t runGeneration_ = 0;
   std::shared_ptr<SpeedWork> work_;  // of the run under way, once there is a file

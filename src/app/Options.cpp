@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <sstream>
 #include <vector>
 
@@ -87,6 +88,26 @@ void addHelperActions(CLI::App& helper, Options& options) {
       ->add_flag("--yes", options.yes, "Do not ask");
 }
 
+void addSpeedTest(CLI::App& command, Options& options) {
+  using speedtest::SpeedSizeTier;
+  static const std::map<std::string, SpeedSizeTier> tiers{{"fast", SpeedSizeTier::fast},
+                                                          {"standard", SpeedSizeTier::standard},
+                                                          {"endurance", SpeedSizeTier::endurance}};
+  command
+      .add_option("PATH", options.disk,
+                  "A folder on the volume, or a BSD name, device path, volume UUID, mount point or "
+                  "volume name")
+      ->required();
+  command.add_option("--tier", options.tier, "How large and how long: fast, standard, endurance")
+      ->option_text("TIER")
+      ->transform(CLI::Transformer(tiers))
+      ->check(CLI::IsMember(tiers));
+  command
+      .add_option("--compare", options.compareWith,
+                  "Set the result of an earlier `speedtest --json` beside this one")
+      ->option_text("FILE");
+}
+
 void addDuration(CLI::App* command, Options& options) {
   command->add_option("--for", options.seconds, "End after so many seconds")
       ->option_text("SECONDS")
@@ -135,6 +156,7 @@ void addCommands(CLI::App& program, Options& options) {
   unlock->add_flag("--recovery", options.recovery, "With the 48-digit recovery password");
   unlock->add_flag("--remember", options.remember, "Keep the password in the keychain");
   unlock->add_flag("--read-only", options.readOnly, "Mount it so that it cannot be changed");
+  addSpeedTest(*add(Command::speedtest, "Measure how fast a volume is read and written"), options);
   add(Command::version, "Show the version");
 }
 
@@ -182,6 +204,8 @@ std::string_view commandName(Command command) {
       return "occupants";
     case Command::drivers:
       return "drivers";
+    case Command::speedtest:
+      return "speedtest";
     case Command::log:
       return "log";
     case Command::check:

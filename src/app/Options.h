@@ -9,6 +9,7 @@
 
 #include "app/ExitStatus.h"
 #include "base/Localization.h"
+#include "speedtest/SpeedPlan.h"
 
 namespace halvercine::app {
 
@@ -24,6 +25,7 @@ enum class Command {
   occupants,
   drivers,
   check,
+  speedtest,
   log,
   helper,
   unlock,
@@ -52,21 +54,23 @@ struct Options {
   LogAction logAction = LogAction::show;
   HelperAction helperAction = HelperAction::status;
   std::string file = "Tarnwel-operation-log.txt";  ///< of `log export`; "-" is standard output
-  bool yes = false;               ///< where a question would be asked: it is agreed to already
-  bool repair = false;            ///< of `check`
-  bool copy = false;              ///< of `check`: the report goes to the clipboard too
-  bool direct = false;            ///< of `check`: without the file-system module
-  bool recovery = false;          ///< of `unlock`: with the recovery password
-  bool remember = false;          ///< of `unlock`
-  std::optional<double> seconds;  ///< of `watch` and `run`: how long; no end if absent
-  bool fast = false;              ///< simulated time passes as fast as it can
+  bool yes = false;       ///< where a question would be asked: it is agreed to already
+  bool repair = false;    ///< of `check`
+  bool copy = false;      ///< of `check`: the report goes to the clipboard too
+  bool direct = false;    ///< of `check`: without the file-system module
+  bool recovery = false;  ///< of `unlock`: with the recovery password
+  bool remember = false;  ///< of `unlock`
+  speedtest::SpeedSizeTier tier = speedtest::SpeedSizeTier::standard;  ///< of `speedtest`
+  std::optional<std::string> compareWith;  ///< of `speedtest`: a file with an earlier result
+  std::optional<double> seconds;           ///< of `watch` and `run`: how long; no end if absent
+  bool fast = false;                       ///< simulated time passes as fast as it can
 
   /// Commands that answer at once need no real time on a simulated Mac; those that people follow
   /// do.
   bool runsOnRealTime() const {
-    const bool isFollowed =
-        command == Command::watch || command == Command::run || command == Command::check ||
-        command == Command::unlock;
+    const bool isFollowed = command == Command::watch || command == Command::run ||
+                            command == Command::check || command == Command::speedtest ||
+                            command == Command::unlock;
     return isFollowed && !fast;
   }
 };

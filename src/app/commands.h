@@ -46,6 +46,7 @@ Answer helperCommand(const CommandContext& context, Machine& machine);
 Answer watchCommand(const CommandContext& context, Machine& machine);
 Answer runCommand(const CommandContext& context, Machine& machine);
 Answer takeoverCommand(const CommandContext& context, Machine& machine);
+Answer speedtestCommand(const CommandContext& context, Machine& machine);
 Answer unlockCommand(const CommandContext& context, Machine& machine);
 Answer versionCommand(const Options& options);
 

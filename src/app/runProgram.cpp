@@ -51,6 +51,8 @@ Answer runOn(Machine& machine, const Options& options) {
       return helperCommand(context, machine);
     case Command::unlock:
       return unlockCommand(context, machine);
+    case Command::speedtest:
+      return speedtestCommand(context, machine);
     case Command::version:
       break;
   }

@@ -16,10 +16,13 @@
 #include "platform/Pasteboard.h"
 #include "platform/Processes.h"
 #include "platform/SecretStore.h"
+#include "platform/SleepAssertion.h"
 #include "platform/SystemInfo.h"
 #include "platform/SystemLog.h"
 #include "platform/ToolRunner.h"
+#include "platform/UncachedFiles.h"
 #include "platform/UserDefaults.h"
+#include "platform/WorkerThreads.h"
 
 namespace halvercine::platform {
 
@@ -43,6 +46,9 @@ struct Platform {
   std::unique_ptr<ApplicationBundle> applicationBundle;
   std::unique_ptr<DaemonServices> daemonServices;
   std::unique_ptr<HelperTransport> helperTransport;
+  std::unique_ptr<SleepAssertions> sleepAssertions;
+  std::unique_ptr<UncachedFiles> uncachedFiles;
+  std::unique_ptr<WorkerThreads> workerThreads;
 };
 
 }  // namespace halvercine::platform

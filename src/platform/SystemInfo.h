@@ -16,6 +16,9 @@ struct SystemVersion {
   auto operator<=>(const SystemVersion&) const = default;
 };
 
+/// How warm the system says that it is. From `serious` on it slows itself down.
+enum class ThermalState { nominal, fair, serious, critical };
+
 class SystemInfo {
  public:
   virtual ~SystemInfo() = default;
@@ -30,6 +33,12 @@ class SystemInfo {
 
   /// The version of macOS, such as 26.4.0; nothing on another system. Any thread.
   virtual std::optional<SystemVersion> macOSVersion() = 0;
+
+  /// Whether the machine draws on its battery now; false for one without a battery. Any thread.
+  virtual bool onBattery() = 0;
+
+  /// Nothing when the system does not tell. Any thread.
+  virtual std::optional<ThermalState> thermalState() = 0;
 };
 
 }  // namespace halvercine::platform

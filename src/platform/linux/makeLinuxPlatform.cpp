@@ -11,13 +11,17 @@
 #include "platform/linux/LinuxPasteboard.h"
 #include "platform/linux/LinuxProcesses.h"
 #include "platform/linux/LinuxSecretStore.h"
+#include "platform/linux/LinuxSleepAssertions.h"
 #include "platform/linux/LinuxSystemInfo.h"
 #include "platform/linux/NoHelper.h"
 #include "platform/linux/PolkitAdministratorShell.h"
 #include "platform/linux/XdgContainers.h"
+#include "platform/linux/directIo.h"
 #include "platform/posix/AsioClock.h"
 #include "platform/posix/JsonUserDefaults.h"
 #include "platform/posix/PosixToolRunner.h"
+#include "platform/posix/PosixUncachedFiles.h"
+#include "platform/posix/PosixWorkerThreads.h"
 #include "platform/posix/SyslogSystemLog.h"
 
 namespace halvercine::platform::gnulinux {
@@ -60,6 +64,9 @@ Platform makeLinuxPlatform(base::MainActor& actor) {
   platform.helperTransport = std::make_unique<NoHelperTransport>();
   platform.directoryWatcher = std::make_unique<InotifyDirectoryWatcher>(actor);
   platform.pasteboard = std::make_unique<LinuxPasteboard>();
+  platform.sleepAssertions = std::make_unique<LinuxSleepAssertions>();
+  platform.uncachedFiles = std::make_unique<posix::PosixUncachedFiles>(switchCachingOff);
+  platform.workerThreads = std::make_unique<posix::PosixWorkerThreads>(actor);
   return platform;
 }
 

@@ -29,6 +29,14 @@ std::optional<std::string> MountTable::pathOf(const std::string& disk) const {
   return found->second;
 }
 
+std::optional<std::string> MountTable::diskAt(const std::string& path) const {
+  const auto* mount = holderOf(path);
+  for (const auto& [disk, mountPath] : paths_) {
+    if (mount && mountPath == mount->path) return disk;
+  }
+  return std::nullopt;
+}
+
 std::optional<FileSystemStatistics> MountTable::statistics(const std::string& path) const {
   const auto* mount = holderOf(path);
   if (!mount || mount->statfsFails) return std::nullopt;

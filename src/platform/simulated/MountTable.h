@@ -23,6 +23,9 @@ class MountTable {
   /// Where a disk is mounted.
   std::optional<std::string> pathOf(const std::string& disk) const;
 
+  /// Which disk holds `path`.
+  std::optional<std::string> diskAt(const std::string& path) const;
+
   /// As the port's functions of these names: of the file system that holds `path`.
   std::optional<FileSystemStatistics> statistics(const std::string& path) const;
   VolumeResourceValues resourceValues(const std::string& path) const;

@@ -32,10 +32,12 @@ struct ScenarioSystem {
   bool groupContainer = true;                ///< whether the shared container can be had
   bool checkTool = true;                     ///< whether the program comes with its check tool
   bool keychain = true;                      ///< whether the keychain works
+  bool onBattery = false;
+  std::string thermal = "nominal";
 };
 BOOST_DESCRIBE_STRUCT(ScenarioSystem, (),
                       (macOS, bootSession, now, diskArbitration, groupContainer, checkTool,
-                       keychain))
+                       keychain, onBattery, thermal))
 
 /// How a volume is mounted: what `statfs` and the volume's resource values say.
 struct ScenarioMount {
@@ -169,6 +171,33 @@ BOOST_DESCRIBE_STRUCT(ScenarioCheck, (),
                        cancelSeconds, stallsAfter, heartbeat, diesAfter, deaths, reusesPid, torn,
                        strangersReport, diskID))
 
+/// What an operation costs, from so many transferred bytes on.
+struct ScenarioStorageStep {
+  double fromGiB = 0;
+  double us = 100;         ///< of every operation
+  double usPerMiB = 2000;  ///< of what it transfers, besides
+};
+BOOST_DESCRIBE_STRUCT(ScenarioStorageStep, (), (fromGiB, us, usPerMiB))
+
+/// How fast a medium is, and what fails on it.
+struct ScenarioStorage {
+  std::vector<ScenarioStorageStep> read;
+  std::vector<ScenarioStorageStep> write;
+  std::int64_t channels = 1;   ///< operations at the same time
+  std::int64_t slowEvery = 0;  ///< each n-th operation takes longer; 0: none
+  double slowUs = 0;           ///< by so much
+  bool uncached = true;        ///< the page cache can be switched off
+  std::optional<std::string> openError;
+  std::int64_t openErrors = 0;  ///< so many times; 0: always
+  std::optional<std::string> readError;
+  double readErrorAfterMiB = 0;
+  std::optional<std::string> writeError;
+  double writeErrorAfterMiB = 0;
+};
+BOOST_DESCRIBE_STRUCT(ScenarioStorage, (),
+                      (read, write, channels, slowEvery, slowUs, uncached, openError, openErrors,
+                       readError, readErrorAfterMiB, writeError, writeErrorAfterMiB))
+
 /// One entry of the registry above a medium.
 struct ScenarioChainLink {
   static constexpr std::string_view requiredKeys[] = {"class"};
@@ -201,11 +230,12 @@ struct ScenarioMedia {
   std::optional<ScenarioBitLocker> bitLocker;
   std::optional<ScenarioFsck> fsck;
   std::optional<ScenarioCheck> check;
+  std::optional<ScenarioStorage> storage;
 };
 BOOST_DESCRIBE_STRUCT(ScenarioMedia, (),
                       (disk, name, kind, uuid, mediaUUID, mediaName, className, content, size,
                        writable, entryID, description, registry, mount, report, module, bitLocker,
-                       fsck, check))
+                       fsck, check, storage))
 
 struct ScenarioDevice : ScenarioMedia {
   bool plugged = true;

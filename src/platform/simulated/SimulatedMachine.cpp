@@ -43,11 +43,14 @@ SimulatedMachine::SimulatedMachine(base::MainActor& actor, std::shared_ptr<Clock
       helper_(folders_, clock_, scenario.helper),
       application_(scenario.application),
       hasCheckTool_(scenario.system.checkTool),
+      onBattery_(scenario.system.onBattery),
+      thermal_(thermalStateFromText(scenario.system.thermal).value_or(ThermalState::nominal)),
       arbitrationAvailable_(scenario.system.diskArbitration),
       bootSession_(scenario.system.bootSession),
       module_(*this, clock_),
       check_(*this, clock_, container_),
-      bitLocker_(*this, clock_, container_) {
+      bitLocker_(*this, clock_, container_),
+      storage_(std::make_shared<SimulatedStorage>(*this, clock_)) {
   if (!folders_.create(scenario.files)) {
     log_.write(LogLevel::error, "simulation: not all files could be made");
   }
@@ -177,6 +180,15 @@ std::optional<MediaView> SimulatedMachine::look(const std::string& disk) const {
   if (found == media_.end()) return std::nullopt;
   const auto& media = found->second;
   return MediaView{media.definition, media.device, media.id, media.writable, mounts_.pathOf(disk)};
+}
+
+std::optional<MediaView> SimulatedMachine::lookAtPath(const std::string& path) const {
+  std::optional<std::string> disk;
+  {
+    const std::lock_guard lock(mutex_);
+    disk = mounts_.diskAt(path);
+  }
+  return disk ? look(*disk) : std::nullopt;
 }
 
 std::optional<PropertyDictionary> SimulatedMachine::describe(const std::string& disk) const {

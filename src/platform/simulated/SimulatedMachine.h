@@ -29,6 +29,7 @@
 #include "platform/simulated/SimulatedHelper.h"
 #include "platform/simulated/SimulatedLog.h"
 #include "platform/simulated/SimulatedSecrets.h"
+#include "platform/simulated/SimulatedStorage.h"
 #include "platform/simulated/ToolScripts.h"
 
 namespace halvercine::platform::simulated {
@@ -106,8 +107,12 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   const SimulatedFolders& folders() const { return folders_; }
   bool hasCheckTool() const { return hasCheckTool_; }
   const ScenarioApplication& application() const { return application_; }
+  bool onBattery() const { return onBattery_; }
+  ThermalState thermalState() const { return thermal_; }
 
   std::optional<MediaView> look(const std::string& disk) const;
+  /// The volume that is mounted at `path` or above it.
+  std::optional<MediaView> lookAtPath(const std::string& path) const;
   std::optional<PropertyDictionary> describe(const std::string& disk) const;
   std::optional<FileSystemStatistics> statistics(const std::string& path) const;
   VolumeResourceValues resourceValues(const std::string& path) const;
@@ -134,6 +139,9 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   SimulatedLog& log() { return log_; }
   FolderWatches& folderWatches() { return folderWatches_; }
   SimulatedSecrets& secrets() { return secrets_; }
+  SimulatedStorage& storage() { return *storage_; }
+  /// How many power assertions are held. Main actor.
+  int& sleepAssertions() { return sleepAssertions_; }
   /// The text on the general pasteboard. Main actor.
   std::string& pasteboard() { return pasteboard_; }
 
@@ -177,6 +185,9 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   const ScenarioApplication application_;
   std::string pasteboard_;
   const bool hasCheckTool_;
+  const bool onBattery_;
+  const ThermalState thermal_;
+  int sleepAssertions_ = 0;
   bool callbacksLost_ = false;
   std::atomic<bool> arbitrationAvailable_;
 
@@ -191,6 +202,7 @@ class SimulatedMachine : public std::enable_shared_from_this<SimulatedMachine> {
   FileSystemModule module_;  // these use all of the above
   SimulatedCheck check_;
   SimulatedBitLocker bitLocker_;
+  std::shared_ptr<SimulatedStorage> storage_;
 };
 
 }  // namespace halvercine::platform::simulated

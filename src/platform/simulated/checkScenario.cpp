@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/PrivateFiles.h"
+#include "platform/simulated/errorNames.h"
 #include "platform/simulated/scenarioTexts.h"
 
 namespace halvercine::platform::simulated {
@@ -20,6 +21,9 @@ Fault checkSystem(const ScenarioSystem& system) {
   }
   if (!wallTimeFromText(system.now)) {
     return fault("system.now", "expected a time such as 2026-03-14T08:15:02Z");
+  }
+  if (!thermalStateFromText(system.thermal)) {
+    return fault("system.thermal", "expected one of: nominal, fair, serious, critical");
   }
   return std::nullopt;
 }
@@ -90,6 +94,37 @@ Fault checkFsck(const ScenarioFsck& fsck, const std::string& place) {
   return fault(below(place, "findings"), "expected a number from 0 to 1000000");
 }
 
+Fault checkError(const std::optional<std::string>& name, const std::string& place) {
+  if (!name || errorNumber(*name)) return std::nullopt;
+  std::string known;
+  for (const auto& [word, number] : knownErrors)
+    known += (known.empty() ? "" : ", ") + std::string(word);
+  return fault(place, "expected one of: " + known);
+}
+
+Fault checkSteps(const std::vector<ScenarioStorageStep>& steps, const std::string& place) {
+  constexpr double most = 1e9;
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    for (const auto value : {steps[i].fromGiB, steps[i].us, steps[i].usPerMiB}) {
+      if (!(value >= 0 && value <= most)) return fault(below(place, i), "must be from 0 to 1e9");
+    }
+    // Otherwise time would not pass.
+    if (steps[i].us < 1) return fault(below(below(place, i), "us"), "must be at least 1");
+  }
+  return std::nullopt;
+}
+
+Fault checkStorage(const ScenarioStorage& storage, const std::string& place) {
+  if (auto found = checkSteps(storage.read, below(place, "read"))) return found;
+  if (auto found = checkSteps(storage.write, below(place, "write"))) return found;
+  if (storage.channels < 1) return fault(below(place, "channels"), "must be positive");
+  if (storage.slowEvery < 0) return fault(below(place, "slowEvery"), "must not be negative");
+  if (!(storage.slowUs >= 0)) return fault(below(place, "slowUs"), "must not be negative");
+  if (auto found = checkError(storage.openError, below(place, "openError"))) return found;
+  if (auto found = checkError(storage.readError, below(place, "readError"))) return found;
+  return checkError(storage.writeError, below(place, "writeError"));
+}
+
 Fault checkMedia(const ScenarioMedia& media, const std::string& place, TakenNames& taken) {
   if (!taken.disks.insert(media.disk).second) {
     return fault(below(place, "disk"), "'" + media.disk + "' occurs twice");
@@ -115,6 +150,9 @@ Fault checkMedia(const ScenarioMedia& media, const std::string& place, TakenName
   }
   if (media.bitLocker) {
     if (auto found = checkBitLocker(*media.bitLocker, below(place, "bitLocker"))) return found;
+  }
+  if (media.storage) {
+    if (auto found = checkStorage(*media.storage, below(place, "storage"))) return found;
   }
   if (media.fsck) return checkFsck(*media.fsck, below(place, "fsck"));
   return std::nullopt;

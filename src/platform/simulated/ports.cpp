@@ -5,7 +5,9 @@
 #include "platform/posix/JsonUserDefaults.h"
 #include "platform/posix/OsascriptAdministratorShell.h"
 #include "platform/simulated/SimulatedToolRunner.h"
+#include "platform/simulated/applicationPorts.h"
 #include "platform/simulated/runCheckTool.h"
+#include "platform/simulated/speedTestPorts.h"
 
 namespace halvercine::platform::simulated {
 namespace {
@@ -50,6 +52,8 @@ class SimulatedSystemInfo : public SystemInfo {
 
   std::optional<WallTime> bootTime() override { return machine_->bootTime(); }
   std::optional<SystemVersion> macOSVersion() override { return machine_->macOSVersion(); }
+  bool onBattery() override { return machine_->onBattery(); }
+  std::optional<ThermalState> thermalState() override { return machine_->thermalState(); }
 
  private:
   Machine machine_;
@@ -221,64 +225,6 @@ class SimulatedProcesses : public Processes {
   Machine machine_;
 };
 
-/// Everything in the bundle and above it is root's and there, unless the scenario says otherwise.
-class SimulatedApplicationBundle : public ApplicationBundle {
- public:
-  explicit SimulatedApplicationBundle(Machine machine) : machine_(std::move(machine)) {}
-
-  std::optional<std::filesystem::path> path() override { return machine_->application().path; }
-
-  std::optional<std::string> info(std::string_view key) override {
-    const auto& application = machine_->application();
-    if (key == bundle_key::identifier) return application.identifier;
-    if (key == bundle_key::build) return application.build;
-    if (key == bundle_key::version) return application.version;
-    return std::nullopt;
-  }
-
-  std::expected<FileFacts, std::error_code> inspect(const std::filesystem::path& path) override {
-    const auto& application = machine_->application();
-    const bool isHelper = path.filename() == "halvercine-helper";
-    if (isHelper && !application.helper) {
-      return std::unexpected(std::make_error_code(std::errc::no_such_file_or_directory));
-    }
-    FileFacts facts{isHelper ? FileFacts::Kind::file : FileFacts::Kind::folder, 0, 0, 0755};
-    for (const auto& given : application.permissions) {
-      if (path != given.path) continue;
-      facts.owner = given.owner;
-      facts.group = given.group;
-      facts.mode = static_cast<std::uint32_t>(std::stoul(given.mode, nullptr, 8));
-    }
-    return facts;
-  }
-
- private:
-  Machine machine_;
-};
-
-class SimulatedSecretStore : public SecretStore {
- public:
-  explicit SimulatedSecretStore(Machine machine) : machine_(std::move(machine)) {}
-
-  bool add(const std::string& service, const std::string& account,
-           std::string_view value) override {
-    return machine_->secrets().add(service, account, value);
-  }
-  bool copyMatching(const std::string& service, const std::string& account,
-                    const std::function<void(std::string_view)>& take) override {
-    return machine_->secrets().copyMatching(service, account, take);
-  }
-  bool remove(const std::string& service, const std::string& account) override {
-    return machine_->secrets().remove(service, account);
-  }
-  bool removeAll(const std::string& service) override {
-    return machine_->secrets().removeAll(service);
-  }
-
- private:
-  Machine machine_;
-};
-
 std::unique_ptr<UserDefaults> makeUserDefaults(const SimulatedMachine& machine) {
   const auto& folders = machine.folders();
   const auto home = folders.home().value_or(folders.systemPath("/Users/simulated"));
@@ -301,14 +247,17 @@ Platform makePlatform(const std::shared_ptr<SimulatedMachine>& machine,
   platform.diskArbitration = std::make_unique<SimulatedDiskArbitration>(machine);
   platform.directoryWatcher = std::make_unique<SimulatedDirectoryWatcher>(machine);
   platform.processes = std::make_unique<SimulatedProcesses>(machine);
-  platform.secretStore = std::make_unique<SimulatedSecretStore>(machine);
+  platform.secretStore = makeSecretStore(machine);
   platform.toolRunner = std::make_unique<SimulatedToolRunner>(machine, clock);
   platform.pasteboard = std::make_unique<SimulatedPasteboard>(machine);
   platform.administratorShell = std::make_unique<posix::OsascriptAdministratorShell>(
       machine->actor(), *platform.clock, *platform.toolRunner);
-  platform.applicationBundle = std::make_unique<SimulatedApplicationBundle>(machine);
+  platform.applicationBundle = makeApplicationBundle(machine);
   platform.daemonServices = makeDaemonServices(machine);
   platform.helperTransport = makeHelperTransport(machine);
+  platform.sleepAssertions = makeSleepAssertions(machine);
+  platform.uncachedFiles = makeUncachedFiles(machine);
+  platform.workerThreads = makeWorkerThreads(*machine, clock);
   return platform;
 }
 

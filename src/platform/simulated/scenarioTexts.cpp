@@ -56,6 +56,14 @@ std::optional<SystemVersion> versionFromText(std::string_view text) {
   return std::nullopt;
 }
 
+std::optional<ThermalState> thermalStateFromText(std::string_view text) {
+  if (text == "nominal") return ThermalState::nominal;
+  if (text == "fair") return ThermalState::fair;
+  if (text == "serious") return ThermalState::serious;
+  if (text == "critical") return ThermalState::critical;
+  return std::nullopt;
+}
+
 bool isWholeDiskName(std::string_view text) {
   return take(text, "disk") && takeNumber(text, 6) && text.empty();
 }

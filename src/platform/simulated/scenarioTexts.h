@@ -15,6 +15,9 @@ std::optional<WallTime> wallTimeFromText(std::string_view text);
 /// The version of a text such as "26.4.0", "26.4" or "15".
 std::optional<SystemVersion> versionFromText(std::string_view text);
 
+/// The state of a word such as "nominal".
+std::optional<ThermalState> thermalStateFromText(std::string_view text);
+
 /// Whether `text` names a whole disk: "disk" and up to six digits.
 bool isWholeDiskName(std::string_view text);
 

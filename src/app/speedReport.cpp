@@ -1,0 +1,86 @@
+#include "app/speedReport.h"
+
+#include <utility>
+
+#include <boost/json/array.hpp>
+
+#include "app/speedText.h"
+#include "base/Json.h"
+
+namespace halvercine::app {
+namespace {
+
+std::string_view thermalWord(platform::ThermalState state) {
+  switch (state) {
+    case platform::ThermalState::nominal:
+      return "nominal";
+    case platform::ThermalState::fair:
+      return "fair";
+    case platform::ThermalState::serious:
+      return "serious";
+    case platform::ThermalState::critical:
+      return "critical";
+  }
+  return "";
+}
+
+boost::json::object environmentJson(const speedtest::SpeedTestEnvironment& environment) {
+  boost::json::object json{{"onBattery", environment.onBattery}};
+  if (environment.thermal) json["thermal"] = thermalWord(*environment.thermal);
+  return json;
+}
+
+boost::json::array cardsJson(const CommandContext& context, const SpeedReport& report) {
+  boost::json::array cards;
+  for (const auto& card : report.cards()) {
+    cards.push_back({{"key", card.title.key},
+                     {"title", card.title.in(context.localization)},
+                     {"detailKey", card.detail.key},
+                     {"detail", card.detail.in(context.localization)},
+                     {"headline", card.isHeadline}});
+  }
+  return cards;
+}
+
+boost::json::array comparisonJson(const SpeedReport& report) {
+  boost::json::array cells;
+  for (const auto& result : report.runner.results()) {
+    const auto* earlier = report.earlier->of(result);
+    if (!earlier) continue;
+    auto cell = base::toJson(*earlier).as_object();
+    if (const auto percent = percentMore(result.mbps, earlier->mbps))
+      cell["mbpsPercent"] = *percent;
+    cells.push_back(std::move(cell));
+  }
+  return cells;
+}
+
+}  // namespace
+
+std::vector<speedtest::VerdictCard> SpeedReport::cards() const {
+  const auto isSolidState = target.view ? std::optional(target.view->disk.isSSD) : std::nullopt;
+  return speedtest::speedVerdict(
+      {runner.results(), runner.writeCurve(), runner.environment(), isSolidState});
+}
+
+boost::json::object speedReportJson(const CommandContext& context, const SpeedReport& report) {
+  const auto& runner = report.runner;
+  boost::json::object json;
+  json["folder"] = report.target.folder;
+  if (report.target.view) json["disk"] = report.target.view->disk.id;
+  json["fileSystem"] = report.target.fileSystem;
+  json["tier"] = boost::describe::enum_to_string(context.options.tier, "");
+  json["fileSize"] = report.plan.fileSize;
+  json["bytesWritten"] = runner.bytesWritten();
+  if (runner.isUncached()) json["uncached"] = *runner.isUncached();
+  if (runner.environment()) json["environment"] = environmentJson(*runner.environment());
+  json["results"] = base::toJson(runner.results());
+  json["writeCurve"] = base::toJson(runner.writeCurve());
+  json["cards"] = cardsJson(context, report);
+  if (report.earlier) {
+    json["comparison"] = {{"tier", report.earlier->tier}, {"results", comparisonJson(report)}};
+  }
+  return json;
+}
+
+}  // namespace halvercine::app

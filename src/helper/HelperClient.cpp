@@ -60,7 +60,7 @@ std::vector<platform::HelperArgument> argumentsOf(const Values&... values) {
 }
 
 /// Success and text, or why there is no answer.
-std::string describe(const HelperResult<HelperVerdict>& result) {
+std::string describe(const HelperResult<HelperAnswer<>>& result) {
   if (!result) return "false " + describe(result.error());
   return (result->ok ? "true " : "false ") + result->message;
 }
@@ -96,12 +96,12 @@ Task<HelperResult<bool>> HelperClient::cancelBitLockerCreation() {
   return call<bool>(cancelLimit, HelperSelector::cancelBitLockerCreation, {});
 }
 
-Task<HelperResult<HelperVerdict>> HelperClient::decryptBitLocker(Limit timeout,
-                                                                 std::string devicePath,
-                                                                 base::Secret password,
-                                                                 std::uint64_t mediaID) {
-  co_return co_await call<HelperVerdict>(timeout, HelperSelector::decryptBitLocker,
-                                         argumentsOf(devicePath, password, mediaID));
+Task<HelperResult<HelperAnswer<>>> HelperClient::decryptBitLocker(Limit timeout,
+                                                                  std::string devicePath,
+                                                                  base::Secret password,
+                                                                  std::uint64_t mediaID) {
+  co_return co_await call<HelperAnswer<>>(timeout, HelperSelector::decryptBitLocker,
+                                          argumentsOf(devicePath, password, mediaID));
 }
 
 Task<HelperResult<Progress>> HelperClient::bitLockerDecryptionProgress() {
@@ -112,21 +112,21 @@ Task<HelperResult<bool>> HelperClient::cancelBitLockerDecryption() {
   return call<bool>(cancelLimit, HelperSelector::cancelBitLockerDecryption, {});
 }
 
-Task<HelperResult<HelperVerdict>> HelperClient::changeBitLockerPassword(std::string devicePath,
-                                                                        base::Secret oldPassword,
-                                                                        base::Secret newPassword,
-                                                                        std::uint64_t mediaID) {
-  co_return co_await call<HelperVerdict>(
+Task<HelperResult<HelperAnswer<>>> HelperClient::changeBitLockerPassword(std::string devicePath,
+                                                                         base::Secret oldPassword,
+                                                                         base::Secret newPassword,
+                                                                         std::uint64_t mediaID) {
+  co_return co_await call<HelperAnswer<>>(
       usualLimit, HelperSelector::changeBitLockerPassword,
       argumentsOf(devicePath, oldPassword, newPassword, mediaID));
 }
 
-Task<HelperResult<HelperVerdict>> HelperClient::reformatNTFS(Limit timeout, std::string devicePath,
-                                                             std::string volumeName,
-                                                             std::uint64_t mediaID,
-                                                             std::string expectedGUID,
-                                                             std::string requestID) {
-  co_return co_await call<HelperVerdict>(
+Task<HelperResult<HelperAnswer<>>> HelperClient::reformatNTFS(Limit timeout, std::string devicePath,
+                                                              std::string volumeName,
+                                                              std::uint64_t mediaID,
+                                                              std::string expectedGUID,
+                                                              std::string requestID) {
+  co_return co_await call<HelperAnswer<>>(
       timeout, HelperSelector::reformatNTFS,
       argumentsOf(devicePath, volumeName, mediaID, expectedGUID, requestID));
 }
@@ -145,37 +145,37 @@ Task<HelperResult<bool>> HelperClient::formattingAvailable() {
   return call<bool>(queryLimit, HelperSelector::formattingAvailable, {});
 }
 
-Task<HelperResult<HelperVerdict>> HelperClient::repairAuthorization() {
-  return call<HelperVerdict>(usualLimit, HelperSelector::repairAuthorization, {});
+Task<HelperResult<HelperAnswer<>>> HelperClient::repairAuthorization() {
+  return call<HelperAnswer<>>(usualLimit, HelperSelector::repairAuthorization, {});
 }
 
-Task<HelperResult<HelperVerdict>> HelperClient::installFsPackage(std::string sourcePlistPath) {
-  co_return co_await call<HelperVerdict>(installLimit, HelperSelector::installFsPackage,
-                                         argumentsOf(sourcePlistPath));
+Task<HelperResult<HelperAnswer<>>> HelperClient::installFsPackage(std::string sourcePlistPath) {
+  co_return co_await call<HelperAnswer<>>(installLimit, HelperSelector::installFsPackage,
+                                          argumentsOf(sourcePlistPath));
 }
 
-Task<HelperResult<HelperVerdict>> HelperClient::deregisterFSKitModules(
+Task<HelperResult<HelperAnswer<>>> HelperClient::deregisterFSKitModules(
     std::vector<std::string> moduleIdentifiers) {
-  co_return co_await call<HelperVerdict>(usualLimit, HelperSelector::deregisterFSKitModules,
-                                         argumentsOf(moduleIdentifiers));
+  co_return co_await call<HelperAnswer<>>(usualLimit, HelperSelector::deregisterFSKitModules,
+                                          argumentsOf(moduleIdentifiers));
 }
 
-Task<HelperResult<HelperVerdict>> HelperClient::prepareForUninstall() {
-  auto result = co_await call<HelperVerdict>(usualLimit, HelperSelector::prepareForUninstall, {});
+Task<HelperResult<HelperAnswer<>>> HelperClient::prepareForUninstall() {
+  auto result = co_await call<HelperAnswer<>>(usualLimit, HelperSelector::prepareForUninstall, {});
   log_.write(platform::LogLevel::info, "[Helper] prepareForUninstall: " + describe(result));
   co_return result;
 }
 
-Task<HelperResult<HelperVerdict>> HelperClient::removeLegacyInstall() {
-  auto result = co_await call<HelperVerdict>(usualLimit, HelperSelector::removeLegacyInstall, {});
+Task<HelperResult<HelperAnswer<>>> HelperClient::removeLegacyInstall() {
+  auto result = co_await call<HelperAnswer<>>(usualLimit, HelperSelector::removeLegacyInstall, {});
   log_.write(platform::LogLevel::info,
              result ? "[Helper] removeLegacyInstall: " + describe(result)
                     : "[Helper] legacy install removal skipped: helper unreachable");
   co_return result;
 }
 
-Task<HelperResult<HelperVerdict>> HelperClient::removeFsPackage() {
-  auto result = co_await call<HelperVerdict>(usualLimit, HelperSelector::removeFsPackage, {});
+Task<HelperResult<HelperAnswer<>>> HelperClient::removeFsPackage() {
+  auto result = co_await call<HelperAnswer<>>(usualLimit, HelperSelector::removeFsPackage, {});
   log_.write(platform::LogLevel::info, "[Helper] removeFsPackage: " + describe(result));
   co_return result;
 }

@@ -29,12 +29,11 @@ inline constexpr std::string_view helperLabel = "com.halvercine.app.authhelper";
 
 /// Whether it worked, and the helper's text: why not, or what came of it. `Text` is a secret where
 /// that can be one.
-template <class Text>
+template <class Text = std::string>
 struct HelperAnswer {
   bool ok = false;
   Text message;
 };
-using HelperVerdict = HelperAnswer<std::string>;
 
 /// Each call has its own connection and ends by the first of reply, connection error and time
 /// limit; one that is cancelled leaves the helper to itself. Main actor.
@@ -66,35 +65,35 @@ class HelperClient {
   base::Task<HelperResult<std::optional<std::string>>> bitLockerCreationProgress();
   base::Task<HelperResult<bool>> cancelBitLockerCreation();
 
-  base::Task<HelperResult<HelperVerdict>> decryptBitLocker(Limit timeout, std::string devicePath,
-                                                           base::Secret password,
-                                                           std::uint64_t mediaID);
+  base::Task<HelperResult<HelperAnswer<>>> decryptBitLocker(Limit timeout, std::string devicePath,
+                                                            base::Secret password,
+                                                            std::uint64_t mediaID);
   base::Task<HelperResult<std::optional<std::string>>> bitLockerDecryptionProgress();
   base::Task<HelperResult<bool>> cancelBitLockerDecryption();
 
-  base::Task<HelperResult<HelperVerdict>> changeBitLockerPassword(std::string devicePath,
-                                                                  base::Secret oldPassword,
-                                                                  base::Secret newPassword,
-                                                                  std::uint64_t mediaID);
+  base::Task<HelperResult<HelperAnswer<>>> changeBitLockerPassword(std::string devicePath,
+                                                                   base::Secret oldPassword,
+                                                                   base::Secret newPassword,
+                                                                   std::uint64_t mediaID);
 
-  base::Task<HelperResult<HelperVerdict>> reformatNTFS(Limit timeout, std::string devicePath,
-                                                       std::string volumeName,
-                                                       std::uint64_t mediaID,
-                                                       std::string expectedGUID,
-                                                       std::string requestID);
+  base::Task<HelperResult<HelperAnswer<>>> reformatNTFS(Limit timeout, std::string devicePath,
+                                                        std::string volumeName,
+                                                        std::uint64_t mediaID,
+                                                        std::string expectedGUID,
+                                                        std::string requestID);
   base::Task<HelperResult<std::optional<std::string>>> reformatNTFSProgress(std::string requestID);
 
   /// 0 when the device opens for writing, otherwise the error number.
   base::Task<HelperResult<std::int32_t>> probeDeviceOpen(std::string devicePath);
   base::Task<HelperResult<bool>> formattingAvailable();
-  base::Task<HelperResult<HelperVerdict>> repairAuthorization();
-  base::Task<HelperResult<HelperVerdict>> installFsPackage(std::string sourcePlistPath);
-  base::Task<HelperResult<HelperVerdict>> deregisterFSKitModules(
+  base::Task<HelperResult<HelperAnswer<>>> repairAuthorization();
+  base::Task<HelperResult<HelperAnswer<>>> installFsPackage(std::string sourcePlistPath);
+  base::Task<HelperResult<HelperAnswer<>>> deregisterFSKitModules(
       std::vector<std::string> moduleIdentifiers);
-  base::Task<HelperResult<HelperVerdict>> prepareForUninstall();
+  base::Task<HelperResult<HelperAnswer<>>> prepareForUninstall();
   /// The step is to be skipped, and is no failure, when the helper cannot be reached.
-  base::Task<HelperResult<HelperVerdict>> removeLegacyInstall();
-  base::Task<HelperResult<HelperVerdict>> removeFsPackage();
+  base::Task<HelperResult<HelperAnswer<>>> removeLegacyInstall();
+  base::Task<HelperResult<HelperAnswer<>>> removeFsPackage();
 
  private:
   using Arguments = std::vector<platform::HelperArgument>;

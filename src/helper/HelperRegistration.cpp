@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include "base/Properties.h"
-#include "base/either.h"
 
 namespace halvercine::helper {
 namespace {
@@ -183,8 +182,7 @@ Task<void> HelperRegistration::reregister(std::optional<ReregistrationError>& fa
 }
 
 Task<std::optional<SystemError>> HelperRegistration::limited(DaemonStep step) {
-  auto end = co_await base::withTimeout(*platform_.clock, stepLimit,
-                                        performStep(std::move(step), scheduleOnMain_));
+  auto end = co_await performStep(*platform_.clock, stepLimit, std::move(step), scheduleOnMain_);
   if (end) co_return std::move(*end);
   constexpr std::int64_t timedOut = 60;  // ETIMEDOUT of macOS
   co_return SystemError{"Operation timed out", "NSPOSIXErrorDomain", timedOut};

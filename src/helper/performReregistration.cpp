@@ -1,10 +1,9 @@
 #include "helper/performReregistration.h"
 
+#include <algorithm>
 #include <chrono>
-#include <optional>
 
 #include "base/Completion.h"
-#include "base/either.h"
 #include "base/sleepFor.h"
 
 namespace halvercine::helper {
@@ -23,20 +22,6 @@ bool mayPass(const SystemError& error) {
   return error.domain == "SMAppServiceErrorDomain" && error.code == 1;
 }
 
-base::Task<Outcome> reregister(platform::Clock& clock, DaemonStep unregister, DaemonStep register_,
-                               ScheduleOnMain scheduleOnMain) {
-  using Kind = ReregistrationError::Kind;
-  auto error = co_await performStep(unregister, scheduleOnMain);
-  if (error) co_return std::unexpected(ReregistrationError{Kind::unregisterStep, *error});
-  for (const auto wait : settling) {
-    co_await base::sleepFor(clock, wait);
-    error = co_await performStep(register_, scheduleOnMain);
-    if (!error) co_return Outcome();
-    if (!mayPass(*error)) break;
-  }
-  co_return std::unexpected(ReregistrationError{Kind::registerStep, *error});
-}
-
 }  // namespace
 
 std::string describe(const ReregistrationError& error) {
@@ -50,27 +35,40 @@ std::string describe(const ReregistrationError& error) {
   return "";
 }
 
-base::Task<std::optional<SystemError>> performStep(DaemonStep step, ScheduleOnMain scheduleOnMain) {
-  using End = std::optional<SystemError>;
-  const auto start = [&](const base::Completion<End>& completion) {
-    step([completion, scheduleOnMain](End end) {
-      scheduleOnMain([completion, end = std::move(end)] { completion(end); });
+base::Task<StepOutcome> performStep(platform::Clock& clock, platform::Uptime limit, DaemonStep step,
+                                    ScheduleOnMain scheduleOnMain) {
+  platform::TimerId timer = 0;
+  const auto start = [&](const base::Completion<StepOutcome>& completion) {
+    // The limit is what keeps the wait, should the system drop the step's end unheard.
+    timer = clock.callAt(clock.uptime() + limit,
+                         [completion] { completion(std::unexpected(base::TimedOut())); });
+    step([completion, scheduleOnMain](std::optional<SystemError> error) {
+      scheduleOnMain([completion, error = std::move(error)] { completion(error); });
     });
-    return std::function<void()>();
+    return std::function<void()>([&clock, timer] { clock.cancel(timer); });
   };
-  co_return co_await base::waitFor<End>(start);
+  auto outcome = co_await base::waitFor<StepOutcome>(start);
+  clock.cancel(timer);
+  co_return outcome;
 }
 
 base::Task<Outcome> performReregistration(platform::Clock& clock, double timeoutSeconds,
                                           DaemonStep unregister, DaemonStep register_,
                                           ScheduleOnMain scheduleOnMain) {
-  const auto limit =
-      std::chrono::duration_cast<platform::Uptime>(std::chrono::duration<double>(timeoutSeconds));
-  auto steps =
-      reregister(clock, std::move(unregister), std::move(register_), std::move(scheduleOnMain));
-  auto outcome = co_await base::withTimeout(clock, limit, std::move(steps));
-  if (!outcome) co_return std::unexpected(ReregistrationError{});
-  co_return std::move(*outcome);
+  using Kind = ReregistrationError::Kind;
+  const auto deadline = clock.uptime() + std::chrono::duration_cast<platform::Uptime>(
+                                             std::chrono::duration<double>(timeoutSeconds));
+  auto end = co_await performStep(clock, deadline - clock.uptime(), unregister, scheduleOnMain);
+  if (!end) co_return std::unexpected(ReregistrationError{});
+  if (*end) co_return std::unexpected(ReregistrationError{Kind::unregisterStep, **end});
+  for (const auto wait : settling) {
+    co_await base::sleepUntil(clock, std::min(clock.uptime() + wait, deadline));
+    end = co_await performStep(clock, deadline - clock.uptime(), register_, scheduleOnMain);
+    if (!end) co_return std::unexpected(ReregistrationError{});
+    if (!*end) co_return Outcome();
+    if (!mayPass(**end)) break;
+  }
+  co_return std::unexpected(ReregistrationError{Kind::registerStep, **end});
 }
 
 }  // namespace halvercine::helper

@@ -3,9 +3,11 @@
 
 #include <expected>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "base/Task.h"
+#include "base/either.h"
 #include "platform/Clock.h"
 #include "platform/DaemonServices.h"
 
@@ -36,8 +38,11 @@ base::Task<std::expected<void, ReregistrationError>> performReregistration(
     platform::Clock& clock, double timeoutSeconds, DaemonStep unregister, DaemonStep register_,
     ScheduleOnMain scheduleOnMain);
 
-/// The end of one step. Main actor.
-base::Task<std::optional<platform::SystemError>> performStep(DaemonStep step,
-                                                             ScheduleOnMain scheduleOnMain);
+/// The error of a step that has ended, if it has one.
+using StepOutcome = std::expected<std::optional<platform::SystemError>, base::TimedOut>;
+
+/// One step, for at most `limit`. Main actor.
+base::Task<StepOutcome> performStep(platform::Clock& clock, platform::Uptime limit, DaemonStep step,
+                                    ScheduleOnMain scheduleOnMain);
 
 }  // namespace halvercine::helper

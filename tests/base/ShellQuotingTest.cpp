@@ -81,6 +81,8 @@ TEST_F(ShellQuotingTest, ScriptsAreWrittenAsTheyAreExpected) {
   EXPECT_EQ(shellQuote("a'b"), R"('a'\''b')");
   EXPECT_EQ(administratorScript(R"(echo "\")"),
             R"(do shell script "echo \"\\\"" with administrator privileges)");
+  EXPECT_EQ(administratorScript("true", R"(Say "\")"),
+            R"(do shell script "true" with administrator privileges with prompt "Say \"\\\"")");
 }
 
 }  // namespace

@@ -262,12 +262,12 @@ TEST(HelperRegistration, ASecondStartOfTheSameVersionAsksNothing) {
 }
 
 TEST(HelperRegistration, Unregistering) {
-  struct Case {
+  struct Unregistration {
     std::string helper;
     State state;
     std::string_view logged;
   };
-  const Case unregistrations[] = {
+  const Unregistration unregistrations[] = {
       {"", State::notRegistered, "[Helper] 特权助手已注销\n"},
       {R"("unregisters": [{"error": {"text": "stuck"}}])", State::ready,
        "[Helper] 注销失败: stuck\n"},

@@ -197,8 +197,8 @@ class RealShell {
                   std::to_string(status));
   }
 
-  int run(const std::string& propertyList, const std::string& writtenInstead = "") const {
-    const auto script = withOwnTools(installScript(propertyList));
+  int run(const std::string& list, const std::string& writtenInstead = "") const {
+    const auto script = withOwnTools(installScript(list));
     std::ofstream(folder_.path() / "script") << (writtenInstead.empty() ? script : writtenInstead);
     const auto command = withOwnTools(
         verifiedRun(script, (folder_.path() / "script").string(), privateFolder().string()));

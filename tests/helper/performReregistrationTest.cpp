@@ -1,5 +1,6 @@
 #include "helper/performReregistration.h"
 
+#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
@@ -21,14 +22,15 @@ class PerformReregistrationTest : public tests::AsyncTest {
  protected:
   /// A step that ends as `ends` say, time by time, and never ends after the last.
   DaemonStep step(std::string name, std::vector<std::optional<SystemError>> ends) {
-    return [this, name, ends, count = std::size_t{0}](platform::DaemonStepEnd ended) mutable {
+    const auto next = std::make_shared<std::size_t>(0);  // the function is copied
+    return [this, name, ends, next](platform::DaemonStepEnd ended) {
       done.push_back(name);
-      if (count == ends.size()) {
+      if (*next == ends.size()) {
         late = std::move(ended);
         return;
       }
       // As the system does it: on a thread of its own.
-      std::jthread([end = ends[count++], ended = std::move(ended)] { ended(end); }).join();
+      std::jthread([end = ends[(*next)++], ended = std::move(ended)] { ended(end); }).join();
     };
   }
 

@@ -71,6 +71,11 @@ TEST(ScenarioFiles, theDocumentationNamesEveryKey) {
   };
   expectDocumented(static_cast<const Scenario*>(nullptr));
   expectDocumented(static_cast<const ScenarioSystem*>(nullptr));
+  expectDocumented(static_cast<const ScenarioApplication*>(nullptr));
+  expectDocumented(static_cast<const ScenarioPermissions*>(nullptr));
+  expectDocumented(static_cast<const ScenarioHelper*>(nullptr));
+  expectDocumented(static_cast<const ScenarioRegistrationStep*>(nullptr));
+  expectDocumented(static_cast<const ScenarioHelperCall*>(nullptr));
   expectDocumented(static_cast<const ScenarioDevice*>(nullptr));
   expectDocumented(static_cast<const ScenarioMount*>(nullptr));
   expectDocumented(static_cast<const ScenarioReport*>(nullptr));

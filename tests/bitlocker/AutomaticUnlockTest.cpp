@@ -49,7 +49,7 @@ TEST_F(AutomaticUnlockTest, RememberedVolumesAreTriedOnce) {
 TEST_F(AutomaticUnlockTest, WaitsForAPendingRequestAndForOtherJobs) {
   ASSERT_TRUE(mailbox.writeRequest(
       keyOf("disk6s1"), {"password", base::Secret("x"), std::nullopt, "somebody"}));
-  run(actor, BitLockerKeychain(actor, *platform.clock, *platform.secretStore)
+  tests::run(actor, BitLockerKeychain(actor, *platform.clock, *platform.secretStore)
                  .save(keyOf("disk6s1"), "password", base::Secret("y")));
   usedDisk = "disk4s3";
   unlock.start();
@@ -92,7 +92,7 @@ TEST_F(AutomaticUnlockTest, GivesUpWhenTheRequestCannotBeHandedOver) {
 }
 
 TEST_F(AutomaticUnlockTest, ItsEndWithdrawsItsRequest) {
-  run(actor, BitLockerKeychain(actor, *platform.clock, *platform.secretStore)
+  tests::run(actor, BitLockerKeychain(actor, *platform.clock, *platform.secretStore)
                  .save(keyOf("disk6s1"), "password", base::Secret("y")));
   {
     AutomaticUnlock another(context(), [](const disks::Disk&) { return false; });

@@ -1,10 +1,11 @@
 // What somebody types or pastes where a recovery password is asked for. What is shown is read again
 // as the same, and an entry is valid just when nothing is wrong with it.
+#include "bitlocker/unlock/RecoveryEntry.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
-#include "bitlocker/unlock/RecoveryEntry.h"
 #include "require.h"
 
 using namespace halvercine;

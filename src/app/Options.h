@@ -59,9 +59,8 @@ struct Options {
   /// Commands that answer at once need no real time on a simulated Mac; those that people follow
   /// do.
   bool runsOnRealTime() const {
-    const bool isFollowed =
-        command == Command::watch || command == Command::run || command == Command::check ||
-        command == Command::unlock;
+    const bool isFollowed = command == Command::watch || command == Command::run ||
+                            command == Command::check || command == Command::unlock;
     return isFollowed && !fast;
   }
 };

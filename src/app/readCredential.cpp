@@ -34,27 +34,25 @@ std::string recoveryHint(const CommandContext& context, std::string_view text) {
 }
 
 Answer interrupted(const CommandContext& context, int signal) {
-  return failure(context.options,
-                 signal == SIGHUP ? ExitStatus::hungUp : ExitStatus::interrupted, "interrupted",
-                 context.text("ui.interrupt.done"));
+  return failure(context.options, signal == SIGHUP ? ExitStatus::hungUp : ExitStatus::interrupted,
+                 "interrupted", context.text("ui.interrupt.done"));
 }
 
 Answer invalidRecovery(const CommandContext& context, const RecoveryEntry& entry) {
   boost::json::array groups;
   for (const auto group : entry.wrongGroups()) groups.emplace_back(group);
-  return failure(context.options, ExitStatus::usage, "bitlocker.recovery.invalid",
-                 context.text("bitlocker.recovery.invalid") + ' ' +
-                     inOneLine(context, entry.faults()),
-                 {{"digits", entry.size()}, {"wrongGroups", std::move(groups)}});
+  return failure(
+      context.options, ExitStatus::usage, "bitlocker.recovery.invalid",
+      context.text("bitlocker.recovery.invalid") + ' ' + inOneLine(context, entry.faults()),
+      {{"digits", entry.size()}, {"wrongGroups", std::move(groups)}});
 }
 
 std::expected<base::Secret, Answer> ask(const CommandContext& context, const DiskView& view) {
   const bool isRecovery = context.options.recovery;
   const bool canRedraw = Terminal::forErrors(context.options.noColor).redraws();
-  const auto prompt =
-      context.text(isRecovery ? "ui.unlock.ask.recovery" : "ui.unlock.ask.password",
-                   {base::displayText(view.disk.name)}) +
-      ' ';
+  const auto prompt = context.text(isRecovery ? "ui.unlock.ask.recovery" : "ui.unlock.ask.password",
+                                   {base::displayText(view.disk.name)}) +
+                      ' ';
   const auto hint = [&](std::string_view text) {
     return isRecovery ? recoveryHint(context, text) : std::string();
   };

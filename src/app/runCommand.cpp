@@ -113,12 +113,10 @@ std::string lineFor(const CommandContext& context, const UnlockEvent& event) {
     return fmt::format("{}  {}  {}  {}\n", time, disk.id, base::displayText(disk.name), message);
   }
   const bool isUnlocked = event.kind == UnlockKind::unlocked;
-  boost::json::object line{{"format", jsonFormat},
-                           {"event", isUnlocked ? "unlocked" : "unlockFailed"},
-                           {"time", time},
-                           {"disk", disk.id},
-                           {"name", disk.name},
-                           {"message", message}};
+  boost::json::object line{
+      {"format", jsonFormat}, {"event", isUnlocked ? "unlocked" : "unlockFailed"},
+      {"time", time},         {"disk", disk.id},
+      {"name", disk.name},    {"message", message}};
   if (!event.code.empty()) line["code"] = event.code;
   return base::repairedUtf8(base::serializeJson(line)) + '\n';
 }

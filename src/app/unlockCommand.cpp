@@ -30,8 +30,8 @@ Answer success(const CommandContext& context, const std::string& bsdName, bool w
   const auto access = context.text(disk.isWritable ? "ui.access.readwrite" : "ui.access.readonly");
   return {ExitStatus::done,
           context.text(wasSoBefore ? "ui.unlock.already" : "ui.unlock.done",
-                       {base::displayText(disk.name), base::displayText(disk.mountPath.value_or("")),
-                        access}) +
+                       {base::displayText(disk.name),
+                        base::displayText(disk.mountPath.value_or("")), access}) +
               '\n',
           ""};
 }
@@ -42,7 +42,8 @@ std::optional<Answer> refusal(const CommandContext& context, const disks::Disk& 
     return failure(context.options, ExitStatus::failed, id, message);
   };
   const auto name = base::displayText(disk.name);
-  if (!disk.bitLocker) return refuse("not-bitlocker", context.text("ui.unlock.notbitlocker", {name}));
+  if (!disk.bitLocker)
+    return refuse("not-bitlocker", context.text("ui.unlock.notbitlocker", {name}));
   if (disk.isMounted) return success(context, disk.id, true);
   if (disk.bitLocker->isUnlocked() && disk.isNtfs()) {
     return refuse("not-locked", context.text("ui.unlock.notlocked", {name, disk.id}));
@@ -70,10 +71,10 @@ Answer endOf(const CommandContext& context, UnlockAttendance::End end,
       break;
     case UnlockAttendance::End::interrupted:
     case UnlockAttendance::End::hungUp:
-      return failure(context.options,
-                     end == UnlockAttendance::End::hungUp ? ExitStatus::hungUp
-                                                          : ExitStatus::interrupted,
-                     "interrupted", context.text("ui.unlock.interrupted"));
+      return failure(
+          context.options,
+          end == UnlockAttendance::End::hungUp ? ExitStatus::hungUp : ExitStatus::interrupted,
+          "interrupted", context.text("ui.unlock.interrupted"));
   }
   return state.isUnlocked ? success(context, state.disk.id, false) : failed(context, state);
 }

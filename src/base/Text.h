@@ -47,8 +47,8 @@ std::vector<std::string_view> wrapped(std::string_view text, std::size_t columns
 /// Invalid UTF-8 comes back unchanged.
 std::string composed(std::string_view text);
 
-/// Calls `take` for each character that is a number, in order: with its value for a decimal digit of
-/// any script, with nothing for every other number ("②", "Ⅷ", "½").
+/// Calls `take` for each character that is a number, in order: with its value for a decimal digit
+/// of any script, with nothing for every other number ("②", "Ⅷ", "½").
 void forEachNumber(std::string_view text, const std::function<void(std::optional<int>)>& take);
 
 }  // namespace halvercine::base

@@ -42,7 +42,10 @@ TEST(UnlockCommandTest, EveryResultHasItsStatusAndItsText) {
     const char* text;  // of the output, or of the errors when it failed
   };
   const Row rows[] = {
-      {{"disk4s1"}, "correct horse\n", 0, "is unlocked and mounted at /Volumes/Papers (read-write)"},
+      {{"disk4s1"},
+       "correct horse\n",
+       0,
+       "is unlocked and mounted at /Volumes/Papers (read-write)"},
       {{"disk4s1", "--read-only"}, "correct horse", 0, "(read-only)"},
       {{"disk4s1", "--recovery"}, recovery + "\r\n", 0, "is unlocked"},
       {{"disk4s1", "--remember"}, "correct horse\nmore\n", 0, "is unlocked"},
@@ -84,7 +87,8 @@ TEST(UnlockCommandTest, EveryResultHasItsStatusAndItsText) {
 }
 
 TEST(UnlockCommandTest, JsonTellsTheRecordOrTheCode) {
-  const auto done = base::parseJson(unlock({"disk4s1", "--json"}, "correct horse\n").output).value();
+  const auto done =
+      base::parseJson(unlock({"disk4s1", "--json"}, "correct horse\n").output).value();
   EXPECT_EQ(done.at("result").at("disk").at("isMounted"), true);
   EXPECT_EQ(done.at("result").at("nothingToDo"), false);
   const auto failed = base::parseJson(unlock({"disk5s8", "--json"}, "x\n").output).value();
@@ -127,8 +131,7 @@ class OnTerminal {
   }
 
   void type(std::string_view text) const {
-    ASSERT_EQ(::write(master_.get(), text.data(), text.size()),
-              static_cast<ssize_t>(text.size()));
+    ASSERT_EQ(::write(master_.get(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
 
   /// Reads until this text has come; false at the end.
@@ -168,7 +171,9 @@ TEST(UnlockCommandTest, AsksWithoutEchoAndHelpsWithARecoveryPassword) {
   OnTerminal password({"--simulate=bitlocker", "--fast", "unlock", "disk4s1"});
   ASSERT_TRUE(password.shows("Password of"));
   EXPECT_FALSE(password.echoes());
-  password.type("wrong\x15" "corrext\x7f\x7fct ho\x1b[Drse\n");
+  password.type(
+      "wrong\x15"
+      "corrext\x7f\x7fct ho\x1b[Drse\n");
   EXPECT_EQ(password.status(), 0) << password.shown;
   EXPECT_THAT(password.shown, testing::Not(HasSubstr("horse")));
   EXPECT_TRUE(password.echoes());
@@ -191,9 +196,14 @@ TEST(UnlockCommandTest, SignalsEndItInOrder) {
     int status;
     bool whileAsking;
   };
-  for (const auto& row : {Row{SIGINT, 130, true}, {SIGTERM, 130, true}, {SIGHUP, 129, true},
-                          {SIGQUIT, 130, true}, {SIGINT, 130, false}, {SIGTERM, 130, false},
-                          {SIGHUP, 129, false}, {SIGQUIT, 130, false}}) {
+  for (const auto& row : {Row{SIGINT, 130, true},
+                          {SIGTERM, 130, true},
+                          {SIGHUP, 129, true},
+                          {SIGQUIT, 130, true},
+                          {SIGINT, 130, false},
+                          {SIGTERM, 130, false},
+                          {SIGHUP, 129, false},
+                          {SIGQUIT, 130, false}}) {
     SCOPED_TRACE(std::to_string(row.signal) + (row.whileAsking ? " asking" : " waiting"));
     OnTerminal program({"--simulate=bitlocker", "unlock", "disk6s1"});
     ASSERT_TRUE(program.shows("Password of"));

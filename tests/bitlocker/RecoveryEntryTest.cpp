@@ -32,7 +32,8 @@ TEST(RecoveryEntryTest, SaysWhatIsWrong) {
       {" 123453 530112\t077011–660143\n366663x000572,219989 466664 ", true, ""},
       {wide, true, ""},
       {"", false, "Digits still missing: 48.|"},
-      {digits.substr(1), false, "These groups have typing errors: 1, 2, 3, 4, 5, 6, 7.|Digits still missing: 1.|"},
+      {digits.substr(1), false,
+       "These groups have typing errors: 1, 2, 3, 4, 5, 6, 7.|Digits still missing: 1.|"},
       {digits.substr(0, 47), false, "Digits still missing: 1.|"},
       {digits + "0", false, "Digits too many: 1.|"},
       {"123453-530113", false, "Group 2 has a typing error.|Digits still missing: 36.|"},
@@ -40,7 +41,10 @@ TEST(RecoveryEntryTest, SaysWhatIsWrong) {
       {valid.substr(0, valid.size() - 1) + "②", false,
        "It has numbers that are not written in digits.|Digits still missing: 1.|"},
       {valid + "Ⅷ", false, "It has numbers that are not written in digits.|"},
-      {std::string("123453\xff\0" "530112", 14), false, "Digits still missing: 36.|"},
+      {std::string("123453\xff\0"
+                   "530112",
+                   14),
+       false, "Digits still missing: 36.|"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text);

@@ -11,9 +11,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const platform::WallTime morning =
-    std::chrono::sys_days(std::chrono::year(2026) / 3 / 14) + std::chrono::seconds(29702) +
-    std::chrono::milliseconds(999);
+const platform::WallTime morning = std::chrono::sys_days(std::chrono::year(2026) / 3 / 14) +
+                                   std::chrono::seconds(29702) + std::chrono::milliseconds(999);
 
 TEST(RecoveryExportTest, NameAndTextAreTheSameEverywhere) {
   EXPECT_EQ(recoveryFileName(morning), "Tarnwel-BitLocker-Recovery-20260314-081502Z.txt");

@@ -21,8 +21,8 @@ struct UnlockFixture : SimulatedFixture {
 
   static platform::simulated::Scenario bundled() {
     std::ifstream file(HALVERCINE_RESOURCES "/scenarios/bitlocker.json", std::ios::binary);
-    auto read = platform::simulated::readScenario(
-        std::string(std::istreambuf_iterator<char>(file), {}));
+    auto read =
+        platform::simulated::readScenario(std::string(std::istreambuf_iterator<char>(file), {}));
     if (!read) throw std::runtime_error(read.error().message);
     return std::move(*read);
   }

@@ -19,7 +19,8 @@ struct ProgramRun {
 };
 
 /// Runs the program with these arguments, its standard output going to `outputPath` if that is
-/// given, and `input` coming from a pipe if there is any. The language is English unless the arguments say otherwise.
+/// given, and `input` coming from a pipe if there is any. The language is English unless the
+/// arguments say otherwise.
 inline ProgramRun runProgram(std::vector<std::string> arguments, const char* outputPath = nullptr,
                              const std::string& input = "") {
   std::array<int, 2> pipe{-1, -1};

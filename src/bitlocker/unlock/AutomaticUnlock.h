@@ -22,10 +22,10 @@
 
 namespace halvercine::bitlocker {
 
-/// Watches the monitor, and tries the remembered credential of each locked volume: once for each BSD
-/// name in a run, so that a credential that is not right any more is not tried again and again. It
-/// waits while a request for the volume is pending or another job runs on the disk, and keeps away
-/// from volumes that are not safe to mount. Main actor.
+/// Watches the monitor, and tries the remembered credential of each locked volume: once for each
+/// BSD name in a run, so that a credential that is not right any more is not tried again and again.
+/// It waits while a request for the volume is pending or another job runs on the disk, and keeps
+/// away from volumes that are not safe to mount. Main actor.
 class AutomaticUnlock {
  public:
   template <class Signature>

@@ -42,7 +42,7 @@ std::optional<Payload> BitLockerKeychain::read(std::string_view value) {
 template <class Work>
 base::Task<bool> BitLockerKeychain::inBackground(Work work) {
   auto done = co_await base::withTimeout(clock_, limit, base::runInBackground(actor_, work));
-  co_return done && *done;
+  co_return done&&* done;
 }
 
 base::Task<void> BitLockerKeychain::save(std::string account, std::string method,

@@ -100,7 +100,8 @@ base::Task<void> BitLockerUnlock::waiting() {
 
 base::Task<void> BitLockerUnlock::succeed() {
   state_.isUnlocked = true;
-  if (const auto* disk = context_.monitor.find(state_.disk.id)) state_.disk.isMounted = disk->isMounted;
+  if (const auto* disk = context_.monitor.find(state_.disk.id))
+    state_.disk.isMounted = disk->isMounted;
   if (state_.rememberCredential) {
     co_await keychain_.save(key(), std::string(methodName(state_.method)), credential().copy());
   } else {
@@ -130,8 +131,8 @@ void BitLockerUnlock::endSubmission() {
 void BitLockerUnlock::lookForReplug() {
   if (!state_.awaitingReplug) return;
   for (const auto& disk : context_.monitor.disks()) {
-    const bool isIt = disk.bitLocker && disk.bitLocker->guid == key() &&
-                      disk.mediaID == state_.disk.mediaID;
+    const bool isIt =
+        disk.bitLocker && disk.bitLocker->guid == key() && disk.mediaID == state_.disk.mediaID;
     if (!isIt) continue;
     state_.disk = disk;
     deviceId_ = context_.monitor.deviceId(disk.id);

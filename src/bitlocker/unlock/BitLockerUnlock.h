@@ -43,11 +43,11 @@ class BitLockerUnlock {
     bool showPassword = false;
     bool rememberCredential = false;
     bool mountReadOnly = false;
-    bool isFilling = false;                     ///< what is remembered is being looked for
-    bool busy = false;                          ///< a submission is under way
-    bool awaitingReplug = false;                ///< instead of the form: the disk is to be replugged
-    bool isUnlocked = false;                    ///< the volume is unlocked and mounted
-    bool isClosed = false;                      ///< nothing happens any more
+    bool isFilling = false;       ///< what is remembered is being looked for
+    bool busy = false;            ///< a submission is under way
+    bool awaitingReplug = false;  ///< instead of the form: the disk is to be replugged
+    bool isUnlocked = false;      ///< the volume is unlocked and mounted
+    bool isClosed = false;        ///< nothing happens any more
     std::optional<std::string_view> errorText;  ///< localization key of the message
     std::string resultCode;                     ///< what the message was made from
     std::string_view stageKey;                  ///< localization key of the progress, while busy

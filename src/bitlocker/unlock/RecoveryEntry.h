@@ -12,8 +12,8 @@
 namespace halvercine::bitlocker {
 
 /// The digits of an entry. Decimal digits of every script count (input methods yield full-width
-/// ones); a number that is no decimal digit, such as "②" or "Ⅷ", makes the entry invalid; everything
-/// else is left out.
+/// ones); a number that is no decimal digit, such as "②" or "Ⅷ", makes the entry invalid;
+/// everything else is left out.
 class RecoveryEntry {
  public:
   static constexpr std::size_t groupSize = 6;

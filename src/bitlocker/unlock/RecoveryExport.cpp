@@ -89,8 +89,8 @@ bool isInside(const fs::path& path, const fs::path& folder) {
 }  // namespace
 
 std::string recoveryFileName(platform::WallTime date) {
-  return "Tarnwel-BitLocker-Recovery-" +
-         UtcTime(date).in("{:04}{:02}{:02}-{:02}{:02}{:02}Z") + ".txt";
+  return "Tarnwel-BitLocker-Recovery-" + UtcTime(date).in("{:04}{:02}{:02}-{:02}{:02}{:02}Z") +
+         ".txt";
 }
 
 base::Secret recoveryFileText(std::string_view volumeName, const base::Secret& recoveryPassword,

@@ -116,7 +116,8 @@ std::optional<UnlockResult> UnlockAttempt::look() {
   if (auto result = lookAtDisk()) return result;
   const auto status = mailbox_.readStatus(key());
   if (!status || status->timestamp < submitTime_) return std::nullopt;
-  if (status->guid == key() && status->ejected.value_or(false)) return UnlockResult{End::ejected, ""};
+  if (status->guid == key() && status->ejected.value_or(false))
+    return UnlockResult{End::ejected, ""};
   if (!isAnswer(*status)) return std::nullopt;
   if (isFailure(status->state)) return failed(status->errorMessage.value_or(""));
   if (status->state != "unlocked") return std::nullopt;
@@ -144,8 +145,7 @@ base::Task<std::optional<UnlockResult>> UnlockAttempt::mount() {
   isMountTried_ = true;
   const auto access = readOnly_ ? disks::MountAccess::readOnly : disks::MountAccess::readWrite;
   const auto left = deadline_ - clock_.uptime();
-  auto outcome =
-      co_await base::withTimeout(clock_, left, context_.utility.mount(disk_.id, access));
+  auto outcome = co_await base::withTimeout(clock_, left, context_.utility.mount(disk_.id, access));
   context_.monitor.refresh();
   if (auto result = lookAtDisk()) co_return result;
   if (!outcome) co_return std::nullopt;

@@ -39,7 +39,8 @@ class SecretServiceStore::Call {
     service_ = library_->getService(SECRET_SERVICE_OPEN_SESSION, cancellable_, &error_);
     if (!service_) return;
     // The end of the session is no reason to end this program.
-    library_->setExitOnClose(library_->connectionOf(reinterpret_cast<GDBusProxy*>(service_)), FALSE);
+    library_->setExitOnClose(library_->connectionOf(reinterpret_cast<GDBusProxy*>(service_)),
+                             FALSE);
   }
   ~Call() {
     if (!library_) return;
@@ -60,9 +61,8 @@ class SecretServiceStore::Call {
     // The library keeps values in memory that is locked and wiped.
     auto* const copy = library_->makeValue(value.data(), static_cast<gssize>(value.size()),
                                            "application/octet-stream");
-    const bool isStored =
-        library_->store(service_, &schema, attributes, SECRET_COLLECTION_DEFAULT, label.c_str(),
-                        copy, cancellable_, &error_) == TRUE;
+    const bool isStored = library_->store(service_, &schema, attributes, SECRET_COLLECTION_DEFAULT,
+                                          label.c_str(), copy, cancellable_, &error_) == TRUE;
     library_->releaseValue(copy);
     return isStored;
   }

@@ -9,8 +9,8 @@
 
 namespace halvercine::platform::posix {
 
-/// One file of mode 0600 for each item, in a folder of mode 0700 for each service. Nothing but these
-/// modes keeps the secrets: whoever can read the user's files as the user can read them.
+/// One file of mode 0600 for each item, in a folder of mode 0700 for each service. Nothing but
+/// these modes keeps the secrets: whoever can read the user's files as the user can read them.
 class FileSecretStore : public SecretStore {
  public:
   /// `folder` need not exist. Without one nothing can be stored.

@@ -50,8 +50,7 @@ struct WrittenStatus {
 BOOST_DESCRIBE_STRUCT(WrittenStatus, (),
                       (guid, bsdName, label, timestamp, state, hasPasswordProtector,
                        hasRecoveryProtector, hasClearKey, hasStartupKeyProtector, tpmOnly,
-                       encryptionMethod, errorMessage, requestID, deviceID, usedSpaceOnly,
-                       ejected))
+                       encryptionMethod, errorMessage, requestID, deviceID, usedSpaceOnly, ejected))
 
 std::string digitsOf(std::string_view text) {
   std::string digits;

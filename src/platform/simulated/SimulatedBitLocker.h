@@ -20,8 +20,8 @@ struct UnlockRequestRecord;
 
 /// Writes a status file for every BitLocker volume that is plugged in, and rewrites it as locked
 /// and ejected when the volume goes. The files themselves stay. It takes the requests to unlock a
-/// volume, answers them, and goes wrong where the scenario says so. Main actor, except where it says
-/// otherwise.
+/// volume, answers them, and goes wrong where the scenario says so. Main actor, except where it
+/// says otherwise.
 class SimulatedBitLocker {
  public:
   SimulatedBitLocker(SimulatedMachine& machine, std::shared_ptr<Clock> clock,

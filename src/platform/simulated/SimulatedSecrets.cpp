@@ -31,9 +31,8 @@ bool SimulatedSecrets::remove(const std::string& service, const std::string& acc
 
 bool SimulatedSecrets::removeAll(const std::string& service) {
   const std::lock_guard lock(mutex_);
-  return works_ && std::erase_if(items_, [&](const auto& item) {
-                     return item.first.first == service;
-                   }) > 0;
+  return works_ &&
+         std::erase_if(items_, [&](const auto& item) { return item.first.first == service; }) > 0;
 }
 
 }  // namespace halvercine::platform::simulated

@@ -96,9 +96,9 @@ KeyringSession::KeyringSession() {
                     "--unlock", "--components=secrets", "--control-directory=" + control.string()},
                    "test");
   const auto isReady = [] {
-    const pid_t child = start({"dbus-send", "--session", "--print-reply",
-                               "--dest=org.freedesktop.secrets", "/org/freedesktop/secrets",
-                               "org.freedesktop.DBus.Peer.Ping"});
+    const pid_t child =
+        start({"dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.secrets",
+               "/org/freedesktop/secrets", "org.freedesktop.DBus.Peer.Ping"});
     int status = -1;
     ::waitpid(child, &status, 0);
     return status == 0;

@@ -8,8 +8,8 @@
 
 namespace halvercine::tests {
 
-/// Starts a bus and, on it, a keyring that is unlocked; this process talks to that bus from then on.
-/// One for the whole process, since libraries keep their connection.
+/// Starts a bus and, on it, a keyring that is unlocked; this process talks to that bus from then
+/// on. One for the whole process, since libraries keep their connection.
 class KeyringSession {
  public:
   static KeyringSession& shared();

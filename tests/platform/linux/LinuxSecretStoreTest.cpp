@@ -35,8 +35,8 @@ TEST(LinuxSecretStoreTest, WithoutAKeyringFilesAreUsed) {
   if (child == 0) {
     ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
     LinuxSecretStore store(folder.path());
-    const bool isKept = store.add("a", "x", "secret") &&
-                        store.copyMatching("a", "x", [](std::string_view) {});
+    const bool isKept =
+        store.add("a", "x", "secret") && store.copyMatching("a", "x", [](std::string_view) {});
     std::_Exit(isKept ? 0 : 1);
   }
   int status = -1;
@@ -53,13 +53,14 @@ TEST(LinuxSecretStoreTest, TheKeyringIsTakenAndFilesOnlyWithoutOne) {
   ASSERT_TRUE(store.add("a", "x", "secret"));
   EXPECT_FALSE(hasFiles(folder));
   SecretServiceStore keyring;
-  EXPECT_TRUE(keyring.copyMatching(
-      "a", "x", [](std::string_view value) { EXPECT_EQ(value, "secret"); }));
+  EXPECT_TRUE(
+      keyring.copyMatching("a", "x", [](std::string_view value) { EXPECT_EQ(value, "secret"); }));
   EXPECT_TRUE(store.remove("a", "x"));
 
   // What was kept in a file before there was a keyring is found, and forgotten, too.
   platform::posix::FileSecretStore(folder.path()).add("a", "y", "older");
-  EXPECT_TRUE(store.copyMatching("a", "y", [](std::string_view value) { EXPECT_EQ(value, "older"); }));
+  EXPECT_TRUE(
+      store.copyMatching("a", "y", [](std::string_view value) { EXPECT_EQ(value, "older"); }));
   EXPECT_FALSE(store.add("a", "y", "newer"));
   EXPECT_TRUE(store.removeAll("a"));
   EXPECT_FALSE(store.copyMatching("a", "y", [](std::string_view) {}));

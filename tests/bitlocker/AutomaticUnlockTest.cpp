@@ -34,8 +34,8 @@ struct AutomaticUnlockTest : testing::Test, tests::UnlockFixture {
 TEST_F(AutomaticUnlockTest, RememberedVolumesAreTriedOnce) {
   unlock.start();
   pass(10);
-  EXPECT_EQ(events, (std::vector{line("disk4s3", Kind::unlocked),
-                                 line("disk4s4", Kind::failed, "wrongCredential")}));
+  EXPECT_EQ(events, (std::vector{line("disk4s4", Kind::failed, "wrongCredential"),
+                                 line("disk4s3", Kind::unlocked)}));
   EXPECT_TRUE(disk("disk4s3").isMounted);
   EXPECT_FALSE(disk("disk4s1").isMounted) << "nothing is remembered of it";
   EXPECT_EQ(remembered(keyOf("disk4s4")), "old horse");

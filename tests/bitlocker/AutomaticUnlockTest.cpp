@@ -34,8 +34,8 @@ struct AutomaticUnlockTest : testing::Test, tests::UnlockFixture {
 TEST_F(AutomaticUnlockTest, RememberedVolumesAreTriedOnce) {
   unlock.start();
   pass(10);
-  EXPECT_EQ(events, (std::vector{line("disk4s3", Kind::unlocked),
-                                 line("disk4s4", Kind::failed, "wrongCredential")}));
+  EXPECT_EQ(events, (std::vector{line("disk4s4", Kind::failed, "wrongCredential"),
+                                 line("disk4s3", Kind::unlocked)}));
   EXPECT_TRUE(disk("disk4s3").isMounted);
   EXPECT_FALSE(disk("disk4s1").isMounted) << "nothing is remembered of it";
   EXPECT_EQ(remembered(keyOf("disk4s4")), "old horse");
@@ -49,8 +49,8 @@ TEST_F(AutomaticUnlockTest, RememberedVolumesAreTriedOnce) {
 TEST_F(AutomaticUnlockTest, WaitsForAPendingRequestAndForOtherJobs) {
   ASSERT_TRUE(mailbox.writeRequest(keyOf("disk6s1"),
                                    {"password", base::Secret("x"), std::nullopt, "somebody"}));
-  run(actor, BitLockerKeychain(actor, *platform.clock, *platform.secretStore)
-                 .save(keyOf("disk6s1"), "password", base::Secret("y")));
+  tests::run(actor, BitLockerKeychain(actor, *platform.clock, *platform.secretStore)
+                        .save(keyOf("disk6s1"), "password", base::Secret("y")));
   usedDisk = "disk4s3";
   unlock.start();
   pass(70);
@@ -92,8 +92,8 @@ TEST_F(AutomaticUnlockTest, GivesUpWhenTheRequestCannotBeHandedOver) {
 }
 
 TEST_F(AutomaticUnlockTest, ItsEndWithdrawsItsRequest) {
-  run(actor, BitLockerKeychain(actor, *platform.clock, *platform.secretStore)
-                 .save(keyOf("disk6s1"), "password", base::Secret("y")));
+  tests::run(actor, BitLockerKeychain(actor, *platform.clock, *platform.secretStore)
+                        .save(keyOf("disk6s1"), "password", base::Secret("y")));
   {
     AutomaticUnlock another(context(), [](const disks::Disk&) { return false; });
     another.start();

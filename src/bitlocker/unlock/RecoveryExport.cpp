@@ -52,7 +52,12 @@ fs::path resolved(const fs::path& path) {
 /// The forms in which the same place can be spelled.
 std::vector<fs::path> spellings(const fs::path& path) {
   const auto parent = path.parent_path();
-  return {tidied(path), resolved(path), resolved(parent) / path.filename()};
+  std::vector<fs::path> all{tidied(path), resolved(path), resolved(parent) / path.filename()};
+  // A link that leads to nothing yet is not resolved above.
+  std::error_code error;
+  const auto target = fs::read_symlink(path, error);
+  if (!error) all.push_back(resolved(parent / target));
+  return all;
 }
 
 std::vector<fs::path> foldersOf(const ExportedVolume& volume) {

@@ -34,8 +34,8 @@ void speedTestLoop(benchmark::State& state) {
   speedtest::SpeedWork work(clock, std::make_unique<IdleFile>(), 512ULL << 20U);
   std::uint64_t operations = 0;
   for (auto _ : state) {
-    work.counters.reset(true);
     const speedtest::SpeedWindow window{clock.uptime(), {}, std::chrono::milliseconds(5)};
+    work.counters.reset(true, window.begin);
     speedtest::measureSlice(work, cell, window, 0);
     operations += work.counters.ops();
     if (work.counters.latenciesCapped()) state.SkipWithError("more operations than samples");

@@ -53,9 +53,9 @@ class Cells {
 
   void measure(const speedtest::SpeedCell& cell, double warmup, double window) {
     const auto pattern = speedtest::accessPattern(cell.profile);
-    work_.counters.reset(true);
     const auto before = processorSeconds();
     const speedtest::SpeedWindow when{clock_.uptime(), duration(warmup), duration(window)};
+    work_.counters.reset(true, when.begin);
     run(pattern.queueDepth, [&](std::size_t worker) {
       speedtest::measureSlice(work_, cell, when, worker);
     });

@@ -56,11 +56,10 @@ class Cells {
     const auto before = processorSeconds();
     const speedtest::SpeedWindow when{clock_.uptime(), duration(warmup), duration(window)};
     work_.counters.reset(true, when.begin);
-    run(pattern.queueDepth, [&](std::size_t worker) {
-      speedtest::measureSlice(work_, cell, when, worker);
-    });
-    const auto operations = static_cast<double>(work_.counters.transferred()) /
-                            static_cast<double>(pattern.blockSize);
+    run(pattern.queueDepth,
+        [&](std::size_t worker) { speedtest::measureSlice(work_, cell, when, worker); });
+    const auto operations =
+        static_cast<double>(work_.counters.transferred()) / static_cast<double>(pattern.blockSize);
     const auto processor = (processorSeconds() - before) * 1e6 / operations;
     // More operations than samples are kept leave no percentile; the engine says so too.
     const auto result = work_.counters.result(cell);

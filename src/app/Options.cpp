@@ -72,10 +72,9 @@ void addLogActions(CLI::App& log, Options& options) {
 
 void addSpeedTest(CLI::App& command, Options& options) {
   using speedtest::SpeedSizeTier;
-  static const std::map<std::string, SpeedSizeTier> tiers{
-      {"fast", SpeedSizeTier::fast},
-      {"standard", SpeedSizeTier::standard},
-      {"endurance", SpeedSizeTier::endurance}};
+  static const std::map<std::string, SpeedSizeTier> tiers{{"fast", SpeedSizeTier::fast},
+                                                          {"standard", SpeedSizeTier::standard},
+                                                          {"endurance", SpeedSizeTier::endurance}};
   command
       .add_option("PATH", options.disk,
                   "A folder on the volume, or a BSD name, device path, volume UUID, mount point or "

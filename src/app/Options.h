@@ -48,21 +48,20 @@ struct Options {
   bool force = false;              ///< of `unmount` and `log export`
   LogAction logAction = LogAction::show;
   std::string file = "Tarnwel-operation-log.txt";  ///< of `log export`; "-" is standard output
-  bool yes = false;               ///< of `log clear` and `check --repair`: it is agreed to already
-  bool repair = false;            ///< of `check`
-  bool copy = false;              ///< of `check`: the report goes to the clipboard too
-  bool direct = false;            ///< of `check`: without the file-system module
+  bool yes = false;     ///< of `log clear` and `check --repair`: it is agreed to already
+  bool repair = false;  ///< of `check`
+  bool copy = false;    ///< of `check`: the report goes to the clipboard too
+  bool direct = false;  ///< of `check`: without the file-system module
   speedtest::SpeedSizeTier tier = speedtest::SpeedSizeTier::standard;  ///< of `speedtest`
   std::optional<std::string> compareWith;  ///< of `speedtest`: a file with an earlier result
-  std::optional<double> seconds;  ///< of `watch` and `run`: how long; no end if absent
-  bool fast = false;              ///< simulated time passes as fast as it can
+  std::optional<double> seconds;           ///< of `watch` and `run`: how long; no end if absent
+  bool fast = false;                       ///< simulated time passes as fast as it can
 
   /// Commands that answer at once need no real time on a simulated Mac; those that people follow
   /// do.
   bool runsOnRealTime() const {
-    const bool isFollowed =
-        command == Command::watch || command == Command::run || command == Command::check ||
-        command == Command::speedtest;
+    const bool isFollowed = command == Command::watch || command == Command::run ||
+                            command == Command::check || command == Command::speedtest;
     return isFollowed && !fast;
   }
 };

@@ -16,8 +16,9 @@ namespace fs = std::filesystem;
 /// Nothing when there is no such folder, on this machine or on the simulated one.
 std::optional<std::string> folderAt(const CommandContext& context, const std::string& argument) {
   if (context.options.scenario) {
-    if (!argument.starts_with('/')) return std::nullopt;
-    return fs::path(argument).lexically_normal().string();
+    const bool isOnVolume =
+        argument.starts_with('/') && context.platform.fileSystems->statistics(argument);
+    return isOnVolume ? std::optional(argument) : std::nullopt;
   }
   std::error_code error;
   const auto folder = fs::canonical(argument, error);
@@ -46,9 +47,9 @@ std::expected<SpeedTestTarget, Answer> findSpeedTestTarget(const CommandContext&
   if (selected) {
     const auto& disk = (*selected)->disk;
     if (!disk.mountPath) {
-      return std::unexpected(failure(
-          context.options, ExitStatus::failed, "not-mounted",
-          context.text("ui.takeover.notmounted", {base::displayText(disk.name), disk.id})));
+      return std::unexpected(
+          failure(context.options, ExitStatus::failed, "not-mounted",
+                  context.text("ui.takeover.notmounted", {base::displayText(disk.name), disk.id})));
     }
     target.folder = *disk.mountPath;
     target.view = **selected;

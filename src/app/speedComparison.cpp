@@ -36,8 +36,7 @@ bool isPlausible(const speedtest::SpeedCellResult& result) {
 
 }  // namespace
 
-const speedtest::SpeedCellResult* EarlierSpeed::of(
-    const speedtest::SpeedCellResult& result) const {
+const speedtest::SpeedCellResult* EarlierSpeed::of(const speedtest::SpeedCellResult& result) const {
   const auto found = std::ranges::find_if(results, [&](const auto& earlier) {
     return earlier.profile == result.profile && earlier.direction == result.direction;
   });

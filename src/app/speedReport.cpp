@@ -48,7 +48,8 @@ boost::json::array comparisonJson(const SpeedReport& report) {
     const auto* earlier = report.earlier->of(result);
     if (!earlier) continue;
     auto cell = base::toJson(*earlier).as_object();
-    if (const auto percent = percentMore(result.mbps, earlier->mbps)) cell["mbpsPercent"] = *percent;
+    if (const auto percent = percentMore(result.mbps, earlier->mbps))
+      cell["mbpsPercent"] = *percent;
     cells.push_back(std::move(cell));
   }
   return cells;

@@ -41,9 +41,9 @@ std::string grid(const CommandContext& context, const SpeedReport& report) {
                Align::right, Align::right});
   std::vector<Cell> headings;
   headings.reserve(8);
-  for (const auto key : {"ui.speedtest.column.test", "ui.speedtest.column.direction",
-                         "ui.speedtest.column.rate", "ui.speedtest.column.iops",
-                         "ui.speedtest.column.mean", "ui.speedtest.column.p99"}) {
+  for (const auto key :
+       {"ui.speedtest.column.test", "ui.speedtest.column.direction", "ui.speedtest.column.rate",
+        "ui.speedtest.column.iops", "ui.speedtest.column.mean", "ui.speedtest.column.p99"}) {
     headings.emplace_back(context.text(key), Tint::quiet);
   }
   if (report.earlier) {
@@ -82,8 +82,9 @@ std::string cardText(const CommandContext& context, const speedtest::VerdictCard
   constexpr std::size_t fewest = 20;
   const auto columns = context.terminal.columns();
   const auto room = columns == 0 ? std::string::npos : std::max(columns, indent + fewest) - indent;
-  auto text = "\n" + context.terminal.tinted(card.title.in(context.localization),
-                                             card.isHeadline ? Tint::heading : Tint::none) +
+  auto text = "\n" +
+              context.terminal.tinted(card.title.in(context.localization),
+                                      card.isHeadline ? Tint::heading : Tint::none) +
               "\n";
   const auto detail = card.detail.in(context.localization);
   for (const auto line : base::wrapped(detail, room)) {
@@ -99,7 +100,8 @@ std::string speedReportText(const CommandContext& context, const SpeedReport& re
   const std::string tier = boost::describe::enum_to_string(context.options.tier, "");
   if (report.earlier && report.earlier->tier != tier) {
     text += "  " +
-            context.text("ui.speedtest.othertier", {base::displayText(report.earlier->tier)}) + '\n';
+            context.text("ui.speedtest.othertier", {base::displayText(report.earlier->tier)}) +
+            '\n';
   }
   text += curveText(context, report);
   for (const auto& card : report.cards()) text += cardText(context, card);

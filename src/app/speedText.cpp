@@ -9,9 +9,7 @@
 
 namespace halvercine::app {
 
-std::string rateText(double value) {
-  return fmt::format("{:.{}f}", value, value < 99.95 ? 1 : 0);
-}
+std::string rateText(double value) { return fmt::format("{:.{}f}", value, value < 99.95 ? 1 : 0); }
 
 std::string latencyText(double microseconds) {
   if (microseconds < 9'995) {

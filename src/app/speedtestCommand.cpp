@@ -73,12 +73,11 @@ class SpeedTestAttendance {
 void announce(const CommandContext& context, const SpeedTestTarget& target,
               const speedtest::SpeedPlan& plan) {
   const auto writing = std::chrono::ceil<std::chrono::seconds>(plan.writingTime()).count();
-  writeDiagnostic(
-      "halvercine: " +
-      context.text("ui.speedtest.announce",
-                   {sizeText(static_cast<std::int64_t>(plan.fileSize)),
-                    std::to_string(plan.fileSize), base::displayText(target.folder),
-                    std::to_string(writing)}));
+  writeDiagnostic("halvercine: " +
+                  context.text("ui.speedtest.announce",
+                               {sizeText(static_cast<std::int64_t>(plan.fileSize)),
+                                std::to_string(plan.fileSize), base::displayText(target.folder),
+                                std::to_string(writing)}));
 }
 
 ExitStatus statusOf(const speedtest::SpeedTestFailure& failure) {
@@ -91,8 +90,8 @@ ExitStatus statusOf(const speedtest::SpeedTestFailure& failure) {
 Answer failed(const CommandContext& context, const speedtest::SpeedTestFailure& why) {
   boost::json::object details;
   if (why.error) details["errno"] = *why.error;
-  const auto id = why.reason == "generic" ? "speedtest-failed"
-                                          : why.reason.substr(0, why.reason.find(':'));
+  const auto id =
+      why.reason == "generic" ? "speedtest-failed" : why.reason.substr(0, why.reason.find(':'));
   return failure(context.options, statusOf(why), id, why.text.in(context.localization),
                  std::move(details));
 }

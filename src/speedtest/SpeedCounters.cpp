@@ -60,11 +60,10 @@ SpeedCellResult SpeedCounters::result(const SpeedCell& cell) {
   const auto count = std::min(sampleCount_.load(std::memory_order_relaxed), capacity_);
   if (count == 0) return result;
   const auto end = latencies_.begin() + static_cast<std::ptrdiff_t>(count);
-  result.avgLatencyUs =
-      std::accumulate(latencies_.begin(), end, 0.0) / static_cast<double>(count);
+  result.avgLatencyUs = std::accumulate(latencies_.begin(), end, 0.0) / static_cast<double>(count);
   if (latenciesCapped()) return result;
-  const auto index = std::min(
-      count - 1, static_cast<std::size_t>(static_cast<double>(count - 1) * 0.99));
+  const auto index =
+      std::min(count - 1, static_cast<std::size_t>(static_cast<double>(count - 1) * 0.99));
   const auto p99 = latencies_.begin() + static_cast<std::ptrdiff_t>(index);
   std::nth_element(latencies_.begin(), p99, end);
   result.p99LatencyUs = *p99;

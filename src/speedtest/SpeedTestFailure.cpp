@@ -14,9 +14,8 @@ SpeedTestFailure SpeedTestFailure::insufficientFree() {
 }
 
 SpeedTestFailure SpeedTestFailure::openFailed(int error) {
-  return {"open-failed:" + std::to_string(error),
-          {"speed.error.open.fmt", {errorText(error)}},
-          error};
+  return {
+      "open-failed:" + std::to_string(error), {"speed.error.open.fmt", {errorText(error)}}, error};
 }
 
 SpeedTestFailure SpeedTestFailure::ioFailed(int error) {

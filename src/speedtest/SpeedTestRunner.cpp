@@ -23,7 +23,9 @@ constexpr std::size_t fillWorkers = 1;
 
 constexpr std::size_t fillBlockSize = 1'048'576;
 
-double seconds(platform::Uptime duration) { return std::chrono::duration<double>(duration).count(); }
+double seconds(platform::Uptime duration) {
+  return std::chrono::duration<double>(duration).count();
+}
 
 bool isCancellation(const boost::system::system_error& error) {
   return error.code() == boost::asio::error::operation_aborted;
@@ -96,8 +98,8 @@ void SpeedTestRunner::abandon() {
 
 base::Task<void> SpeedTestRunner::run(std::string folder, SpeedPlan plan) {
   const auto generation = runGeneration_;
-  const auto assertion = platform_.sleepAssertions->take("PreventUserIdleSystemSleep",
-                                                         "Halvercine Speed Test");
+  const auto assertion =
+      platform_.sleepAssertions->take("PreventUserIdleSystemSleep", "Halvercine Speed Test");
   auto file = std::make_shared<TestFile>(actor_);
   std::optional<SpeedTestFailure> failure;
   try {

@@ -56,9 +56,8 @@ void measure(SpeedWork& work, const SpeedCell& cell, const SpeedWindow& window, 
                      });
     case SpeedDirection::read:
       return measure(work, window, blockSize, worker, offsets,
-                     [&file, target = work.buffers.target(blockSize, worker)](std::uint64_t offset) {
-                       return file.read(target, offset);
-                     });
+                     [&file, target = work.buffers.target(blockSize, worker)](
+                         std::uint64_t offset) { return file.read(target, offset); });
   }
 }
 
@@ -92,8 +91,7 @@ void measureSlice(SpeedWork& work, const SpeedCell& cell, const SpeedWindow& win
   if (pattern.isRandom) {
     measure(work, cell, window, worker, RandomOffsets(work.fileSize, pattern.blockSize, worker));
   } else {
-    const auto slice =
-        SpeedSlice::of(work.fileSize, pattern.blockSize, pattern.queueDepth, worker);
+    const auto slice = SpeedSlice::of(work.fileSize, pattern.blockSize, pattern.queueDepth, worker);
     measure(work, cell, window, worker, SequentialOffsets(slice, pattern.blockSize));
   }
 }

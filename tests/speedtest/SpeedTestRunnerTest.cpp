@@ -24,7 +24,8 @@ struct Bench : tests::SimulatedFixture {
                  const std::string& system = "{}")
       : SimulatedFixture(
             R"([{"disk": "disk4", "volumes": [{"disk": "disk4s1", "name": "DATA", "kind": "ntfs",
-                "mount": )" + mount + R"(, "storage": )" + storage + "}]}]",
+                "mount": )" +
+                mount + R"(, "storage": )" + storage + "}]}]",
             system) {}
 
   void run(SpeedPlan plan = smallPlan) {
@@ -40,7 +41,9 @@ struct Bench : tests::SimulatedFixture {
     actor.runUntil([this] { return !runner.isRunning(); });
   }
 
-  bool isClean() { return mac.machine().storage().files().empty() && mac.machine().sleepAssertions() == 0; }
+  bool isClean() {
+    return mac.machine().storage().files().empty() && mac.machine().sleepAssertions() == 0;
+  }
 
   SpeedTestRunner runner{actor, platform};
 };
@@ -96,7 +99,8 @@ TEST(SpeedTestRunnerTest, OneSlowOperationInAHundredIsTheLastPercent) {
   // the fast ones, that of 150 with two slow ones is not.
   for (const auto& [every, isSlow] : {std::pair(100, false), std::pair(50, true)}) {
     Bench bench(R"({"read": [{"us": 10000, "usPerMiB": 0}], "write": [{"us": 10000, "usPerMiB": 0}],
-                    "slowUs": 100000, "slowEvery": )" + std::to_string(every) + "}");
+                    "slowUs": 100000, "slowEvery": )" +
+                std::to_string(every) + "}");
     bench.run({16 * mebibyte, 0s, 100ms, 100ms, 4s});
     const auto& result = bench.runner.results()[7];
     EXPECT_EQ(result.p99LatencyUs, isSlow ? 110000 : 10000) << every;
@@ -105,8 +109,10 @@ TEST(SpeedTestRunnerTest, OneSlowOperationInAHundredIsTheLastPercent) {
 }
 
 TEST(SpeedTestRunnerTest, TheWarmUpIsInNoFigure) {
-  // The first 64 MiB, of which 16 are the file, are written ten times as slowly: 0.48 s of the cell.
-  Bench bench(R"({"write": [{"us": 10000, "usPerMiB": 0}, {"fromGiB": 0.0625, "us": 1000, "usPerMiB": 0}]})");
+  // The first 64 MiB, of which 16 are the file, are written ten times as slowly: 0.48 s of the
+  // cell.
+  Bench bench(
+      R"({"write": [{"us": 10000, "usPerMiB": 0}, {"fromGiB": 0.0625, "us": 1000, "usPerMiB": 0}]})");
   bench.run({16 * mebibyte, 500ms, 1s, 100ms, 100ms});
   const auto& result = bench.runner.results()[0];
   EXPECT_NEAR(result.mbps, 1048.6, 5);
@@ -124,7 +130,8 @@ TEST(SpeedTestRunnerTest, TheWarmUpIsInNoFigure) {
 
 TEST(SpeedTestRunnerTest, TheBytesThatWereWrittenAreCounted) {
   // 16 operations fill the file, then each of four cells writes for 0.6 s.
-  Bench bench(R"({"channels": 1, "write": [{"us": 100000, "usPerMiB": 0}], "read": [{"us": 100000}]})");
+  Bench bench(
+      R"({"channels": 1, "write": [{"us": 100000, "usPerMiB": 0}], "read": [{"us": 100000}]})");
   bench.run();
   // Who begins within the window is written to the end: as many more as there are workers.
   const auto sequential = 6 + 7 + 6;
@@ -160,7 +167,8 @@ TEST(SpeedTestRunnerTest, ErrorsEndTheRunAndLeaveNothing) {
       {R"({"openError": "EACCES", "openErrors": 2})", SpeedTestFailure::openFailed(EACCES), 0},
       {R"({"openError": "EROFS"})", SpeedTestFailure::openFailed(EROFS), 0},
       {R"({"openError": "ENOENT", "openErrors": 1})", SpeedTestFailure::openFailed(ENOENT), 0},
-      {R"({"writeError": "ENOSPC", "writeErrorAfterMiB": 8})", SpeedTestFailure::ioFailed(ENOSPC), 0},
+      {R"({"writeError": "ENOSPC", "writeErrorAfterMiB": 8})", SpeedTestFailure::ioFailed(ENOSPC),
+       0},
       {R"({"writeError": "EIO", "writeErrorAfterMiB": 17})", SpeedTestFailure::ioFailed(EIO), 0},
       {R"({"readError": "EIO", "readErrorAfterMiB": 1})", SpeedTestFailure::ioFailed(EIO), 1}};
   for (const auto& row : rows) {
@@ -247,7 +255,8 @@ TEST(SpeedTestRunnerTest, TheEnvironmentIsThatOfTheStart) {
 TEST(SpeedPlanTest, OnlyTheLargestFileIsSmallerOnFat) {
   EXPECT_EQ(speedPlan(SpeedSizeTier::endurance, "msdos").fileSize, 2048 * mebibyte);
   EXPECT_EQ(speedPlan(SpeedSizeTier::endurance, "exfat").fileSize, 4096 * mebibyte);
-  EXPECT_EQ(speedPlan(SpeedSizeTier::standard, "msdos"), speedPlan(SpeedSizeTier::standard, "ntfs"));
+  EXPECT_EQ(speedPlan(SpeedSizeTier::standard, "msdos"),
+            speedPlan(SpeedSizeTier::standard, "ntfs"));
   const auto plan = speedPlan(SpeedSizeTier::endurance, "ntfs");
   EXPECT_EQ(plan.windowOf({SpeedProfile::seq1mQ8, SpeedDirection::write}), 45s);
   EXPECT_EQ(plan.windowOf({SpeedProfile::seq1mQ8, SpeedDirection::read}), 15s);

@@ -38,14 +38,14 @@ TEST(SpeedVerdictTest, TheRateOfReadingAndTheKindOfDiskGiveTheHeadline) {
     const char* expected;
   };
   const Row rows[] = {
-      {44.9, true, "verdict.usb2.detail"},     {44.9, false, "verdict.usb2.detail"},
-      {45, true, "verdict.slowssd.detail"},    {45, false, "verdict.hdd.slow"},
-      {79.9, false, "verdict.hdd.slow"},       {80, false, "verdict.hdd.ok"},
-      {2000, false, "verdict.hdd.ok"},         {199.9, true, "verdict.slowssd.detail"},
+      {44.9, true, "verdict.usb2.detail"},       {44.9, false, "verdict.usb2.detail"},
+      {45, true, "verdict.slowssd.detail"},      {45, false, "verdict.hdd.slow"},
+      {79.9, false, "verdict.hdd.slow"},         {80, false, "verdict.hdd.ok"},
+      {2000, false, "verdict.hdd.ok"},           {199.9, true, "verdict.slowssd.detail"},
       {200, true, "verdict.usb3mid.detail.fmt"}, {379.9, true, "verdict.usb3mid.detail.fmt"},
-      {380, true, "verdict.usb3.detail"},      {469.9, true, "verdict.usb3.detail"},
-      {470, true, "verdict.gen2.detail"},      {949.9, true, "verdict.gen2.detail"},
-      {950, true, "verdict.tb4.detail"},       {60, {}, "verdict.slowssd.detail"}};
+      {380, true, "verdict.usb3.detail"},        {469.9, true, "verdict.usb3.detail"},
+      {470, true, "verdict.gen2.detail"},        {949.9, true, "verdict.gen2.detail"},
+      {950, true, "verdict.tb4.detail"},         {60, {}, "verdict.slowssd.detail"}};
   for (const auto& row : rows) {
     EXPECT_EQ(details(findings(row.read, row.read, row.isSolidState)),
               (Keys{row.expected, "verdict.variance.detail"}))
@@ -62,9 +62,9 @@ TEST(SpeedVerdictTest, NotesComeInTheirOrder) {
   for (int second = 1; second <= 41; ++second) {
     all.writeCurve.push_back({static_cast<double>(second), second < 20 ? 999.5 : 400.4});
   }
-  EXPECT_EQ(details(all), (Keys{"verdict.tb4.detail", "verdict.writebound.detail",
-                                "verdict.drop.detail", "env.battery.detail", "env.thermal.detail",
-                                "verdict.variance.detail"}));
+  EXPECT_EQ(details(all),
+            (Keys{"verdict.tb4.detail", "verdict.writebound.detail", "verdict.drop.detail",
+                  "env.battery.detail", "env.thermal.detail", "verdict.variance.detail"}));
   EXPECT_EQ(speedVerdict(all)[2].detail.arguments, (std::vector<std::string>{"1000", "400", "59"}));
 }
 
@@ -74,8 +74,11 @@ TEST(SpeedVerdictTest, WriteBoundNeedsASolidStateDiskAndARateOfWriting) {
     std::optional<bool> isSolidState;
     bool expected;
   };
-  const Row rows[] = {{349, true, true},   {350, true, false}, {0, true, false},
-                      {349, false, false}, {349, {}, false}};
+  const Row rows[] = {{349, true, true},
+                      {350, true, false},
+                      {0, true, false},
+                      {349, false, false},
+                      {349, {}, false}};
   for (const auto& row : rows) {
     EXPECT_EQ(details(findings(1000, row.write, row.isSolidState)).size(), row.expected ? 3u : 2u)
         << row.write;

@@ -19,7 +19,8 @@ constexpr const char* systemdIsRunning = "/run/systemd/system";
 
 class Inhibition : public SleepAssertion {
  public:
-  Inhibition(pid_t child, base::UniqueFd lifeline) : child_(child), lifeline_(std::move(lifeline)) {}
+  Inhibition(pid_t child, base::UniqueFd lifeline)
+      : child_(child), lifeline_(std::move(lifeline)) {}
   ~Inhibition() override {
     ::kill(-child_, SIGKILL);
     while (::waitpid(child_, nullptr, 0) < 0 && errno == EINTR) {

@@ -49,8 +49,7 @@ std::exception_ptr runAll(std::size_t count, const std::function<void(std::size_
 
 class PosixWorkerGroup : public WorkerGroup {
  public:
-  PosixWorkerGroup(base::MainActor& actor, std::size_t count,
-                   std::function<void(std::size_t)> work,
+  PosixWorkerGroup(base::MainActor& actor, std::size_t count, std::function<void(std::size_t)> work,
                    std::function<void(std::exception_ptr)> ended)
       : post_(actor) {
     actor.postToBackground([count, work = std::move(work), tell = post_.wrap(std::move(ended))] {

@@ -161,12 +161,12 @@ BOOST_DESCRIBE_STRUCT(ScenarioStorageStep, (), (fromGiB, us, usPerMiB))
 struct ScenarioStorage {
   std::vector<ScenarioStorageStep> read;
   std::vector<ScenarioStorageStep> write;
-  std::int64_t channels = 1;           ///< operations at the same time
-  std::int64_t slowEvery = 0;          ///< each n-th operation takes longer; 0: none
-  double slowUs = 0;                   ///< by so much
-  bool uncached = true;                ///< the page cache can be switched off
+  std::int64_t channels = 1;   ///< operations at the same time
+  std::int64_t slowEvery = 0;  ///< each n-th operation takes longer; 0: none
+  double slowUs = 0;           ///< by so much
+  bool uncached = true;        ///< the page cache can be switched off
   std::optional<std::string> openError;
-  std::int64_t openErrors = 0;         ///< so many times; 0: always
+  std::int64_t openErrors = 0;  ///< so many times; 0: always
   std::optional<std::string> readError;
   double readErrorAfterMiB = 0;
   std::optional<std::string> writeError;

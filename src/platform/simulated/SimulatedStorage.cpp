@@ -116,8 +116,7 @@ std::expected<Uptime, int> SimulatedStorage::schedule(const File& file, Directio
   const auto step = stepAt(writes ? law.write : law.read, bytes);
   bytes += size;
   auto taken = step.us + step.usPerMiB * static_cast<double>(size) / mebibyte;
-  if (law.slowEvery > 0 &&
-      ++medium.operations % static_cast<std::uint64_t>(law.slowEvery) == 0) {
+  if (law.slowEvery > 0 && ++medium.operations % static_cast<std::uint64_t>(law.slowEvery) == 0) {
     taken += law.slowUs;
   }
   auto begin = clock_->uptime();

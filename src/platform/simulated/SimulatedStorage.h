@@ -53,7 +53,7 @@ class SimulatedStorage : public std::enable_shared_from_this<SimulatedStorage> {
   const SimulatedMachine& machine_;
   std::shared_ptr<Clock> clock_;
   mutable std::mutex mutex_;
-  std::map<std::uint64_t, Medium> media_;        // by registry entry ID
+  std::map<std::uint64_t, Medium> media_;       // by registry entry ID
   std::map<std::string, std::uint64_t> files_;  // path to the medium
 };
 

@@ -91,7 +91,8 @@ Fault checkFsck(const ScenarioFsck& fsck, const std::string& place) {
 Fault checkError(const std::optional<std::string>& name, const std::string& place) {
   if (!name || errorNumber(*name)) return std::nullopt;
   std::string known;
-  for (const auto& [word, number] : knownErrors) known += (known.empty() ? "" : ", ") + std::string(word);
+  for (const auto& [word, number] : knownErrors)
+    known += (known.empty() ? "" : ", ") + std::string(word);
   return fault(place, "expected one of: " + known);
 }
 

@@ -9,14 +9,13 @@
 
 namespace halvercine::platform::simulated {
 
-inline constexpr std::array<std::pair<std::string_view, int>, 7> knownErrors{
-    {{"EIO", EIO},
-     {"ENOSPC", ENOSPC},
-     {"ENXIO", ENXIO},
-     {"EPERM", EPERM},
-     {"EACCES", EACCES},
-     {"EROFS", EROFS},
-     {"ENOENT", ENOENT}}};
+inline constexpr std::array<std::pair<std::string_view, int>, 7> knownErrors{{{"EIO", EIO},
+                                                                              {"ENOSPC", ENOSPC},
+                                                                              {"ENXIO", ENXIO},
+                                                                              {"EPERM", EPERM},
+                                                                              {"EACCES", EACCES},
+                                                                              {"EROFS", EROFS},
+                                                                              {"ENOENT", ENOENT}}};
 
 /// The number of an error with a known name.
 constexpr std::optional<int> errorNumber(std::string_view name) {

@@ -16,8 +16,9 @@ namespace fs = std::filesystem;
 /// Nothing when there is no such folder, on this machine or on the simulated one.
 std::optional<std::string> folderAt(const CommandContext& context, const std::string& argument) {
   if (context.options.scenario) {
-    if (!argument.starts_with('/')) return std::nullopt;
-    return fs::path(argument).lexically_normal().string();
+    const bool isOnVolume =
+        argument.starts_with('/') && context.platform.fileSystems->statistics(argument);
+    return isOnVolume ? std::optional(argument) : std::nullopt;
   }
   std::error_code error;
   const auto folder = fs::canonical(argument, error);

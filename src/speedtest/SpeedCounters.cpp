@@ -9,12 +9,15 @@ SpeedCounters::SpeedCounters(std::size_t workers) : latencies_(mostLatencies) {
   for (std::size_t worker = 0; worker < workers; ++worker) lanes_.emplace_back(*this);
 }
 
-void SpeedCounters::reset(bool collectsLatencies) {
+void SpeedCounters::reset(bool collectsLatencies, platform::Uptime begin) {
   for (auto& lane : lanes_) {
     lane.transferred_.store(0, std::memory_order_relaxed);
     lane.bytes_ = 0;
     lane.ops_ = 0;
+    lane.passedUntil_ = begin;
+    lane.measuredUntil_ = begin;
   }
+  begin_ = begin;
   capacity_ = collectsLatencies ? mostLatencies : 0;
   sampleCount_.store(0, std::memory_order_relaxed);
   latenciesCapped_.store(false, std::memory_order_relaxed);
@@ -40,15 +43,13 @@ std::uint64_t SpeedCounters::ops() const {
 
 double SpeedCounters::elapsedSeconds() const {
   constexpr double least = 0.001;
-  auto begin = platform::Uptime::max();
-  auto end = platform::Uptime::min();
+  auto from = begin_;
+  auto until = begin_;
   for (const auto& lane : lanes_) {
-    if (lane.ops_ == 0) continue;
-    begin = std::min(begin, lane.firstBegin_);
-    end = std::max(end, lane.lastEnd_);
+    from = std::max(from, lane.passedUntil_);
+    until = std::max(until, lane.measuredUntil_);
   }
-  if (begin >= end) return least;
-  return std::max(std::chrono::duration<double>(end - begin).count(), least);
+  return std::max(std::chrono::duration<double>(until - from).count(), least);
 }
 
 SpeedCellResult SpeedCounters::result(const SpeedCell& cell) {

@@ -26,8 +26,8 @@ class SpeedCounters {
   /// Room for so many workers.
   explicit SpeedCounters(std::size_t workers);
 
-  /// Begins anew. No worker is under way.
-  void reset(bool collectsLatencies);
+  /// Begins anew, at this time. No worker is under way.
+  void reset(bool collectsLatencies, platform::Uptime begin = {});
 
   Lane& lane(std::size_t worker) { return lanes_[worker]; }
 
@@ -54,12 +54,15 @@ class SpeedCounters {
     if (capacity_ > 0) latenciesCapped_.store(true, std::memory_order_relaxed);
   }
 
-  /// From the first measured operation's beginning to the last one's end, at least 1 ms.
+  /// From the end of the last operation of the warm-up to that of the last one that is measured: so
+  /// every operation that ends in this time is counted, and no time in which another one ended. At
+  /// least 1 ms.
   double elapsedSeconds() const;
 
   std::deque<Lane> lanes_;
   std::vector<double> latencies_;  // microseconds
   std::size_t capacity_ = 0;
+  platform::Uptime begin_{};
   alignas(128) std::atomic<std::size_t> sampleCount_{0};
   alignas(128) std::atomic<bool> latenciesCapped_{false};
 };
@@ -71,14 +74,17 @@ class alignas(128) SpeedCounters::Lane {
   explicit Lane(SpeedCounters& counters) : counters_(counters) {}
 
   /// An operation of the warm-up, or of a part that is not measured.
-  void pass(std::size_t bytes) { add(transferred_, bytes); }
+  void pass(std::size_t bytes, platform::Uptime end = {}) {
+    add(transferred_, bytes);
+    passedUntil_ = end;
+  }
 
   /// A measured operation.
   void record(std::size_t bytes, platform::Uptime begin, platform::Uptime end) {
     add(transferred_, bytes);
     bytes_ += bytes;
-    if (++ops_ == 1) firstBegin_ = begin;
-    lastEnd_ = end;
+    ++ops_;
+    measuredUntil_ = end;
     counters_.sample(end - begin);
   }
 
@@ -94,8 +100,8 @@ class alignas(128) SpeedCounters::Lane {
   std::atomic<std::uint64_t> transferred_{0};
   std::uint64_t bytes_ = 0;
   std::uint64_t ops_ = 0;
-  platform::Uptime firstBegin_{};
-  platform::Uptime lastEnd_{};
+  platform::Uptime passedUntil_{};
+  platform::Uptime measuredUntil_{};
 };
 
 }  // namespace halvercine::speedtest

@@ -154,10 +154,10 @@ base::Task<bool> SpeedTestRunner::fillFile(std::shared_ptr<SpeedWork> work) {
 
 base::Task<bool> SpeedTestRunner::runWindow(std::shared_ptr<SpeedWork> work, SpeedCell cell,
                                             SpeedPlan plan) {
-  work->counters.reset(true);
+  const SpeedWindow window{platform_.clock->uptime(), plan.warmup, plan.windowOf(cell)};
+  work->counters.reset(true, window.begin);
   cell_ = cell;
   liveCurve_.clear();
-  const SpeedWindow window{platform_.clock->uptime(), plan.warmup, plan.windowOf(cell)};
   startLiveTick([this, work, begin = window.begin] { tickCell(*work, begin); });
   setPhase(Phase::running);
   const auto measure = [work, cell, window](std::size_t worker) {

@@ -35,8 +35,8 @@ void measure(SpeedWork& work, const SpeedWindow& window, std::size_t blockSize, 
       if (count < 0) work.ioErrors.record(static_cast<std::int32_t>(-count));
       return;
     }
-    if (begin < measuredFrom) {
-      lane.pass(blockSize);
+    if (end <= measuredFrom) {
+      lane.pass(blockSize, end);
     } else {
       lane.record(blockSize, begin, end);
     }

@@ -35,7 +35,7 @@ struct SpeedWork {
 /// When a cell is measured, on the monotonic clock.
 struct SpeedWindow {
   platform::Uptime begin{};
-  platform::Uptime warmup{};  ///< from the beginning; what begins earlier is not measured
+  platform::Uptime warmup{};  ///< from the beginning; what ends within is not measured
   platform::Uptime length{};  ///< from the beginning, warm-up included
 };
 

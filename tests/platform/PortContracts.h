@@ -6,11 +6,14 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
+#include <exception>
 #include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -177,6 +180,39 @@ TYPED_TEST_P(PortContracts, aMountedVolumesPathHasItsStatistics) {
   EXPECT_FALSE(this->platform().fileSystems->statistics("/no/such\x01place"));
 }
 
+TYPED_TEST_P(PortContracts, workersEndTogetherAndTheirFailureIsTold) {
+  for (const bool fails : {false, true}) {
+    std::atomic<int> runs{0};
+    int ends = 0;
+    std::exception_ptr failure;
+    const auto work = [&](std::size_t worker) {
+      ++runs;
+      if (fails && worker == 3) throw std::runtime_error("worker");
+    };
+    const auto group =
+        this->platform().workerThreads->start(5, work, [&](const std::exception_ptr& thrown) {
+          ++ends;
+          failure = thrown;
+        });
+    EXPECT_EQ(ends, 0);
+    this->actor().runUntil([&] { return ends > 0; });
+    EXPECT_EQ(runs, 5);
+    EXPECT_EQ(failure != nullptr, fails);
+  }
+  // Nobody is told any more.
+  int ends = 0;
+  this->platform()
+      .workerThreads
+      ->start(
+          1, [](std::size_t) {}, [&](auto) { ++ends; })
+      .reset();
+  bool isOver = false;
+  const auto last = this->platform().workerThreads->start(
+      1, [](std::size_t) {}, [&](auto) { isOver = true; });
+  this->actor().runUntil([&] { return isOver; });
+  EXPECT_EQ(ends, 0);
+}
+
 TYPED_TEST_P(PortContracts, theLogTakesAnyText) {
   auto& log = *this->platform().systemLog;
   log.write(platform::LogLevel::info, "");
@@ -189,6 +225,6 @@ REGISTER_TYPED_TEST_SUITE_P(PortContracts, clockCallsInTheOrderOfTheDeadlinesAnd
                             everyMediumIsFoundByItsNameAndHasItsOwnId, theWayUpTheRegistryEnds,
                             aSessionReplaysEveryDiskOfTheRegistryLater,
                             aDescriptionHasTheTypesOfTheKeys, aMountedVolumesPathHasItsStatistics,
-                            theLogTakesAnyText);
+                            workersEndTogetherAndTheirFailureIsTold, theLogTakesAnyText);
 
 }  // namespace halvercine::tests

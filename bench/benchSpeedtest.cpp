@@ -1,0 +1,60 @@
+// What the speed test's own loop costs, on a file that does nothing, beside reading the clock.
+#include <benchmark/benchmark.h>
+
+#include "base/MainActor.h"
+#include "platform/posix/AsioClock.h"
+#include "speedtest/SpeedWork.h"
+
+namespace {
+
+using namespace halvercine;
+
+class IdleFile : public platform::UncachedFile {
+ public:
+  std::int64_t read(std::span<std::byte> buffer, std::uint64_t) override {
+    return static_cast<std::int64_t>(buffer.size());
+  }
+  std::int64_t write(std::span<const std::byte> data, std::uint64_t) override {
+    return static_cast<std::int64_t>(data.size());
+  }
+  bool isUncached() const override { return true; }
+  std::size_t bufferAlignment() const override { return 1; }
+  int remove() override { return 0; }
+};
+
+/// One worker of a cell. The window is short enough for every operation to leave a sample.
+void speedTestLoop(benchmark::State& state) {
+  using speedtest::SpeedCell;
+  constexpr SpeedCell cells[] = {
+      {speedtest::SpeedProfile::seq1mQ1, speedtest::SpeedDirection::write},
+      {speedtest::SpeedProfile::rnd4kQ1, speedtest::SpeedDirection::read}};
+  const auto& cell = cells[state.range(0)];
+  base::MainActor actor;
+  platform::posix::AsioClock clock(actor);
+  speedtest::SpeedWork work(clock, std::make_unique<IdleFile>(), 512ULL << 20U);
+  std::uint64_t operations = 0;
+  for (auto _ : state) {
+    const speedtest::SpeedWindow window{clock.uptime(), {}, std::chrono::milliseconds(5)};
+    work.counters.reset(true, window.begin);
+    speedtest::measureSlice(work, cell, window, 0);
+    operations += work.counters.ops();
+    if (work.counters.latenciesCapped()) state.SkipWithError("more operations than samples");
+  }
+  state.counters["ns/op"] =
+      benchmark::Counter(static_cast<double>(operations) / 1e9,
+                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+void readingTheClockTwice(benchmark::State& state) {
+  base::MainActor actor;
+  const platform::posix::AsioClock clock(actor);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(clock.uptime());
+    benchmark::DoNotOptimize(clock.uptime());
+  }
+}
+
+BENCHMARK(readingTheClockTwice);
+BENCHMARK(speedTestLoop)->ArgName("random")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+}  // namespace

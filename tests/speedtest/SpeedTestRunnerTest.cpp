@@ -1,0 +1,268 @@
+#include "speedtest/SpeedTestRunner.h"
+
+#include <cerrno>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/SimulatedFixture.h"
+
+namespace halvercine::speedtest {
+namespace {
+
+using namespace std::chrono_literals;
+using Phase = SpeedTestRunner::Phase;
+
+constexpr std::uint64_t mebibyte = 1 << 20U;
+
+/// A small file and short windows: the whole grid is some thousand operations.
+constexpr SpeedPlan smallPlan{16 * mebibyte, 100ms, 600ms, 600ms, 600ms};
+
+/// A mounted volume on a medium with this law, and a runner.
+struct Bench : tests::SimulatedFixture {
+  explicit Bench(const std::string& storage, const std::string& mount = "{}",
+                 const std::string& system = "{}")
+      : SimulatedFixture(
+            R"([{"disk": "disk4", "volumes": [{"disk": "disk4s1", "name": "DATA", "kind": "ntfs",
+                "mount": )" +
+                mount + R"(, "storage": )" + storage + "}]}]",
+            system) {}
+
+  void run(SpeedPlan plan = smallPlan) {
+    ASSERT_TRUE(runner.start("/Volumes/DATA", plan));
+    actor.runUntil([this] { return !runner.isRunning(); });
+  }
+
+  /// Runs until the runner is in this state, then stops it.
+  void stopAt(const std::function<bool()>& isThere) {
+    ASSERT_TRUE(runner.start("/Volumes/DATA", smallPlan));
+    ASSERT_TRUE(actor.runUntil(isThere));
+    runner.stop();
+    actor.runUntil([this] { return !runner.isRunning(); });
+  }
+
+  bool isClean() {
+    return mac.machine().storage().files().empty() && mac.machine().sleepAssertions() == 0;
+  }
+
+  SpeedTestRunner runner{actor, platform};
+};
+
+TEST(SpeedTestRunnerTest, FiguresAreThoseOfTheMedium) {
+  struct Row {
+    const char* what;
+    const char* storage;
+    // of seq1mQ8 and rnd4kQ32 writing, then of seq1mQ1 and rnd4kQ1 reading
+    double writeMs[2];
+    double readMs[2];
+    double channels;
+  };
+  // With as many channels as workers everybody works alone; with one they stand in line.
+  const Row rows[] = {
+      {"constant",
+       R"({"channels": 32, "read": [{"us": 5000, "usPerMiB": 0}], "write": [{"us": 10000, "usPerMiB": 0}]})",
+       {10, 10},
+       {5, 5},
+       32},
+      {"by the size",
+       R"({"channels": 1, "read": [{"us": 4000, "usPerMiB": 6000}], "write": [{"us": 4000, "usPerMiB": 6000}]})",
+       {10, 4.0234375},
+       {10, 4.0234375},
+       1},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    Bench bench(row.storage);
+    bench.run({16 * mebibyte, 200ms, 700ms, 700ms, 700ms});  // a queue of 32 is full after 0.13 s
+    ASSERT_EQ(bench.runner.phase(), Phase::idle);
+    ASSERT_EQ(bench.runner.results().size(), speedCells.size());
+    for (std::size_t index = 0; index < speedCells.size(); ++index) {
+      const auto& result = bench.runner.results()[index];
+      const auto pattern = accessPattern(result.profile);
+      SCOPED_TRACE(index);
+      EXPECT_EQ((SpeedCell{result.profile, result.direction}), speedCells[index]);
+      const auto& laws = result.direction == SpeedDirection::write ? row.writeMs : row.readMs;
+      const auto serviceMs = laws[pattern.isRandom ? 1 : 0];
+      const auto depth = static_cast<double>(pattern.queueDepth);
+      const auto parallel = std::min(depth, row.channels);
+      EXPECT_NEAR(result.iops, parallel * 1000 / serviceMs, parallel / serviceMs);
+      EXPECT_NEAR(result.avgLatencyUs, serviceMs * depth / parallel * 1000, 1);
+      EXPECT_NEAR(result.p99LatencyUs.value_or(0), serviceMs * depth / parallel * 1000, 1);
+      EXPECT_DOUBLE_EQ(result.mbps * 1e6, result.iops * static_cast<double>(pattern.blockSize));
+    }
+    EXPECT_TRUE(bench.isClean());
+  }
+}
+
+TEST(SpeedTestRunnerTest, OneSlowOperationInAHundredIsTheLastPercent) {
+  // With one worker each hundredth operation takes 100 ms more; the p99 of 200 samples is one of
+  // the fast ones, that of 150 with two slow ones is not.
+  for (const auto& [every, isSlow] : {std::pair(100, false), std::pair(50, true)}) {
+    Bench bench(R"({"read": [{"us": 10000, "usPerMiB": 0}], "write": [{"us": 10000, "usPerMiB": 0}],
+                    "slowUs": 100000, "slowEvery": )" +
+                std::to_string(every) + "}");
+    bench.run({16 * mebibyte, 0s, 100ms, 100ms, 4s});
+    const auto& result = bench.runner.results()[7];
+    EXPECT_EQ(result.p99LatencyUs, isSlow ? 110000 : 10000) << every;
+    EXPECT_NEAR(result.avgLatencyUs, 10000 + 100000.0 / every, 350) << every;
+  }
+}
+
+TEST(SpeedTestRunnerTest, TheWarmUpIsInNoFigure) {
+  // The first 64 MiB, of which 16 are the file, are written ten times as slowly: 0.48 s of the
+  // cell.
+  Bench bench(
+      R"({"write": [{"us": 10000, "usPerMiB": 0}, {"fromGiB": 0.0625, "us": 1000, "usPerMiB": 0}]})");
+  bench.run({16 * mebibyte, 500ms, 1s, 100ms, 100ms});
+  const auto& result = bench.runner.results()[0];
+  EXPECT_NEAR(result.mbps, 1048.6, 5);
+  EXPECT_DOUBLE_EQ(result.p99LatencyUs.value_or(0), 8000);
+  const auto& curve = bench.runner.writeCurve();
+  ASSERT_GE(curve.size(), 3u);
+  EXPECT_NEAR(curve.front().mbps, 104.86, 9);
+  EXPECT_NEAR(curve.back().mbps, 1048.6, 9);
+
+  Bench never(R"({"write": [{"us": 10000}]})");
+  never.run({16 * mebibyte, 600ms, 500ms, 700ms, 700ms});
+  EXPECT_EQ(never.runner.results()[0].mbps, 0);
+  EXPECT_EQ(never.runner.results()[0].p99LatencyUs, std::nullopt);
+}
+
+TEST(SpeedTestRunnerTest, TheBytesThatWereWrittenAreCounted) {
+  // 16 operations fill the file, then each of four cells writes for 0.6 s.
+  Bench bench(
+      R"({"channels": 1, "write": [{"us": 100000, "usPerMiB": 0}], "read": [{"us": 100000}]})");
+  bench.run();
+  // Who begins within the window is written to the end: as many more as there are workers.
+  const auto sequential = 6 + 7 + 6;
+  const auto random = 6 + 31 + 6;
+  EXPECT_NEAR(static_cast<double>(bench.runner.bytesWritten()),
+              static_cast<double>((16 + sequential) * mebibyte + random * 4096), 2.0 * mebibyte);
+}
+
+TEST(SpeedTestRunnerTest, AVolumeWithExactlyEnoughSpaceIsAccepted) {
+  for (const bool isEnough : {true, false}) {
+    const auto bytes = smallPlan.fileSize + 512 * mebibyte - (isEnough ? 0 : 1);
+    Bench bench("{}", R"({"blockSize": 1, "availableBlocks": )" + std::to_string(bytes) + "}");
+    bench.run({16 * mebibyte, 0s, 10ms, 10ms, 10ms});
+    EXPECT_EQ(bench.runner.phase(), isEnough ? Phase::idle : Phase::failed);
+    if (!isEnough) {
+      EXPECT_EQ(bench.runner.failure(), SpeedTestFailure::insufficientFree());
+    }
+  }
+  // Without statistics the volume's own word counts.
+  Bench told("{}", R"({"statfsFails": true, "importantUsage": 10})");
+  told.run();
+  EXPECT_EQ(told.runner.failure(), SpeedTestFailure::insufficientFree());
+}
+
+TEST(SpeedTestRunnerTest, ErrorsEndTheRunAndLeaveNothing) {
+  struct Row {
+    const char* storage;
+    std::optional<SpeedTestFailure> expected;
+    std::size_t results;
+  };
+  const Row rows[] = {
+      {R"({"openError": "EPERM", "openErrors": 1})", {}, 8},
+      {R"({"openError": "EACCES", "openErrors": 2})", SpeedTestFailure::openFailed(EACCES), 0},
+      {R"({"openError": "EROFS"})", SpeedTestFailure::openFailed(EROFS), 0},
+      {R"({"openError": "ENOENT", "openErrors": 1})", SpeedTestFailure::openFailed(ENOENT), 0},
+      {R"({"writeError": "ENOSPC", "writeErrorAfterMiB": 8})", SpeedTestFailure::ioFailed(ENOSPC),
+       0},
+      {R"({"writeError": "EIO", "writeErrorAfterMiB": 17})", SpeedTestFailure::ioFailed(EIO), 0},
+      {R"({"readError": "EIO", "readErrorAfterMiB": 1})", SpeedTestFailure::ioFailed(EIO), 1}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.storage);
+    Bench bench(row.storage);
+    bench.run({16 * mebibyte, 0s, 50ms, 50ms, 50ms});
+    EXPECT_EQ(bench.runner.failure(), row.expected);
+    EXPECT_EQ(bench.runner.results().size(), row.results);
+    EXPECT_TRUE(bench.isClean());
+  }
+}
+
+TEST(SpeedTestRunnerTest, AStopLeavesNothingInAnyPhase) {
+  const auto* const storage = R"({"read": [{"us": 20000}], "write": [{"us": 20000}]})";
+  for (std::size_t cells = 0; cells <= 2; ++cells) {
+    Bench bench(storage);
+    bench.stopAt([&] { return bench.runner.results().size() == cells && bench.runner.cell(); });
+    EXPECT_EQ(bench.runner.phase(), Phase::idle);
+    EXPECT_TRUE(bench.runner.wasStopped());
+    EXPECT_EQ(bench.runner.results().size(), cells) << "half a cell is none";
+    EXPECT_TRUE(bench.isClean());
+    bench.run();
+    EXPECT_FALSE(bench.runner.wasStopped());
+    EXPECT_EQ(bench.runner.results().size(), speedCells.size());
+  }
+  Bench filling(storage);
+  filling.stopAt([&] { return filling.runner.prepareProgress() > 0.3; });
+  EXPECT_TRUE(filling.runner.wasStopped());
+  EXPECT_LT(filling.runner.prepareProgress(), 1);
+  EXPECT_TRUE(filling.isClean());
+  Bench atOnce(storage);
+  atOnce.stopAt([] { return true; });
+  EXPECT_TRUE(atOnce.runner.wasStopped());
+  EXPECT_TRUE(atOnce.isClean());
+}
+
+TEST(SpeedTestRunnerTest, ARunThatIsAbandonedOrDestroyedDeletesItsFile) {
+  for (const bool isAbandoned : {true, false}) {
+    Bench bench(R"({"read": [{"us": 20000}], "write": [{"us": 20000}]})");
+    std::optional<SpeedTestRunner> runner(std::in_place, bench.actor, bench.platform);
+    runner->start("/Volumes/DATA", smallPlan);
+    bench.actor.runUntil([&] { return runner->cell().has_value(); });
+    if (isAbandoned) {
+      runner->abandon();
+      EXPECT_TRUE(runner->wasStopped());
+    } else {
+      runner.reset();
+    }
+    bench.actor.runUntil([] { return false; });
+    EXPECT_TRUE(bench.isClean());
+  }
+}
+
+TEST(SpeedTestRunnerTest, ADiskThatIsUnpluggedEndsTheRun) {
+  auto scenario = tests::SimulatedFixture::scenario(
+      R"([{"disk": "disk4", "volumes": [{"disk": "disk4s1", "name": "DATA", "kind": "ntfs", "mount": {},
+           "storage": {"read": [{"us": 20000}], "write": [{"us": 20000}]}}]}])",
+      "{}");
+  auto& event = scenario.timeline.emplace_back();
+  event.at = 2;
+  event.event = platform::simulated::EventKind::unplug;
+  event.disk = "disk4";
+  tests::SimulatedFixture machine(scenario);
+  SpeedTestRunner runner(machine.actor, machine.platform);
+  int ends = 0;
+  runner.finishHandler = [&ends] { ++ends; };
+  ASSERT_TRUE(runner.start("/Volumes/DATA", smallPlan));
+  EXPECT_FALSE(runner.start("/Volumes/DATA", smallPlan)) << "one at a time";
+  machine.actor.runUntil([&] { return !runner.isRunning(); });
+  EXPECT_EQ(runner.failure(), SpeedTestFailure::ioFailed(ENXIO));
+  EXPECT_NEAR(std::chrono::duration<double>(machine.platform.clock->uptime()).count(), 2, 0.1);
+  EXPECT_TRUE(runner.isFileLeft()) << "it went with the disk";
+  EXPECT_EQ(ends, 1);
+}
+
+TEST(SpeedTestRunnerTest, TheEnvironmentIsThatOfTheStart) {
+  Bench bench(R"({"uncached": false})", "{}", R"({"onBattery": true, "thermal": "serious"})");
+  bench.run({16 * mebibyte, 0s, 10ms, 10ms, 10ms});
+  EXPECT_EQ(bench.runner.environment(),
+            (SpeedTestEnvironment{true, platform::ThermalState::serious}));
+  EXPECT_EQ(bench.runner.isUncached(), false);
+}
+
+TEST(SpeedPlanTest, OnlyTheLargestFileIsSmallerOnFat) {
+  EXPECT_EQ(speedPlan(SpeedSizeTier::endurance, "msdos").fileSize, 2048 * mebibyte);
+  EXPECT_EQ(speedPlan(SpeedSizeTier::endurance, "exfat").fileSize, 4096 * mebibyte);
+  EXPECT_EQ(speedPlan(SpeedSizeTier::standard, "msdos"),
+            speedPlan(SpeedSizeTier::standard, "ntfs"));
+  const auto plan = speedPlan(SpeedSizeTier::endurance, "ntfs");
+  EXPECT_EQ(plan.windowOf({SpeedProfile::seq1mQ8, SpeedDirection::write}), 45s);
+  EXPECT_EQ(plan.windowOf({SpeedProfile::seq1mQ8, SpeedDirection::read}), 15s);
+  EXPECT_EQ(plan.windowOf({SpeedProfile::seq1mQ1, SpeedDirection::write}), 5s);
+  EXPECT_EQ(plan.writingTime(), 60s);
+}
+
+}  // namespace
+}  // namespace halvercine::speedtest

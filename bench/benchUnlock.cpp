@@ -1,5 +1,5 @@
-// From the module's answer being written to the program's having seen it, with the system's own watch
-// on the folder. The poll alone would take up to 250 milliseconds.
+// From the module's answer being written to the program's having seen it, with the system's own
+// watch on the folder. The poll alone would take up to 250 milliseconds.
 #include <chrono>
 
 #include <benchmark/benchmark.h>

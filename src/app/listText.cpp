@@ -5,6 +5,7 @@
 #include "app/Table.h"
 #include "app/sizeText.h"
 #include "base/BsdName.h"
+#include "base/Text.h"
 
 namespace halvercine::app {
 namespace {
@@ -25,6 +26,10 @@ void addDisk(Table& table, const CommandContext& context, const DiskView& view) 
   if (view.readOnly) {
     const auto key = mount::MountRecoveryPolicy::explanationKey(view.readOnly->cause);
     table.addNote({"! " + context.text(key), Tint::warning});
+  }
+  if (disk.bitLocker && !disk.isMounted) {
+    const auto text = bitLockerText(*disk.bitLocker, context.localization);
+    table.addNote({"  BitLocker: " + base::displayText(text), Tint::quiet});
   }
   if (view.recovery) {
     table.addNote({"  " + recoveryText(*view.recovery, context.localization), Tint::quiet});

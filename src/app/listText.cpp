@@ -5,7 +5,6 @@
 #include "app/Table.h"
 #include "app/sizeText.h"
 #include "base/BsdName.h"
-#include "base/Text.h"
 
 namespace halvercine::app {
 namespace {
@@ -29,7 +28,7 @@ void addDisk(Table& table, const CommandContext& context, const DiskView& view) 
   }
   if (disk.bitLocker && !disk.isMounted) {
     const auto text = bitLockerText(*disk.bitLocker, context.localization);
-    table.addNote({"  BitLocker: " + base::displayText(text), Tint::quiet});
+    table.addNote({"  BitLocker: " + text, Tint::quiet});
   }
   if (view.recovery) {
     table.addNote({"  " + recoveryText(*view.recovery, context.localization), Tint::quiet});

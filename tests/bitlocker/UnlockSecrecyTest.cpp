@@ -20,10 +20,11 @@
 namespace halvercine::bitlocker {
 namespace {
 
-// The password, disguised: what is looked for must not be found in the test itself.
+// The password, disguised: what is looked for must not be found in the test itself. It is the same in
+// JSON.
 constexpr unsigned char mask = 0x5A;
 constexpr unsigned char disguised[] = {0x2E ^ 1, 0x35, 0x28, 0x28, 0x3F, 0x39, 0x2E, 0x72, 0x32,
-                                       0x35,     0x28, 0x29, 0x3F, 0x63, 0x6B, 0x78, 0x6D, 0x2C};
+                                       0x35,     0x28, 0x29, 0x3F, 0x63, 0x6B, 0x6A, 0x6D, 0x2C};
 constexpr std::size_t size = std::size(disguised);
 
 base::Secret password() {
@@ -38,8 +39,10 @@ std::size_t occurrences(const std::string& bytes) {
   const auto isSame = [](unsigned char hidden, char byte) {
     return (hidden ^ mask) == static_cast<unsigned char>(byte);
   };
-  for (std::size_t at = 0; at + size <= bytes.size(); ++at) {
-    if (std::equal(std::begin(disguised), std::end(disguised), bytes.begin() + at, isSame)) ++count;
+  constexpr char first = disguised[0] ^ mask;
+  for (auto at = bytes.find(first); at != std::string::npos && at + size <= bytes.size();
+       at = bytes.find(first, at + 1)) {
+    if (std::equal(std::begin(disguised), std::end(disguised), bytes.data() + at, isSame)) ++count;
   }
   return count;
 }

@@ -1,5 +1,9 @@
 #include "app/DiskView.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 
@@ -37,6 +41,27 @@ std::string recoveryText(const mount::MountRecoveryPolicy::StatusLine& line,
   arguments.reserve(line.arguments.size());
   for (const int argument : line.arguments) arguments.push_back(std::to_string(argument));
   return localization.text(line.key, arguments);
+}
+
+std::string bitLockerText(const bitlocker::BitLockerState& volume,
+                          const base::Localization& localization) {
+  const std::pair<bool, std::string_view> protectors[] = {
+      {volume.hasPasswordProtector, "ui.protector.password"},
+      {volume.hasRecoveryProtector, "ui.protector.recovery"},
+      {volume.hasStartupKeyProtector, "ui.protector.startupkey"},
+      {volume.hasClearKey, "ui.protector.clearkey"},
+      {volume.tpmOnly, "ui.protector.tpm"}};
+  std::string names;
+  for (const auto& [isThere, key] : protectors) {
+    if (isThere) names += (names.empty() ? "" : ", ") + localization.text(key);
+  }
+  // Any other word of the module's is shown as it is.
+  constexpr std::string_view states[] = {"locked", "unlocked", "unlockFailed", "unsupported",
+                                         "error"};
+  const bool isKnown = std::ranges::find(states, volume.state) != std::end(states);
+  auto state = isKnown ? localization.text("bitlocker.state." + volume.state) : volume.state;
+  if (names.empty()) return state;
+  return localization.text("ui.bitlocker.protectors", {std::move(state), std::move(names)});
 }
 
 DiskView DiskView::of(disks::Disk disk, const platform::Platform& platform,

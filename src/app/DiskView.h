@@ -52,4 +52,8 @@ struct DiskView {
 std::string recoveryText(const mount::MountRecoveryPolicy::StatusLine& line,
                          const base::Localization& localization);
 
+/// The state of a BitLocker volume and what it is protected with.
+std::string bitLockerText(const bitlocker::BitLockerState& volume,
+                          const base::Localization& localization);
+
 }  // namespace halvercine::app

@@ -70,7 +70,9 @@ void addVolume(FieldList& fields, const CommandContext& context, const DiskView&
         Tint::none);
   }
   if (disk.isMounted && disk.isNtfs()) fields.addFlag("ui.field.engine", disk.mountedByEngine);
-  if (disk.bitLocker) fields.add("ui.field.bitlocker", Cell(disk.bitLocker->state));
+  if (disk.bitLocker) {
+    fields.add("ui.field.bitlocker", Cell(bitLockerText(*disk.bitLocker, context.localization)));
+  }
   fields.addSize("ui.field.capacity", disk.capacity);
   if (disk.isMounted) fields.addSize("ui.field.available", disk.available);
   fields.add("ui.field.volumeuuid", disk.volumeUUID);

@@ -26,6 +26,10 @@ void addDisk(Table& table, const CommandContext& context, const DiskView& view) 
     const auto key = mount::MountRecoveryPolicy::explanationKey(view.readOnly->cause);
     table.addNote({"! " + context.text(key), Tint::warning});
   }
+  if (disk.bitLocker && !disk.isMounted) {
+    const auto text = bitLockerText(*disk.bitLocker, context.localization);
+    table.addNote({"  BitLocker: " + text, Tint::quiet});
+  }
   if (view.recovery) {
     table.addNote({"  " + recoveryText(*view.recovery, context.localization), Tint::quiet});
   }

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <map>
 #include <sstream>
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <boost/describe.hpp>
 
 namespace halvercine::app {
 namespace {
@@ -89,19 +89,20 @@ void addHelperActions(CLI::App& helper, Options& options) {
 }
 
 void addSpeedTest(CLI::App& command, Options& options) {
-  using speedtest::SpeedSizeTier;
-  static const std::map<std::string, SpeedSizeTier> tiers{{"fast", SpeedSizeTier::fast},
-                                                          {"standard", SpeedSizeTier::standard},
-                                                          {"endurance", SpeedSizeTier::endurance}};
   command
       .add_option("PATH", options.disk,
                   "A folder on the volume, or a BSD name, device path, volume UUID, mount point or "
                   "volume name")
       ->required();
-  command.add_option("--tier", options.tier, "How large and how long: fast, standard, endurance")
+  command
+      .add_option_function<std::string>(
+          "--tier",
+          [&options](const std::string& word) {
+            boost::describe::enum_from_string(word.c_str(), options.tier);
+          },
+          "How large and how long: fast, standard, endurance")
       ->option_text("TIER")
-      ->transform(CLI::Transformer(tiers))
-      ->check(CLI::IsMember(tiers));
+      ->check(CLI::IsMember({"fast", "standard", "endurance"}));
   command
       .add_option("--compare", options.compareWith,
                   "Set the result of an earlier `speedtest --json` beside this one")

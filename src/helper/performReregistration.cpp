@@ -53,17 +53,17 @@ base::Task<StepOutcome> performStep(platform::Clock& clock, platform::Uptime lim
 }
 
 base::Task<Outcome> performReregistration(platform::Clock& clock, double timeoutSeconds,
-                                          DaemonStep unregister, DaemonStep register_,
+                                          DaemonStep unregisterStep, DaemonStep registerStep,
                                           ScheduleOnMain scheduleOnMain) {
   using Kind = ReregistrationError::Kind;
   const auto deadline = clock.uptime() + std::chrono::duration_cast<platform::Uptime>(
                                              std::chrono::duration<double>(timeoutSeconds));
-  auto end = co_await performStep(clock, deadline - clock.uptime(), unregister, scheduleOnMain);
+  auto end = co_await performStep(clock, deadline - clock.uptime(), unregisterStep, scheduleOnMain);
   if (!end) co_return std::unexpected(ReregistrationError{});
   if (*end) co_return std::unexpected(ReregistrationError{Kind::unregisterStep, **end});
   for (const auto wait : settling) {
     co_await base::sleepUntil(clock, std::min(clock.uptime() + wait, deadline));
-    end = co_await performStep(clock, deadline - clock.uptime(), register_, scheduleOnMain);
+    end = co_await performStep(clock, deadline - clock.uptime(), registerStep, scheduleOnMain);
     if (!end) co_return std::unexpected(ReregistrationError{});
     if (!*end) co_return Outcome();
     if (!mayPass(**end)) break;

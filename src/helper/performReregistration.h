@@ -35,8 +35,8 @@ using ScheduleOnMain = std::function<void(std::function<void()>)>;
 /// that ends later is not heard any more. The steps' ends get to the main actor by
 /// `scheduleOnMain`. Main actor.
 base::Task<std::expected<void, ReregistrationError>> performReregistration(
-    platform::Clock& clock, double timeoutSeconds, DaemonStep unregister, DaemonStep register_,
-    ScheduleOnMain scheduleOnMain);
+    platform::Clock& clock, double timeoutSeconds, DaemonStep unregisterStep,
+    DaemonStep registerStep, ScheduleOnMain scheduleOnMain);
 
 /// The error of a step that has ended, if it has one.
 using StepOutcome = std::expected<std::optional<platform::SystemError>, base::TimedOut>;

@@ -169,7 +169,8 @@ TEST(UnlockCommandTest, AsksWithoutEchoAndHelpsWithARecoveryPassword) {
   EXPECT_FALSE(password.echoes());
   password.type(
       "wrong\x15"
-      "corrext\x7f\x7f" "ct ho\x1b[Drse\n");
+      "corrext\x7f\x7f"
+      "ct ho\x1b[Drse\n");
   EXPECT_EQ(password.status(), 0) << password.shown;
   EXPECT_THAT(password.shown, testing::Not(HasSubstr("horse")));
   EXPECT_TRUE(password.echoes());

@@ -1,15 +1,11 @@
 // `unlock` as a user meets it: the program itself on a simulated Mac.
 #include <array>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <stdlib.h>
 #include <string>
 #include <sys/wait.h>
 #include <termios.h>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -173,7 +169,8 @@ TEST(UnlockCommandTest, AsksWithoutEchoAndHelpsWithARecoveryPassword) {
   EXPECT_FALSE(password.echoes());
   password.type(
       "wrong\x15"
-      "corrext\x7f\x7fct ho\x1b[Drse\n");
+      "corrext\x7f\x7f"
+      "ct ho\x1b[Drse\n");
   EXPECT_EQ(password.status(), 0) << password.shown;
   EXPECT_THAT(password.shown, testing::Not(HasSubstr("horse")));
   EXPECT_TRUE(password.echoes());

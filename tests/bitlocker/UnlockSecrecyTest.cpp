@@ -20,8 +20,8 @@
 namespace halvercine::bitlocker {
 namespace {
 
-// The password, disguised: what is looked for must not be found in the test itself. It is the same in
-// JSON.
+// The password, disguised: what is looked for must not be found in the test itself. It is the same
+// in JSON.
 constexpr unsigned char mask = 0x5A;
 constexpr unsigned char disguised[] = {0x2E ^ 1, 0x35, 0x28, 0x28, 0x3F, 0x39, 0x2E, 0x72, 0x32,
                                        0x35,     0x28, 0x29, 0x3F, 0x63, 0x6B, 0x6A, 0x6D, 0x2C};

@@ -29,6 +29,9 @@ SpeedTestDisplay::SpeedTestDisplay(const CommandContext& context,
 
 void SpeedTestDisplay::update() {
   if (!terminal_.redraws() || hasEnded_ || !runner_.isRunning()) return;
+  const bool isBetweenCells =
+      runner_.phase() == speedtest::SpeedTestRunner::Phase::running && !runner_.cell();
+  if (isBetweenCells) return;
   auto text = progressText();
   if (text == drawn_) return;
   std::fputs(("\r\x1b[K" + text).c_str(), stderr);

@@ -47,10 +47,13 @@ class SpeedTestAttendance {
   }
 
   bool isHungUp() const { return isHungUp_; }
+  /// Nobody reads what the command has to say.
+  bool isAbandoned() const { return isAbandoned_; }
 
  private:
   void interrupt(int signal) {
     isHungUp_ = isHungUp_ || signal == SIGHUP;
+    isAbandoned_ = isAbandoned_ || signal == SIGPIPE;
     if (!runner_.isStopping()) {
       runner_.stop();
       if (signal != SIGPIPE) display_.say(context_.text("ui.speedtest.stopping"));
@@ -68,6 +71,7 @@ class SpeedTestAttendance {
   platform::posix::TerminationSignals signals_;
   base::RepeatingTimer abandonment_;
   bool isHungUp_ = false;
+  bool isAbandoned_ = false;
 };
 
 void announce(const CommandContext& context, const SpeedTestTarget& target,
@@ -142,7 +146,8 @@ Answer speedtestCommand(const CommandContext& context, Machine& machine) {
   attendance.follow();
   const SpeedReport report{*target, plan, runner, earlier};
   auto answer = answerOf(context, report, attendance.isHungUp());
-  if (runner.isUncached() == false && !runner.failure()) {
+  if (attendance.isAbandoned()) answer.diagnostic.clear();
+  if (runner.isUncached() == false && !runner.failure() && !attendance.isAbandoned()) {
     addRemark(context, answer, "ui.speedtest.cached");
   }
   if (runner.isFileLeft()) addRemark(context, answer, "ui.speedtest.left");

@@ -57,8 +57,9 @@ std::expected<base::Secret, Answer> ask(const CommandContext& context, const Dis
     return isRecovery ? recoveryHint(context, text) : std::string();
   };
   if (isRecovery) writeDiagnostic(context.text("bitlocker.recovery.help"));
+  platform::posix::SecretPrompt terminal;
   for (;;) {
-    auto entered = platform::posix::askForSecret(prompt, canRedraw, hint);
+    auto entered = terminal.ask(prompt, canRedraw, hint);
     if (!entered) return std::unexpected(interrupted(context, entered.error()));
     if (entered->empty() || !isRecovery) return std::move(*entered);
     const RecoveryEntry entry(entered->reveal());
@@ -72,9 +73,9 @@ std::expected<base::Secret, Answer> ask(const CommandContext& context, const Dis
 
 std::expected<base::Secret, Answer> readCredential(const CommandContext& context,
                                                    const DiskView& view) {
-  const bool asks = !context.options.json && platform::posix::canAskForSecret();
-  auto entered = asks ? ask(context, view)
-                      : std::expected<base::Secret, Answer>(platform::posix::readSecretLine());
+  auto entered = platform::posix::canAskForSecret()
+                     ? ask(context, view)
+                     : std::expected<base::Secret, Answer>(platform::posix::readSecretLine());
   if (!entered || entered->empty()) return entered;
   if (!base::isUtf8(entered->reveal())) {
     return std::unexpected(failure(context.options, ExitStatus::usage, "credential-unreadable",

@@ -24,76 +24,6 @@ volatile std::sig_atomic_t lastSignal = 0;  // NOLINT(*-avoid-non-const-global-v
 
 void note(int signal) { lastSignal = signal; }
 
-/// The terminal without echo, and the signals that would leave it so, while it lives.
-class QuietTerminal {
- public:
-  QuietTerminal() {
-    sigemptyset(&blocked_);
-    for (const int signal : caught) sigaddset(&blocked_, signal);
-    ::tcgetattr(STDIN_FILENO, &usual_);
-    enter();
-  }
-  ~QuietTerminal() { leave(); }
-  QuietTerminal(const QuietTerminal&) = delete;
-  QuietTerminal& operator=(const QuietTerminal&) = delete;
-
-  const termios& usual() const { return usual_; }
-
-  /// Waits for input. The signal that came instead, or 0. They are let through nowhere else.
-  int wait() const {
-    pollfd input{STDIN_FILENO, POLLIN, 0};
-#ifdef __linux__
-    while (lastSignal == 0 && ::ppoll(&input, 1, nullptr, &before_) < 0 && errno == EINTR) {
-    }
-#else
-    ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-    // A signal that comes just here is seen after half a second.
-    constexpr int patience = 500;
-    while (lastSignal == 0 && ::poll(&input, 1, patience) <= 0) {
-    }
-    ::pthread_sigmask(SIG_BLOCK, &blocked_, nullptr);
-#endif
-    return lastSignal;
-  }
-
-  /// Suspends the process, and goes on when it is continued.
-  void suspend() {
-    leave();
-    ::raise(SIGTSTP);
-    enter();
-  }
-
- private:
-  void enter() {
-    lastSignal = 0;
-    ::pthread_sigmask(SIG_BLOCK, &blocked_, &before_);
-    struct sigaction action {};
-    action.sa_handler = note;
-    sigemptyset(&action.sa_mask);
-    for (std::size_t i = 0; i < caught.size(); ++i) {
-      ::sigaction(caught[i], nullptr, &handlers_[i]);
-      // What the program was started to ignore stays ignored.
-      if (handlers_[i].sa_handler != SIG_IGN) ::sigaction(caught[i], &action, nullptr);
-    }
-    auto quiet = usual_;
-    quiet.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-    quiet.c_cc[VMIN] = 1;
-    quiet.c_cc[VTIME] = 0;
-    ::tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
-  }
-
-  void leave() {
-    ::tcsetattr(STDIN_FILENO, TCSANOW, &usual_);
-    for (std::size_t i = 0; i < caught.size(); ++i) ::sigaction(caught[i], &handlers_[i], nullptr);
-    ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-  }
-
-  termios usual_{};
-  sigset_t blocked_{};
-  sigset_t before_{};
-  std::array<struct sigaction, caught.size()> handlers_{};
-};
-
 /// The line while it is typed.
 class Line {
  public:
@@ -164,21 +94,94 @@ void show(const std::string& text) {
 
 }  // namespace
 
-bool canAskForSecret() { return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1; }
+/// The terminal without echo, and the signals that would leave it so, while it lives.
+class SecretPrompt::QuietTerminal {
+ public:
+  QuietTerminal() {
+    sigemptyset(&blocked_);
+    for (const int signal : caught) sigaddset(&blocked_, signal);
+    ::tcgetattr(STDIN_FILENO, &usual_);
+    enter();
+  }
+  ~QuietTerminal() { leave(); }
+  QuietTerminal(const QuietTerminal&) = delete;
+  QuietTerminal& operator=(const QuietTerminal&) = delete;
 
-std::expected<base::Secret, int> askForSecret(
+  const termios& usual() const { return usual_; }
+
+  /// Waits for input. The signal that came instead, or 0. They are let through nowhere else.
+  int wait() const {
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+#ifdef __linux__
+    while (lastSignal == 0 && ::ppoll(&input, 1, nullptr, &before_) < 0 && errno == EINTR) {
+    }
+#else
+    ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    // A signal that comes just here is seen after half a second.
+    constexpr int patience = 500;
+    while (lastSignal == 0 && ::poll(&input, 1, patience) <= 0) {
+    }
+    ::pthread_sigmask(SIG_BLOCK, &blocked_, nullptr);
+#endif
+    return lastSignal;
+  }
+
+  /// Suspends the process, and goes on when it is continued.
+  void suspend() {
+    leave();
+    ::raise(SIGTSTP);
+    enter();
+  }
+
+ private:
+  void enter() {
+    lastSignal = 0;
+    ::pthread_sigmask(SIG_BLOCK, &blocked_, &before_);
+    struct sigaction action {};
+    action.sa_handler = note;
+    sigemptyset(&action.sa_mask);
+    for (std::size_t i = 0; i < caught.size(); ++i) {
+      ::sigaction(caught[i], nullptr, &handlers_[i]);
+      // What the program was started to ignore stays ignored.
+      if (handlers_[i].sa_handler != SIG_IGN) ::sigaction(caught[i], &action, nullptr);
+    }
+    auto quiet = usual_;
+    quiet.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    quiet.c_cc[VMIN] = 1;
+    quiet.c_cc[VTIME] = 0;
+    ::tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
+  }
+
+  void leave() {
+    ::tcsetattr(STDIN_FILENO, TCSANOW, &usual_);
+    for (std::size_t i = 0; i < caught.size(); ++i) ::sigaction(caught[i], &handlers_[i], nullptr);
+    ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+
+  termios usual_{};
+  sigset_t blocked_{};
+  sigset_t before_{};
+  std::array<struct sigaction, caught.size()> handlers_{};
+};
+
+bool canAskForSecret() { return ::isatty(STDIN_FILENO) == 1; }
+
+SecretPrompt::SecretPrompt() : terminal_(std::make_unique<QuietTerminal>()) {}
+
+SecretPrompt::~SecretPrompt() = default;
+
+std::expected<base::Secret, int> SecretPrompt::ask(
     const std::string& prompt, bool canRedraw,
     const std::function<std::string(std::string_view)>& hint) {
-  QuietTerminal terminal;
-  Line line(terminal.usual());
+  Line line(terminal_->usual());
   const auto draw = [&] {
     if (canRedraw) show("\r\x1B[K" + prompt + (hint ? hint(line.text()) : ""));
   };
   if (!canRedraw) show(prompt);
   for (bool isComplete = false; !isComplete;) {
     draw();
-    if (const int signal = terminal.wait(); signal == SIGTSTP) {
-      terminal.suspend();
+    if (const int signal = terminal_->wait(); signal == SIGTSTP) {
+      terminal_->suspend();
       continue;
     } else if (signal != 0) {
       show("\n");

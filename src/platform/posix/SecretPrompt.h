@@ -3,6 +3,7 @@
 
 #include <expected>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -10,19 +11,32 @@
 
 namespace halvercine::platform::posix {
 
-/// Whether standard input and standard error are a terminal.
+/// Whether standard input is a terminal.
 bool canAskForSecret();
 
-/// Shows `prompt` on standard error and takes a line from the terminal behind standard input
-/// without echo. Erasing a character, and the whole line, work as usual. `hint` tells what stands
-/// behind the prompt for the text so far; where lines cannot be redrawn, it is not asked.
-///
-/// The error is the signal that ended it (SIGINT, SIGTERM, SIGHUP or SIGQUIT; SIGHUP also for a
-/// terminal that has gone): the terminal is as it was before, and the caller ends the program. It
-/// is also while the process is suspended. Blocks; one at a time, on the main actor's thread.
-std::expected<base::Secret, int> askForSecret(
-    const std::string& prompt, bool canRedraw,
-    const std::function<std::string(std::string_view)>& hint);
+/// The terminal behind standard input, without echo while this lives: what is typed between two
+/// questions is not shown either. While the process is suspended, and afterwards, it is as it was
+/// before. One at a time, on the main actor's thread.
+class SecretPrompt {
+ public:
+  SecretPrompt();
+  ~SecretPrompt();
+  SecretPrompt(const SecretPrompt&) = delete;
+  SecretPrompt& operator=(const SecretPrompt&) = delete;
+
+  /// Shows `prompt` on standard error and takes a line. Erasing a character, and the whole line,
+  /// work as usual. `hint` tells what stands behind the prompt for the text so far; where lines
+  /// cannot be redrawn, it is not asked.
+  ///
+  /// The error is the signal that ended it (SIGINT, SIGTERM, SIGHUP or SIGQUIT; SIGHUP also for a
+  /// terminal that has gone): the caller ends the program. Blocks.
+  std::expected<base::Secret, int> ask(const std::string& prompt, bool canRedraw,
+                                       const std::function<std::string(std::string_view)>& hint);
+
+ private:
+  class QuietTerminal;
+  std::unique_ptr<QuietTerminal> terminal_;
+};
 
 /// The first line of standard input, without its end; of at most 64 KiB. Blocks.
 base::Secret readSecretLine();

@@ -169,8 +169,9 @@ Task<HelperResult<HelperAnswer<>>> HelperClient::prepareForUninstall() {
 Task<HelperResult<HelperAnswer<>>> HelperClient::removeLegacyInstall() {
   auto result = co_await call<HelperAnswer<>>(usualLimit, HelperSelector::removeLegacyInstall, {});
   log_.write(platform::LogLevel::info,
-             result ? "[Helper] removeLegacyInstall: " + describe(result)
-                    : "[Helper] legacy install removal skipped: helper unreachable");
+             !result && isEndpointUnreachable(result.error())
+                 ? "[Helper] legacy install removal skipped: helper unreachable"
+                 : "[Helper] removeLegacyInstall: " + describe(result));
   co_return result;
 }
 

@@ -115,7 +115,9 @@ base::Task<HelperResult<T>> HelperClient::xpcCall(
   using Result = HelperResult<T>;
   auto opened = transport_.open(std::string(helperLabel));
   if (!opened) {
-    co_return std::unexpected(HelperError{HelperError::Kind::connection, opened.error()});
+    const HelperError error{HelperError::Kind::connection, opened.error()};
+    logFailure(error);
+    co_return std::unexpected(error);
   }
   std::optional<platform::TimerId> timer;
   const auto start = [&](base::Completion<Result> completion) {

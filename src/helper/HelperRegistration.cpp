@@ -69,7 +69,7 @@ Task<HelperOutcome> HelperRegistration::repair() {
 
 Task<HelperOutcome> HelperRegistration::fallBack() {
   auto outcome = co_await ensure();
-  if (outcome.state == HelperState::notRegistered) {
+  if (!outcome.reason.empty()) {
     log(LogLevel::error, "[Helper] re-register after failed one-click install: " + outcome.reason);
   }
   co_return outcome;
@@ -79,7 +79,8 @@ Task<HelperOutcome> HelperRegistration::unregister() {
   auto outcome = co_await look();
   const bool isOurs = outcome.state != HelperState::installedByScript;
   if (!daemon_ || !isOurs || outcome.state == HelperState::notRegistered) co_return outcome;
-  if (!co_await client_.removeLegacyInstall()) {
+  const auto legacy = co_await client_.removeLegacyInstall();
+  if (!legacy && isEndpointUnreachable(legacy.error())) {
     outcome.notices.push_back({.key = "ui.helper.legacy.skipped"});
   }
   const auto error = co_await limited(daemon_.unregisterStep());
@@ -196,6 +197,7 @@ Task<void> HelperRegistration::settle(HelperOutcome& outcome) {
   const auto answer = co_await client_.formattingAvailable();
   if (answer) {
     outcome.formattingAvailable = *answer;
+    outcome.reason.clear();
     co_return;
   }
   outcome.reason = describe(answer.error());

@@ -117,6 +117,10 @@ TEST(HelperCommand, WhatItSaysAndHowItEnds) {
        {"unregister", "--yes"},
        0,
        "Legacy helper cleanup skipped: background service unreachable\n"},
+      {helper(R"("calls": [{"selector": "removeLegacyInstall", "hang": true}])"),
+       {"unregister", "--yes"},
+       0,
+       "The helper is not registered any more."},
       {helper(R"("unregisters": [{"error": {"text": "stuck"}}])"),
        {"unregister", "--yes"},
        1,
@@ -151,6 +155,14 @@ TEST(HelperCommand, Json) {
   EXPECT_EQ(error.at("state"), "notRegistered");
   EXPECT_EQ(error.at("reason"), "Operation not permitted");
   EXPECT_EQ(error.at("notices").at(0).at("key"), "ui.helper.register.failed");
+}
+
+TEST(HelperCommand, ARepairThatHasWorkedGivesNoReason) {
+  const auto answer = base::parseJson(
+      run(helper(R"("reachable": false)"), {"--json", "helper", "repair"}).output);
+  const auto& result = answer.value().at("result").as_object();
+  EXPECT_EQ(result.at("state"), "ready");
+  EXPECT_FALSE(result.contains("reason"));
 }
 
 TEST(HelperCommand, RunRegistersAndSaysWhatCameOfIt) {

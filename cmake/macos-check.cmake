@@ -2,8 +2,6 @@
 # file of scripts/check-macos, which makes HALVERCINE_MACOS_SDK and HALVERCINE_MACOS_PREFIX known.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_PROCESSOR arm64)
-set(CMAKE_OSX_DEPLOYMENT_TARGET "13.0" CACHE STRING "")
-set(CMAKE_OSX_ARCHITECTURES arm64)
 set(triple arm64-apple-macos13)
 
 set(sdk $ENV{HALVERCINE_MACOS_SDK})
@@ -23,9 +21,11 @@ endforeach()
 if(IS_DIRECTORY ${sdk}/usr/include)
   set(headers ${sdk}/usr/include)
   set(frameworks ${sdk}/System/Library/Frameworks)
+  set(libraries ${sdk}/usr/lib)
 else()
   set(headers ${sdk}/include)
   set(frameworks ${sdk}/Frameworks)
+  set(libraries ${sdk}/lib)
 endif()
 set(includes "-nostdinc++ -nostdlibinc -isystem ${headers}/c++/v1 -isystem ${headers} \
 -iframework ${frameworks}")
@@ -34,7 +34,8 @@ set(CMAKE_OBJCXX_FLAGS_INIT "${includes} -Wunguarded-availability")
 
 # What such a set has no list of exports for stays open here; scripts/check-macos looks at every such name.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "--ld-path=$ENV{HALVERCINE_MACOS_LINKER} -nostdlib \
--Wl,-undefined,dynamic_lookup -Wl,-platform_version,macos,13.0,14.0 -F${frameworks} -L${sdk}/lib")
+-Wl,-undefined,dynamic_lookup -Wl,-platform_version,macos,13.0,14.0 -F${frameworks} -F${prefix}/Frameworks \
+-L${libraries} -lobjc")
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 
 # Nothing of this machine but what the prefix holds: its headers are for another system.

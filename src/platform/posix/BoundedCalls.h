@@ -20,6 +20,11 @@ namespace halvercine::platform::posix {
 template <class Answer>
 class BoundedCalls {
  public:
+  /// A server that is alive answers within milliseconds, a disk that has to spin up is asked again
+  /// anyway.
+  explicit BoundedCalls(std::chrono::milliseconds patience = std::chrono::milliseconds(250))
+      : patience_(patience) {}
+
   /// What `ask(path)` answers, a function that owns what it uses and throws nothing. Nothing when
   /// it has not come back in time.
   template <class Ask>
@@ -36,7 +41,7 @@ class BoundedCalls {
       calls_->running.erase(path);
       return std::nullopt;
     }
-    if (pending.wait_for(patience) == std::future_status::ready) return pending.get();
+    if (pending.wait_for(patience_) == std::future_status::ready) return pending.get();
     const std::lock_guard lock(calls_->mutex);
     const auto running = calls_->running.find(path);
     if (running != calls_->running.end()) running->second.isStuck = true;
@@ -53,10 +58,6 @@ class BoundedCalls {
     std::mutex mutex;
     std::map<std::string, Call> running;
   };
-
-  // A server that is alive answers within milliseconds, a disk that has to spin up is asked again
-  // anyway.
-  static constexpr std::chrono::milliseconds patience{250};
 
   template <class Ask>
   Pending start(const std::string& path, Ask ask) {
@@ -75,6 +76,7 @@ class BoundedCalls {
     return pending;
   }
 
+  std::chrono::milliseconds patience_;
   std::shared_ptr<Calls> calls_ = std::make_shared<Calls>();  // outlived by abandoned calls
 };
 

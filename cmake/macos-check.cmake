@@ -33,8 +33,9 @@ set(CMAKE_CXX_FLAGS_INIT "${includes} -Wunguarded-availability")
 set(CMAKE_OBJCXX_FLAGS_INIT "${includes} -Wunguarded-availability")
 
 # What such a set has no list of exports for stays open here; scripts/check-macos looks at every such name.
+# All of our own is linked, whether the program has a use for it or not.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "--ld-path=$ENV{HALVERCINE_MACOS_LINKER} -nostdlib \
--Wl,-undefined,dynamic_lookup -Wl,-platform_version,macos,13.0,14.0 -F${frameworks} -F${prefix}/Frameworks \
+-Wl,-undefined,dynamic_lookup -Wl,-all_load -Wl,-platform_version,macos,13.0,14.0 -F${frameworks} -F${prefix}/Frameworks \
 -L${libraries} -lobjc")
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 

@@ -5,6 +5,8 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include "platform/macos/ScopedCF.h"
+
 namespace halvercine::platform::macos {
 namespace {
 
@@ -20,14 +22,12 @@ class Beside {
     CFRunLoopSourceContext context{};
     context.info = this;
     context.perform = [](void* self) { static_cast<Beside*>(self)->programEnded(); };
-    end_ = CFRunLoopSourceCreate(kCFAllocatorDefault, 0, &context);
-    CFRunLoopAddSource(loop_, end_, kCFRunLoopCommonModes);
+    end_ = ScopedCF<CFRunLoopSourceRef>::adopt(
+        CFRunLoopSourceCreate(kCFAllocatorDefault, 0, &context));
+    CFRunLoopAddSource(loop_, end_.get(), kCFRunLoopCommonModes);
   }
 
-  ~Beside() {
-    CFRunLoopSourceInvalidate(end_);
-    CFRelease(end_);
-  }
+  ~Beside() { CFRunLoopSourceInvalidate(end_.get()); }
   Beside(const Beside&) = delete;
   Beside& operator=(const Beside&) = delete;
 
@@ -57,7 +57,7 @@ class Beside {
 
   void runProgram() {
     status_ = program_();
-    CFRunLoopSourceSignal(end_);
+    CFRunLoopSourceSignal(end_.get());
     CFRunLoopWakeUp(loop_);
   }
 
@@ -68,7 +68,7 @@ class Beside {
 
   std::function<int()> program_;
   CFRunLoopRef loop_;  // not ours
-  CFRunLoopSourceRef end_ = nullptr;
+  ScopedCF<CFRunLoopSourceRef> end_;
   int status_ = 0;         // the program's thread writes, the main thread reads after joining it
   bool hasEnded_ = false;  // the main thread's
 };

@@ -1,0 +1,53 @@
+// Temporary files that are read and written past the system's page cache.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <expected>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace halvercine::platform {
+
+/// An open file of this program's own. Destroying it closes it; `remove` deletes it. Any thread,
+/// several at a time.
+class UncachedFile {
+ public:
+  virtual ~UncachedFile() = default;
+
+  /// Reads or writes at an offset, once: no retry of a short transfer. Answers the bytes
+  /// transferred, or an errno value below zero.
+  virtual std::int64_t read(std::span<std::byte> buffer, std::uint64_t offset) = 0;
+  virtual std::int64_t write(std::span<const std::byte> data, std::uint64_t offset) = 0;
+
+  /// Whether the page cache is off. False where the file system refuses, or can only do it in
+  /// blocks that are larger than 4 KiB: what is measured then is the machine's memory as well.
+  virtual bool isUncached() const = 0;
+
+  /// What the addresses of buffers have to be a multiple of, in bytes; offsets and sizes need at
+  /// most 4096.
+  virtual std::size_t bufferAlignment() const = 0;
+
+  /// Deletes the file, and nothing else that may have got its name. A second call does nothing.
+  /// Answers 0 or an errno value; a file that has gone is no error.
+  virtual int remove() = 0;
+};
+
+class UncachedFiles {
+ public:
+  virtual ~UncachedFiles() = default;
+
+  /// Makes a new file, open for reading and writing, with mode 0600; a file or link of that name is
+  /// left alone (EEXIST). The file is locked for as long as it is open. The error is an errno
+  /// value. Any thread.
+  virtual std::expected<std::unique_ptr<UncachedFile>, int> create(const std::string& folder,
+                                                                   const std::string& name) = 0;
+
+  /// Deletes the regular files in `folder` whose name is `prefix` and a UUID, that belong to this
+  /// user, and that no process holds locked: what a process that was killed has left. Links are not
+  /// followed. Failures are silent. Any thread.
+  virtual void removeAbandoned(const std::string& folder, const std::string& prefix) = 0;
+};
+
+}  // namespace halvercine::platform

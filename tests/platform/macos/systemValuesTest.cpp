@@ -157,6 +157,13 @@ TEST(MakeSystemValue, ComesBackAsItWas) {
   EXPECT_EQ(read(makeSystemValue<Maker>(value)), value);
 }
 
+TEST(MakeSystemValue, RefusesWhatWouldNotComeBack) {
+  PropertyValue value = 1;
+  for (int depth = 0; depth < deepestNesting; ++depth) value = PropertyArray{value};
+  EXPECT_EQ(read(makeSystemValue<Maker>(value)), value);
+  EXPECT_FALSE(makeSystemValue<Maker>(PropertyArray{value}));
+}
+
 TEST(MakeSystemValue, RefusesARecordWithAPartThatCannotBeStored) {
   for (const PropertyValue& part :
        {PropertyValue(Uuid{}), PropertyValue(FileUrl{"/"}), PropertyValue("\xFF"),

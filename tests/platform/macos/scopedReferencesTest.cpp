@@ -45,7 +45,7 @@ TEST(ScopedRef, WhatWasCopiedIsAdoptedAndWhatWasGotIsRetained) {
     const auto got = Owner::retain(copied.get());
     EXPECT_EQ(countOf(1), 2);
     const auto shared = got;
-    EXPECT_EQ(countOf(1), 3);
+    EXPECT_EQ(countOf(shared.get()), 3);
   }
   EXPECT_EQ(countOf(1), 0);
   {

@@ -21,11 +21,11 @@ endforeach()
 if(IS_DIRECTORY ${sdk}/usr/include)
   set(headers ${sdk}/usr/include)
   set(frameworks ${sdk}/System/Library/Frameworks)
-  set(libraries ${sdk}/usr/lib)
+  set(root ${sdk})
 else()
   set(headers ${sdk}/include)
   set(frameworks ${sdk}/Frameworks)
-  set(libraries ${sdk}/lib)
+  set(root ${prefix}/root)
 endif()
 set(includes "-nostdinc++ -nostdlibinc -isystem ${headers}/c++/v1 -isystem ${headers} \
 -iframework ${frameworks}")
@@ -35,8 +35,8 @@ set(CMAKE_OBJCXX_FLAGS_INIT "${includes} -Wunguarded-availability")
 # What such a set has no list of exports for stays open here; scripts/check-macos looks at every such name.
 # All of our own is linked, whether the program has a use for it or not.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "--ld-path=$ENV{HALVERCINE_MACOS_LINKER} -nostdlib \
--Wl,-undefined,dynamic_lookup -Wl,-all_load -Wl,-platform_version,macos,13.0,14.0 -F${frameworks} -F${prefix}/Frameworks \
--L${libraries} -lobjc")
+-Wl,-undefined,dynamic_lookup -Wl,-all_load -Wl,-platform_version,macos,13.0,14.0 -Wl,-syslibroot,${root} \
+-lobjc")
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 
 # Nothing of this machine but what the prefix holds: its headers are for another system.

@@ -18,7 +18,7 @@ base::UniqueFd openFolder(const std::filesystem::path& directory) {
 }
 
 /// Armed by its owner, and from then on its queue's: a source under way holds it weakly, and the
-/// descriptor until it has been cancelled. Whoever lets go of it last, no handler runs then.
+/// descriptor until it has been cancelled. No handler runs when it goes, on whichever thread.
 class Watching : public std::enable_shared_from_this<Watching> {
  public:
   Watching(std::filesystem::path directory, std::shared_ptr<Gate> gate)

@@ -13,8 +13,8 @@ namespace halvercine::platform {
 ///
 /// Every call may wait for another process, and `add` for the user, who may be asked to unlock the
 /// store: from a background thread only, and any number at a time. None waits for more than
-/// `limitSeconds`. The texts are UTF-8, the value is any bytes; copies of the value that a call makes are
-/// wiped.
+/// `limitSeconds`. The texts are UTF-8, the value is any bytes; copies of the value that a call
+/// makes are wiped.
 class SecretStore {
  public:
   static constexpr int limitSeconds = 30;

@@ -6,7 +6,8 @@
 
 namespace halvercine::platform {
 
-/// The machine does not go to sleep by itself while this lives; not a moment longer, however the process ends.
+/// The machine does not go to sleep by itself while this lives; not a moment longer, however the
+/// process ends.
 class SleepAssertion {
  public:
   virtual ~SleepAssertion() = default;

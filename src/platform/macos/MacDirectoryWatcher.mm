@@ -17,8 +17,8 @@ base::UniqueFd openFolder(const std::filesystem::path& directory) {
   return base::UniqueFd(::open(directory.c_str(), O_EVTONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-/// What happens on the queue; everything here but `queue` belongs to it. A source under way holds
-/// the watching weakly, and its descriptor until it has been cancelled.
+/// Armed by its owner, and from then on its queue's: a source under way holds it weakly, and the
+/// descriptor until it has been cancelled. No handler runs when it goes, on whichever thread.
 class Watching : public std::enable_shared_from_this<Watching> {
  public:
   Watching(std::filesystem::path directory, std::shared_ptr<Gate> gate)
@@ -30,8 +30,6 @@ class Watching : public std::enable_shared_from_this<Watching> {
   Watching(const Watching&) = delete;
   Watching& operator=(const Watching&) = delete;
   ~Watching() { cancel(); }
-
-  dispatch_queue_t queue() const { return queue_; }
 
   /// False when the system has no source to give.
   bool arm(base::UniqueFd folder) {

@@ -56,9 +56,10 @@ void replyWithText(const Replied& replied, NSString* string, Make make) {
   if (text) base::wipe(*text);
 }
 
-// The blocks keep copies of `replied`; the connection lets go of them when it has ended.
+// The blocks keep copies of `replied`, which the functions take by value for that: of a reference a
+// block would keep the reference. The connection lets go of the blocks when it has ended.
 
-NTFSHelperVerdictReply verdictReply(const Replied& replied) {
+NTFSHelperVerdictReply verdictReply(Replied replied) {
   return ^(BOOL ok, NSString* message) {
     replyWithText(replied, message, [ok](std::optional<std::string_view> text) {
       return HelperVerdict{ok != NO, text};
@@ -66,20 +67,20 @@ NTFSHelperVerdictReply verdictReply(const Replied& replied) {
   };
 }
 
-NTFSHelperTextReply textReply(const Replied& replied) {
+NTFSHelperTextReply textReply(Replied replied) {
   return ^(NSString* string) {
     replyWithText(replied, string,
                   [](std::optional<std::string_view> text) { return HelperText{text}; });
   };
 }
 
-NTFSHelperFlagReply flagReply(const Replied& replied) {
+NTFSHelperFlagReply flagReply(Replied replied) {
   return ^(BOOL flag) {
     replied(flag != NO);
   };
 }
 
-NTFSHelperErrnoReply errnoReply(const Replied& replied) {
+NTFSHelperErrnoReply errnoReply(Replied replied) {
   return ^(int32_t error) {
     replied(error);
   };

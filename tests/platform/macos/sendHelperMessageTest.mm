@@ -12,9 +12,10 @@
 #error "needs -fobjc-arc"
 #endif
 
-/// Notes what it is called with as text, and answers at once.
+/// Notes what it is called with as text, and answers when it is told to.
 @interface NotingHelper : NSObject <NTFSHelperProtocol>
 @property NSMutableArray<NSString*>* calls;
+@property(copy) dispatch_block_t answer;
 @end
 
 @implementation NotingHelper
@@ -22,6 +23,9 @@
   self = [super init];
   _calls = [NSMutableArray array];
   return self;
+}
+- (void)later:(dispatch_block_t)answer {
+  self.answer = answer;
 }
 - (void)note:(SEL)selector with:(NSArray*)arguments {
   NSString* const name = NSStringFromSelector(selector);
@@ -37,30 +41,42 @@
                                 reply:(NTFSHelperVerdictReply)reply {
   [self note:_cmd
         with:@[ devicePath, volumeName, password, @(method), @(mediaID), usedOnly ? @"Y" : @"N" ]];
-  reply(YES, @"recovery");
+  [self later:^{
+    reply(YES, @"recovery");
+  }];
 }
 - (void)bitLockerCreationProgressWithReply:(NTFSHelperTextReply)reply {
   [self note:_cmd with:@[]];
-  reply(nil);
+  [self later:^{
+    reply(nil);
+  }];
 }
 - (void)cancelBitLockerCreationWithReply:(NTFSHelperFlagReply)reply {
   [self note:_cmd with:@[]];
-  reply(YES);
+  [self later:^{
+    reply(YES);
+  }];
 }
 - (void)decryptBitLockerWithDevicePath:(NSString*)devicePath
                               password:(NSString*)password
                                mediaID:(uint64_t)mediaID
                                  reply:(NTFSHelperVerdictReply)reply {
   [self note:_cmd with:@[ devicePath, password, @(mediaID) ]];
-  reply(NO, @"wrong");
+  [self later:^{
+    reply(NO, @"wrong");
+  }];
 }
 - (void)bitLockerDecryptionProgressWithReply:(NTFSHelperTextReply)reply {
   [self note:_cmd with:@[]];
-  reply(@"42");
+  [self later:^{
+    reply(@"42");
+  }];
 }
 - (void)cancelBitLockerDecryptionWithReply:(NTFSHelperFlagReply)reply {
   [self note:_cmd with:@[]];
-  reply(NO);
+  [self later:^{
+    reply(NO);
+  }];
 }
 - (void)changeBitLockerPasswordWithDevicePath:(NSString*)devicePath
                                   oldPassword:(NSString*)oldPassword
@@ -68,7 +84,9 @@
                                       mediaID:(uint64_t)mediaID
                                         reply:(NTFSHelperVerdictReply)reply {
   [self note:_cmd with:@[ devicePath, oldPassword, newPassword, @(mediaID) ]];
-  reply(YES, nil);
+  [self later:^{
+    reply(YES, nil);
+  }];
 }
 - (void)reformatNTFSWithDevicePath:(NSString*)devicePath
                         volumeName:(NSString*)volumeName
@@ -77,45 +95,65 @@
                          requestID:(NSString*)requestID
                              reply:(NTFSHelperVerdictReply)reply {
   [self note:_cmd with:@[ devicePath, volumeName, @(mediaID), expectedGUID, requestID ]];
-  reply(YES, nil);
+  [self later:^{
+    reply(YES, nil);
+  }];
 }
 - (void)reformatNTFSProgressWithRequestID:(NSString*)requestID reply:(NTFSHelperTextReply)reply {
   [self note:_cmd with:@[ requestID ]];
-  reply(@"");
+  [self later:^{
+    reply(@"");
+  }];
 }
 - (void)probeDeviceOpenWithDevicePath:(NSString*)devicePath reply:(NTFSHelperErrnoReply)reply {
   [self note:_cmd with:@[ devicePath ]];
-  reply(-1);
+  [self later:^{
+    reply(-1);
+  }];
 }
 - (void)formattingAvailableWithReply:(NTFSHelperFlagReply)reply {
   [self note:_cmd with:@[]];
-  reply(YES);
+  [self later:^{
+    reply(YES);
+  }];
 }
 - (void)repairAuthorizationWithReply:(NTFSHelperVerdictReply)reply {
   [self note:_cmd with:@[]];
-  reply(YES, nil);
+  [self later:^{
+    reply(YES, nil);
+  }];
 }
 - (void)installFsPackageWithSourcePlistPath:(NSString*)sourcePlistPath
                                       reply:(NTFSHelperVerdictReply)reply {
   [self note:_cmd with:@[ sourcePlistPath ]];
-  reply(YES, nil);
+  [self later:^{
+    reply(YES, nil);
+  }];
 }
 - (void)deregisterFSKitModules:(NSArray<NSString*>*)moduleIdentifiers
                          reply:(NTFSHelperVerdictReply)reply {
   [self note:_cmd with:moduleIdentifiers];
-  reply(YES, nil);
+  [self later:^{
+    reply(YES, nil);
+  }];
 }
 - (void)prepareForUninstallWithReply:(NTFSHelperVerdictReply)reply {
   [self note:_cmd with:@[]];
-  reply(YES, nil);
+  [self later:^{
+    reply(YES, nil);
+  }];
 }
 - (void)removeLegacyInstallWithReply:(NTFSHelperVerdictReply)reply {
   [self note:_cmd with:@[]];
-  reply(YES, nil);
+  [self later:^{
+    reply(YES, nil);
+  }];
 }
 - (void)removeFsPackageWithReply:(NTFSHelperVerdictReply)reply {
   [self note:_cmd with:@[]];
-  reply(YES, nil);
+  [self later:^{
+    reply(YES, nil);
+  }];
 }
 @end
 
@@ -210,6 +248,8 @@ TEST(SendHelperMessage, CallsTheMethodOfEachMessageWithItsArguments) {
     std::string replied;
     EXPECT_TRUE(sendHelperMessage(helper, {selector, arguments},
                                   [&replied](const auto& answer) { replied = spelled(answer); }));
+    EXPECT_EQ(replied, "");
+    helper.answer();
     EXPECT_STREQ(helper.calls.lastObject.UTF8String, call);
     EXPECT_EQ(replied, reply) << call;
   }

@@ -9,6 +9,8 @@
 #include "platform/simulated/SimulatedMac.h"
 #ifdef __linux__
 #include "platform/linux/makeLinuxPlatform.h"
+#elif defined(__APPLE__)
+#include "platform/macos/makeMacPlatform.h"
 #endif
 
 namespace halvercine::app {
@@ -50,6 +52,9 @@ std::expected<std::unique_ptr<Machine>, std::string> Machine::make(const Options
   if (!options.scenario) {
 #ifdef __linux__
     machine->platform_ = platform::gnulinux::makeLinuxPlatform(machine->actor_);
+    return machine;
+#elif defined(__APPLE__)
+    machine->platform_ = platform::macos::makeMacPlatform(machine->actor_);
     return machine;
 #else
     return std::unexpected("this system is not supported; try --simulate");

@@ -160,8 +160,9 @@ void finish(const TakeoverParts& parts, mount::AutomaticTakeover& takeover,
 }
 
 /// For the machine that has no module; null elsewhere.
-std::unique_ptr<mount::ReportCaretaker> reportCaretaker(const CommandContext& context,
-                                                        const disks::DiskMonitor& monitor) {
+std::unique_ptr<mount::ReportCaretaker> reportCaretaker(
+    [[maybe_unused]] const CommandContext& context,
+    [[maybe_unused]] const disks::DiskMonitor& monitor) {
 #ifdef __linux__
   if (context.options.scenario) return nullptr;
   const auto isToolsMount = [](const disks::Disk& disk) {

@@ -7,7 +7,7 @@
 
 namespace halvercine::platform {
 
-/// How a command ended. The bytes are as they came: no character set, no line ends changed.
+/// How a command ended. The bytes are as the command wrote them, in no character set.
 struct AdministratorResult {
   /// The exit status, or the number of the signal, of what ran the command; -1 when that could not
   /// be started. It need not be the command's own status: have that printed where it matters.

@@ -15,6 +15,7 @@
 
 #include "base/Json.h"
 #include "base/UniqueFd.h"
+#include "platform/posix/spawnChild.h"
 #include "support/TemporaryFolder.h"
 #include "support/runProgram.h"
 
@@ -124,10 +125,10 @@ class RunningCheck {
       if (::grantpt(ours_.get()) != 0 || ::unlockpt(ours_.get()) != 0) return;
       theirs = UniqueFd(::open(::ptsname(ours_.get()), O_RDWR | O_NOCTTY | O_CLOEXEC));
     } else {
-      std::array<int, 2> ends{};
-      if (::pipe2(ends.data(), O_CLOEXEC) != 0) return;
-      ours_ = UniqueFd(ends[0]);
-      theirs = UniqueFd(ends[1]);
+      auto ends = platform::posix::makePipe();
+      if (!ends) return;
+      ours_ = std::move(ends->readEnd);
+      theirs = std::move(ends->writeEnd);
     }
     arguments.insert(arguments.begin(),
                      {HALVERCINE_PROGRAM, "--simulate=checks", "--fast", "check"});

@@ -1,7 +1,6 @@
 // `run` and `takeover` as a user meets them, on a simulated Mac.
 #include <array>
 #include <csignal>
-#include <fcntl.h>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -14,6 +13,7 @@
 
 #include "base/Json.h"
 #include "base/UniqueFd.h"
+#include "platform/posix/spawnChild.h"
 #include "support/runProgram.h"
 
 namespace halvercine {
@@ -86,17 +86,17 @@ TEST(RunCommandTest, TellsEachThingItDoesOnALineOfItsOwn) {
 }
 
 TEST(RunCommandTest, InterruptEndsItOnceTheVolumesAreMountedAgain) {
-  std::array<int, 2> ends{};
-  ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-  const base::UniqueFd output(ends[0]);
+  auto ends = platform::posix::makePipe();
+  ASSERT_TRUE(ends);
+  const base::UniqueFd output = std::move(ends->readEnd);
   const pid_t child = ::fork();
   if (child == 0) {
-    ::dup2(ends[1], STDOUT_FILENO);
+    ::dup2(ends->writeEnd.get(), STDOUT_FILENO);
     ::setenv("LC_ALL", "C.UTF-8", 1);
     ::execl(HALVERCINE_PROGRAM, HALVERCINE_PROGRAM, "--simulate", "run", nullptr);
     std::_Exit(127);
   }
-  ::close(ends[1]);
+  ends->writeEnd = {};
   std::string text;
   std::array<char, 4096> buffer{};
   bool isAsked = false;

@@ -6,13 +6,22 @@
 #include <sys/sysmacros.h>
 
 namespace halvercine::platform::gnulinux {
+namespace {
+
+std::optional<struct statvfs> statvfsOf(const std::string& path) {
+  struct statvfs status {};
+  if (::statvfs(path.c_str(), &status) != 0) return std::nullopt;
+  return status;
+}
+
+}  // namespace
 
 std::optional<FileSystemStatistics> LinuxFileSystems::statistics(const std::string& path) {
   const auto mount = mountAt(path);
   const bool isServed = mount && mount->isServedByProcess();
   struct statvfs status {};
   if (isServed) {
-    status = boundedStatvfs_(path).value_or(status);
+    status = boundedCalls_(path, statvfsOf).value_or(std::nullopt).value_or(status);
   } else if (::statvfs(path.c_str(), &status) != 0) {
     return std::nullopt;
   }

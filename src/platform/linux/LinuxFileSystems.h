@@ -2,10 +2,12 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <sys/statvfs.h>
 
 #include "platform/FileSystems.h"
-#include "platform/linux/BoundedStatvfs.h"
 #include "platform/linux/Storage.h"
+#include "platform/posix/BoundedCalls.h"
 
 namespace halvercine::platform::gnulinux {
 
@@ -23,7 +25,7 @@ class LinuxFileSystems : public FileSystems {
   void putMount(FileSystemStatistics& statistics, const Mount& mount) const;
 
   std::shared_ptr<Storage> storage_;
-  BoundedStatvfs boundedStatvfs_;
+  posix::BoundedCalls<std::optional<struct statvfs>> boundedCalls_;
 };
 
 }  // namespace halvercine::platform::gnulinux

@@ -1,5 +1,6 @@
 #include "platform/posix/OsascriptAdministratorShell.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/ShellQuoting.h"
@@ -13,7 +14,10 @@ std::unique_ptr<AdministratorRun> OsascriptAdministratorShell::run(
   return runToEnd(actor_, clock_, runner_,
                   {.executable = "/usr/bin/osascript",
                    .arguments = {"-e", base::administratorScript(command, prompt)}},
-                  std::move(ended));
+                  [ended = std::move(ended)](AdministratorResult result) {
+                    std::replace(result.output.begin(), result.output.end(), '\r', '\n');
+                    ended(std::move(result));
+                  });
 }
 
 }  // namespace halvercine::platform::posix

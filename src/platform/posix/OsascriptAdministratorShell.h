@@ -9,7 +9,9 @@
 namespace halvercine::platform::posix {
 
 /// Has osascript show the system's own prompt and run the command. Its exit status is 1 for a
-/// refusal, a wrong password and a failed command alike. All three outlive the runs.
+/// refusal, a wrong password and a failed command alike. AppleScript ends the lines of what a
+/// command has printed with CR; they come back with LF, as would any CR of the command's own. All
+/// three outlive the runs.
 class OsascriptAdministratorShell : public AdministratorShell {
  public:
   OsascriptAdministratorShell(base::MainActor& actor, Clock& clock, ToolRunner& runner)

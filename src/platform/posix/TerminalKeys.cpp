@@ -3,11 +3,14 @@
 #include <array>
 #include <csignal>
 #include <termios.h>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 
 #include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/signal_set.hpp>
+
+#include "base/UniqueFd.h"
 
 namespace halvercine::platform::posix {
 namespace {
@@ -58,9 +61,19 @@ void leaveTerminal(int signal) {
 
 struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Listener> {
   Listener(base::MainActor& actor, std::function<void(char)> action)
-      : terminal(actor.context(), ::dup(STDIN_FILENO)),
+      : terminal(actor.context()),
         continued(actor.context(), SIGCONT),
         pressed(std::move(action)) {}
+
+  /// False when the terminal is of a kind that cannot be waited for, as macOS has some.
+  bool open() {
+    base::UniqueFd descriptor(::dup(STDIN_FILENO));
+    boost::system::error_code error;
+    terminal.assign(descriptor.get(), error);
+    if (error) return false;
+    std::ignore = descriptor.release();
+    return true;
+  }
 
   void waitForReturn() {
     continued.async_wait([weak = weak_from_this()](boost::system::error_code error, int) {
@@ -113,6 +126,7 @@ std::unique_ptr<TerminalKeys> TerminalKeys::listen(base::MainActor& actor,
                                                    std::function<void(char)> pressed) {
   if (::tcgetattr(STDIN_FILENO, &usualMode) != 0 || !isInForeground()) return nullptr;
   auto listener = std::make_shared<Listener>(actor, std::move(pressed));
+  if (!listener->open()) return nullptr;
   listener->wait();
   listener->waitForReturn();
   return std::unique_ptr<TerminalKeys>(new TerminalKeys(std::move(listener)));

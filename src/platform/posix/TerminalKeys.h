@@ -14,7 +14,8 @@ namespace halvercine::platform::posix {
 /// process. At most one at a time; main actor.
 class TerminalKeys {
  public:
-  /// Null when standard input is no terminal, or this process is not in its foreground.
+  /// Null when standard input is no terminal that can be waited for, or this process is not in its
+  /// foreground.
   static std::unique_ptr<TerminalKeys> listen(base::MainActor& actor,
                                               std::function<void(char key)> pressed);
   ~TerminalKeys();

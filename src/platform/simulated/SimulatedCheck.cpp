@@ -72,9 +72,9 @@ void SimulatedCheck::look() {
   for (const auto& [disk, settings] : volumes_) {
     if (taking_.contains(disk) || !mayTake(disk, settings)) continue;
     taking_[disk] =
-        clock_->callAt(clock_->uptime() + uptimeOf(settings.claimAfter), [this, disk = disk] {
-          taking_.erase(disk);
-          take(disk);
+        clock_->callAt(clock_->uptime() + uptimeOf(settings.claimAfter), [this, name = disk] {
+          taking_.erase(name);
+          take(name);
         });
   }
 }

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string>
 #include <system_error>
+#include <unistd.h>  // where macOS has mkdtemp
 
 namespace halvercine::platform::simulated {
 

@@ -1,5 +1,6 @@
 #include "platform/simulated/runOsascript.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -132,9 +133,14 @@ ToolAnswer runCommands(const SimulatedMachine& machine, const std::vector<Words>
   return shell;
 }
 
-/// A failed command becomes the message of an error, and all that it printed is lost.
+/// Lines end with CR in the result of a script, the last with nothing; the tool adds an LF when it
+/// prints it. A failed command becomes the message of an error, and all that it printed is lost.
 ToolAnswer answerOf(ToolAnswer shell) {
-  if (shell.status == 0) return {0, std::move(shell.output), ""};
+  if (shell.status == 0) {
+    if (shell.output.ends_with('\n')) shell.output.pop_back();
+    std::ranges::replace(shell.output, '\n', '\r');
+    return {0, std::move(shell.output) + '\n', ""};
+  }
   if (shell.errors.ends_with('\n')) shell.errors.pop_back();
   if (shell.errors.empty()) shell.errors = "The command exited with a non-zero status.";
   return {1, "",

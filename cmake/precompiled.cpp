@@ -1,0 +1,1 @@
+// The headers that go with it are compiled with it.

@@ -1,0 +1,164 @@
+#include "platform/macos/KeychainSecretStore.h"
+
+#include <memory>
+#include <mutex>
+
+#import <Foundation/Foundation.h>
+#include <Security/Security.h>
+#include <dispatch/dispatch.h>
+
+#include "base/Secret.h"
+#include "platform/macos/ScopedCF.h"
+
+namespace halvercine::platform::macos {
+namespace {
+
+NSString* stringOf(const std::string& text) {
+  return [[NSString alloc] initWithBytes:text.data()
+                                  length:text.size()
+                                encoding:NSUTF8StringEncoding];
+}
+
+/// What items are found by: the service alone without an account. Nil for texts that are not UTF-8.
+NSMutableDictionary* queryOf(const std::string& service, const std::string* account) {
+  NSString* const serviceName = stringOf(service);
+  NSString* const accountName = account == nullptr ? nil : stringOf(*account);
+  if (serviceName == nil || (account != nullptr && accountName == nil)) return nil;
+  NSMutableDictionary* const query = [NSMutableDictionary dictionary];
+  query[(__bridge id)kSecClass] = (__bridge id)kSecClassGenericPassword;
+  query[(__bridge id)kSecAttrService] = serviceName;
+  if (accountName != nil) query[(__bridge id)kSecAttrAccount] = accountName;
+  return query;
+}
+
+/// One exchange with the keychain, on a thread that nobody waits for longer than the limit. What is
+/// found is kept until the one who waits has taken it, and wiped.
+class Exchange : public std::enable_shared_from_this<Exchange> {
+ public:
+  using Call = OSStatus (^)(NSDictionary* query, CFTypeRef* result);
+
+  Exchange() = default;
+  Exchange(const Exchange&) = delete;
+  Exchange& operator=(const Exchange&) = delete;
+  ~Exchange() { dropValue(); }
+
+  /// Whether the call has succeeded in time.
+  bool run(NSDictionary* query, Call call) {
+    const auto self = shared_from_this();
+    dispatch_async(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0), ^{
+      @autoreleasepool {
+        CFTypeRef result = nullptr;
+        const OSStatus status = call(query, &result);
+        self->finish(status, ScopedCF<CFTypeRef>::adopt(result));
+      }
+    });
+    constexpr std::int64_t limit = SecretStore::limitSeconds * std::int64_t{NSEC_PER_SEC};
+    if (dispatch_semaphore_wait(finished_, dispatch_time(DISPATCH_TIME_NOW, limit)) == 0) {
+      return status_ == errSecSuccess;
+    }
+    const std::lock_guard lock(mutex_);
+    isGivenUp_ = true;
+    dropValue();
+    return false;
+  }
+
+  /// Hands over what a call that has succeeded in time has found.
+  bool hand(const std::function<void(std::string_view)>& take) {
+    const std::lock_guard lock(mutex_);
+    if (!value_ || CFGetTypeID(value_.get()) != CFDataGetTypeID()) return false;
+    const auto data = static_cast<CFDataRef>(value_.get());
+    take({reinterpret_cast<const char*>(CFDataGetBytePtr(data)),
+          static_cast<std::size_t>(CFDataGetLength(data))});
+    dropValue();
+    return true;
+  }
+
+ private:
+  void finish(OSStatus status, ScopedCF<CFTypeRef> value) {
+    {
+      const std::lock_guard lock(mutex_);
+      status_ = status;
+      value_ = std::move(value);
+      if (isGivenUp_) dropValue();
+    }
+    dispatch_semaphore_signal(finished_);
+  }
+
+  /// The keychain has made the bytes for us, and nobody else has them.
+  void dropValue() {
+    if (value_ && CFGetTypeID(value_.get()) == CFDataGetTypeID()) {
+      const auto data = static_cast<CFDataRef>(value_.get());
+      base::wipe(const_cast<UInt8*>(CFDataGetBytePtr(data)),
+                 static_cast<std::size_t>(CFDataGetLength(data)));
+    }
+    value_.reset();
+  }
+
+  std::mutex mutex_;
+  OSStatus status_ = errSecSuccess;
+  ScopedCF<CFTypeRef> value_;
+  bool isGivenUp_ = false;
+  const dispatch_semaphore_t finished_ = dispatch_semaphore_create(0);
+};
+
+bool deleteItems(NSDictionary* query) {
+  // The login keychain deletes one item at a call, other keychains all that match.
+  constexpr int mostItems = 10'000;
+  return query != nil &&
+         std::make_shared<Exchange>()->run(query, ^(NSDictionary* wanted, CFTypeRef*) {
+           OSStatus first = errSecItemNotFound;
+           for (int item = 0; item < mostItems; ++item) {
+             const OSStatus status = SecItemDelete((__bridge CFDictionaryRef)wanted);
+             if (item == 0) first = status;
+             if (status == errSecItemNotFound) break;
+             if (status != errSecSuccess) return status;
+           }
+           return first;
+         });
+}
+
+}  // namespace
+
+bool KeychainSecretStore::add(const std::string& service, const std::string& account,
+                              std::string_view value) {
+  @autoreleasepool {
+    NSMutableDictionary* const item = queryOf(service, &account);
+    if (item == nil) return false;
+    NSMutableData* const data = [NSMutableData dataWithBytes:value.data() length:value.size()];
+    item[(__bridge id)kSecValueData] = data;
+    item[(__bridge id)kSecAttrAccessible] = (__bridge id)kSecAttrAccessibleAfterFirstUnlock;
+    return std::make_shared<Exchange>()->run(item, ^(NSDictionary* added, CFTypeRef*) {
+      const OSStatus status = SecItemAdd((__bridge CFDictionaryRef)added, nullptr);
+      base::wipe(data.mutableBytes, data.length);
+      return status;
+    });
+  }
+}
+
+bool KeychainSecretStore::copyMatching(const std::string& service, const std::string& account,
+                                       const std::function<void(std::string_view value)>& take) {
+  @autoreleasepool {
+    NSMutableDictionary* const query = queryOf(service, &account);
+    if (query == nil) return false;
+    query[(__bridge id)kSecReturnData] = @YES;
+    query[(__bridge id)kSecMatchLimit] = (__bridge id)kSecMatchLimitOne;
+    const auto exchange = std::make_shared<Exchange>();
+    return exchange->run(query, ^(NSDictionary* wanted, CFTypeRef* result) {
+      return SecItemCopyMatching((__bridge CFDictionaryRef)wanted, result);
+    }) && exchange->hand(take);
+  }
+}
+
+bool KeychainSecretStore::remove(const std::string& service, const std::string& account) {
+  @autoreleasepool {
+    return deleteItems(queryOf(service, &account));
+  }
+}
+
+bool KeychainSecretStore::removeAll(const std::string& service) {
+  @autoreleasepool {
+    return deleteItems(queryOf(service, nullptr));
+  }
+}
+
+}  // namespace halvercine::platform::macos

@@ -1,0 +1,81 @@
+#include "platform/macos/MacDaemonServices.h"
+
+#include <utility>
+
+#import <Foundation/Foundation.h>
+#include <dispatch/dispatch.h>
+#if __has_include(<ServiceManagement/ServiceManagement.h>)
+#import <ServiceManagement/ServiceManagement.h>
+#else  // some sets of headers lack it
+@interface SMAppService : NSObject
++ (instancetype)daemonServiceWithPlistName:(NSString*)plistName;
+@property(readonly) NSInteger status;
+- (BOOL)registerAndReturnError:(NSError**)error;
+- (BOOL)unregisterAndReturnError:(NSError**)error;
+@end
+#endif
+
+#include "platform/macos/systemError.h"
+
+namespace halvercine::platform::macos {
+namespace {
+
+/// Registering waits for other processes: it has a queue of its own, on which it is told as well.
+class Service : public DaemonService {
+ public:
+  explicit Service(SMAppService* service)
+      : service_(service),
+        queue_(dispatch_queue_create("com.halvercine.app.daemon", DISPATCH_QUEUE_SERIAL)) {}
+
+  DaemonStatus status() override {
+    @autoreleasepool {
+      return static_cast<DaemonStatus>(service_.status);
+    }
+  }
+
+  void registerDaemon(DaemonStepEnd ended) override {
+    run(std::move(ended), ^(SMAppService* service, NSError** error) {
+      return [service registerAndReturnError:error];
+    });
+  }
+
+  void unregisterDaemon(DaemonStepEnd ended) override {
+    run(std::move(ended), ^(SMAppService* service, NSError** error) {
+      return [service unregisterAndReturnError:error];
+    });
+  }
+
+ private:
+  using Step = BOOL (^)(SMAppService* service, NSError** error);
+
+  void run(DaemonStepEnd ended, Step step) const {
+    SMAppService* const service = service_;  // the block outlives this object
+    dispatch_async(queue_, ^{
+      @autoreleasepool {
+        NSError* error = nil;
+        if (step(service, &error)) {
+          ended(std::nullopt);
+        } else {
+          ended(systemError(error));
+        }
+      }
+    });
+  }
+
+  SMAppService* const service_;
+  const dispatch_queue_t queue_;
+};
+
+}  // namespace
+
+std::unique_ptr<DaemonService> MacDaemonServices::daemon(const std::string& propertyListName) {
+  @autoreleasepool {
+    NSString* const name = [NSString stringWithUTF8String:propertyListName.c_str()];
+    SMAppService* const service =
+        name == nil ? nil : [SMAppService daemonServiceWithPlistName:name];
+    if (service == nil) return nullptr;
+    return std::make_unique<Service>(service);
+  }
+}
+
+}  // namespace halvercine::platform::macos

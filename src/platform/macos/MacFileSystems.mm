@@ -1,0 +1,81 @@
+#include "platform/macos/MacFileSystems.h"
+
+#include <vector>
+
+#import <Foundation/Foundation.h>
+
+#include "platform/macos/systemText.h"
+
+namespace halvercine::platform::macos {
+namespace {
+
+std::optional<struct statfs> statfsOf(const std::string& path) {
+  struct statfs status {};
+  if (::statfs(path.c_str(), &status) != 0) return std::nullopt;
+  return status;
+}
+
+/// The mount at exactly this path, by what the kernel knows without asking the file system.
+std::optional<struct statfs> mountAt(const std::string& path) {
+  constexpr int room = 16;  // for mounts that come between the two calls
+  const int count = ::getfsstat(nullptr, 0, MNT_NOWAIT);
+  if (count < 0) return std::nullopt;
+  std::vector<struct statfs> mounts(static_cast<std::size_t>(count + room));
+  const int found = ::getfsstat(
+      mounts.data(), static_cast<int>(mounts.size() * sizeof(struct statfs)), MNT_NOWAIT);
+  mounts.resize(static_cast<std::size_t>(found < 0 ? 0 : found));
+  for (auto& mount : mounts) {
+    if (path != mount.f_mntonname) continue;
+    mount.f_bsize = 0;  // what it last said of its sizes may be long ago
+    mount.f_blocks = mount.f_bavail = 0;
+    return mount;
+  }
+  return std::nullopt;
+}
+
+template <class Value>
+Value* resourceValue(NSURL* url, NSURLResourceKey key) {
+  id value = nil;
+  if (![url getResourceValue:&value forKey:key error:nil]) return nil;
+  return [value isKindOfClass:[Value class]] ? value : nil;
+}
+
+std::optional<std::int64_t> integerValue(NSURL* url, NSURLResourceKey key) {
+  NSNumber* const number = resourceValue<NSNumber>(url, key);
+  if (number == nil) return std::nullopt;
+  return number.longLongValue;
+}
+
+VolumeResourceValues valuesOf(const std::string& path) {
+  @autoreleasepool {
+    NSURL* const url = [NSURL fileURLWithFileSystemRepresentation:path.c_str()
+                                                      isDirectory:YES
+                                                    relativeToURL:nil];
+    NSString* const name = resourceValue<NSString>(url, NSURLVolumeNameKey);
+    return {integerValue(url, NSURLVolumeAvailableCapacityForImportantUsageKey),
+            integerValue(url, NSURLVolumeAvailableCapacityKey),
+            utf8Text((__bridge CFStringRef)name)};
+  }
+}
+
+}  // namespace
+
+std::optional<FileSystemStatistics> MacFileSystems::statistics(const std::string& path) {
+  const auto answer = statistics_(path, statfsOf);
+  const auto status = answer ? *answer : mountAt(path);
+  if (!status) return std::nullopt;
+  FileSystemStatistics statistics;
+  statistics.mountedFrom = status->f_mntfromname;
+  statistics.typeName = status->f_fstypename;
+  statistics.readOnly = (status->f_flags & MNT_RDONLY) != 0;
+  statistics.blockSize = status->f_bsize;
+  statistics.blocks = status->f_blocks;
+  statistics.availableBlocks = status->f_bavail;
+  return statistics;
+}
+
+VolumeResourceValues MacFileSystems::resourceValues(const std::string& path) {
+  return resourceValues_(path, valuesOf).value_or(VolumeResourceValues{});
+}
+
+}  // namespace halvercine::platform::macos

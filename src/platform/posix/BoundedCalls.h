@@ -1,0 +1,83 @@
+// Calls into file systems whose server may not answer.
+#pragma once
+
+#include <chrono>
+#include <future>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace halvercine::platform::posix {
+
+/// A mount that is served by a process hangs when the process does. A call about a path goes on in
+/// a thread of its own, nobody waits for it longer than a moment, and the path is not asked again
+/// until it has come back. Any thread; callers of one path share a call.
+template <class Answer>
+class BoundedCalls {
+ public:
+  /// A server that is alive answers within milliseconds, a disk that has to spin up is asked again
+  /// anyway.
+  explicit BoundedCalls(std::chrono::milliseconds patience = std::chrono::milliseconds(250))
+      : patience_(patience) {}
+
+  /// What `ask(path)` answers, a function that owns what it uses and throws nothing. Nothing when
+  /// it has not come back in time.
+  template <class Ask>
+  std::optional<Answer> operator()(const std::string& path, Ask ask) {
+    Pending pending;
+    try {
+      const std::lock_guard lock(calls_->mutex);
+      const auto running = calls_->running.find(path);
+      if (running != calls_->running.end() && running->second.isStuck) return std::nullopt;
+      pending =
+          running != calls_->running.end() ? running->second.pending : start(path, std::move(ask));
+    } catch (const std::system_error&) {  // no further thread to be had
+      const std::lock_guard lock(calls_->mutex);
+      calls_->running.erase(path);
+      return std::nullopt;
+    }
+    if (pending.wait_for(patience_) == std::future_status::ready) return pending.get();
+    const std::lock_guard lock(calls_->mutex);
+    const auto running = calls_->running.find(path);
+    if (running != calls_->running.end()) running->second.isStuck = true;
+    return std::nullopt;
+  }
+
+ private:
+  using Pending = std::shared_future<Answer>;
+  struct Call {
+    Pending pending;
+    bool isStuck = false;
+  };
+  struct Calls {
+    std::mutex mutex;
+    std::map<std::string, Call> running;
+  };
+
+  template <class Ask>
+  Pending start(const std::string& path, Ask ask) {
+    std::promise<Answer> promise;
+    Pending pending = promise.get_future().share();
+    calls_->running[path] = {pending, false};
+    std::thread([path, ask = std::move(ask), calls = calls_,
+                 promise = std::move(promise)]() mutable {
+      auto answer = ask(path);
+      {
+        const std::lock_guard lock(calls->mutex);
+        calls->running.erase(path);
+      }
+      promise.set_value(std::move(answer));
+    }).detach();
+    return pending;
+  }
+
+  std::chrono::milliseconds patience_;
+  std::shared_ptr<Calls> calls_ = std::make_shared<Calls>();  // outlived by abandoned calls
+};
+
+}  // namespace halvercine::platform::posix

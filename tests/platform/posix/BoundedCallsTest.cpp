@@ -1,0 +1,40 @@
+#include "platform/posix/BoundedCalls.h"
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace halvercine::platform::posix {
+namespace {
+
+TEST(BoundedCalls, AStuckCallKeepsNobodyAndIsNotRepeated) {
+  BoundedCalls<std::string> calls(std::chrono::milliseconds(1));
+  const auto server = std::make_shared<std::promise<void>>();
+  const auto asked = std::make_shared<std::atomic<int>>(0);
+  const auto hang = [answer = server->get_future().share(), asked](const std::string& path) {
+    ++*asked;
+    answer.wait();
+    return path;
+  };
+  EXPECT_EQ(calls("/stuck", hang), std::nullopt);
+  EXPECT_EQ(calls("/stuck", hang), std::nullopt);
+
+  BoundedCalls<std::string> patient(std::chrono::minutes(1));
+  const auto answer = [](const std::string& path) { return path + "!"; };
+  EXPECT_EQ(patient("/other", answer), "/other!");
+  EXPECT_EQ(patient("/other", answer), "/other!") << "one that has come back is asked again";
+
+  server->set_value();
+  std::optional<std::string> again;
+  while (!again) again = calls("/stuck", answer);
+  EXPECT_TRUE(again == "/stuck!" || again == "/stuck") << "from the call under way";
+  EXPECT_EQ(*asked, 1);
+}
+
+}  // namespace
+}  // namespace halvercine::platform::posix

@@ -10,6 +10,8 @@ class MacSystemInfo : public SystemInfo {
   std::optional<std::string> kernelVariable(const std::string& name) override;
   std::optional<WallTime> bootTime() override;
   std::optional<SystemVersion> macOSVersion() override;
+  bool onBattery() override;
+  std::optional<ThermalState> thermalState() override;
 };
 
 }  // namespace halvercine::platform::macos

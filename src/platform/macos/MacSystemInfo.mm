@@ -6,6 +6,10 @@
 #include <sys/time.h>
 
 #import <Foundation/Foundation.h>
+#include <IOKit/ps/IOPSKeys.h>
+#include <IOKit/ps/IOPowerSources.h>
+
+#include "platform/macos/ScopedCF.h"
 
 namespace halvercine::platform::macos {
 
@@ -39,6 +43,29 @@ std::optional<SystemVersion> MacSystemInfo::macOSVersion() {
     return SystemVersion{static_cast<int>(version.majorVersion),
                          static_cast<int>(version.minorVersion),
                          static_cast<int>(version.patchVersion)};
+  }
+}
+
+bool MacSystemInfo::onBattery() {
+  const auto sources = ScopedCF<CFTypeRef>::adopt(IOPSCopyPowerSourcesInfo());
+  if (!sources) return false;
+  const auto type = ScopedCF<CFStringRef>::retain(IOPSGetProvidingPowerSourceType(sources.get()));
+  return type && CFEqual(type.get(), CFSTR(kIOPMBatteryPowerKey));
+}
+
+std::optional<ThermalState> MacSystemInfo::thermalState() {
+  @autoreleasepool {
+    switch (NSProcessInfo.processInfo.thermalState) {
+      case NSProcessInfoThermalStateNominal:
+        return ThermalState::nominal;
+      case NSProcessInfoThermalStateFair:
+        return ThermalState::fair;
+      case NSProcessInfoThermalStateSerious:
+        return ThermalState::serious;
+      case NSProcessInfoThermalStateCritical:
+        return ThermalState::critical;
+    }
+    return std::nullopt;  // one that a later system knows
   }
 }
 

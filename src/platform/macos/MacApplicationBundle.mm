@@ -1,22 +1,10 @@
 #include "platform/macos/MacApplicationBundle.h"
 
-#include <cerrno>
-#include <sys/stat.h>
-
 #include "platform/macos/applicationBundle.h"
 #include "platform/macos/systemText.h"
+#include "platform/posix/inspectFile.h"
 
 namespace halvercine::platform::macos {
-namespace {
-
-FileFacts::Kind kindOf(mode_t mode) {
-  if (S_ISREG(mode)) return FileFacts::Kind::file;
-  if (S_ISDIR(mode)) return FileFacts::Kind::folder;
-  if (S_ISLNK(mode)) return FileFacts::Kind::link;
-  return FileFacts::Kind::other;
-}
-
-}  // namespace
 
 std::optional<std::filesystem::path> MacApplicationBundle::path() {
   @autoreleasepool {
@@ -41,13 +29,7 @@ std::optional<std::string> MacApplicationBundle::info(std::string_view key) {
 
 std::expected<FileFacts, std::error_code> MacApplicationBundle::inspect(
     const std::filesystem::path& path) {
-  struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0) {
-    return std::unexpected(std::error_code(errno, std::generic_category()));
-  }
-  constexpr std::uint32_t permissions = 07777;
-  return FileFacts{kindOf(status.st_mode), status.st_uid, status.st_gid,
-                   status.st_mode & permissions};
+  return posix::inspectFile(path);
 }
 
 }  // namespace halvercine::platform::macos

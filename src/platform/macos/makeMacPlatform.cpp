@@ -1,18 +1,26 @@
 #include "platform/macos/makeMacPlatform.h"
 
+#include "platform/macos/KeychainSecretStore.h"
+#include "platform/macos/MacApplicationBundle.h"
 #include "platform/macos/MacContainers.h"
+#include "platform/macos/MacDaemonServices.h"
 #include "platform/macos/MacDirectoryWatcher.h"
 #include "platform/macos/MacDiskArbitration.h"
 #include "platform/macos/MacFileSystems.h"
 #include "platform/macos/MacMediaRegistry.h"
 #include "platform/macos/MacPasteboard.h"
 #include "platform/macos/MacProcesses.h"
+#include "platform/macos/MacSleepAssertions.h"
 #include "platform/macos/MacSystemInfo.h"
 #include "platform/macos/MacSystemLog.h"
 #include "platform/macos/MacUserDefaults.h"
+#include "platform/macos/XpcHelperTransport.h"
+#include "platform/macos/switchCachingOff.h"
 #include "platform/posix/AsioClock.h"
 #include "platform/posix/OsascriptAdministratorShell.h"
 #include "platform/posix/PosixToolRunner.h"
+#include "platform/posix/PosixUncachedFiles.h"
+#include "platform/posix/PosixWorkerThreads.h"
 
 namespace halvercine::platform::macos {
 
@@ -32,6 +40,13 @@ Platform makeMacPlatform(base::MainActor& actor) {
   platform.processes = std::make_unique<MacProcesses>();
   platform.administratorShell = std::make_unique<posix::OsascriptAdministratorShell>(
       actor, *platform.clock, *platform.toolRunner);
+  platform.secretStore = std::make_unique<KeychainSecretStore>();
+  platform.applicationBundle = std::make_unique<MacApplicationBundle>();
+  platform.daemonServices = std::make_unique<MacDaemonServices>();
+  platform.helperTransport = std::make_unique<XpcHelperTransport>();
+  platform.sleepAssertions = std::make_unique<MacSleepAssertions>();
+  platform.uncachedFiles = std::make_unique<posix::PosixUncachedFiles>(switchCachingOff);
+  platform.workerThreads = std::make_unique<posix::PosixWorkerThreads>(actor);
   return platform;
 }
 

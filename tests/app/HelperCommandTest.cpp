@@ -158,8 +158,8 @@ TEST(HelperCommand, Json) {
 }
 
 TEST(HelperCommand, ARepairThatHasWorkedGivesNoReason) {
-  const auto answer = base::parseJson(
-      run(helper(R"("reachable": false)"), {"--json", "helper", "repair"}).output);
+  const auto answer =
+      base::parseJson(run(helper(R"("reachable": false)"), {"--json", "helper", "repair"}).output);
   const auto& result = answer.value().at("result").as_object();
   EXPECT_EQ(result.at("state"), "ready");
   EXPECT_FALSE(result.contains("reason"));

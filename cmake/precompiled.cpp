@@ -1,1 +1,0 @@
-// The headers that go with it are compiled with it.

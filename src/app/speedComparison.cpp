@@ -30,11 +30,11 @@ struct EarlierDocument {
 BOOST_DESCRIBE_STRUCT(EarlierDocument, (), (format, command, result))
 
 /// Nothing measured, or a figure that some medium could have.
-bool isPlausible(double figure) { return figure == 0 || (figure >= 1e-6 && figure <= 1e9); }
+bool isPossible(double figure) { return figure == 0 || (figure >= 1e-6 && figure <= 1e9); }
 
 bool isPlausible(const speedtest::SpeedCellResult& result) {
-  return isPlausible(result.mbps) && isPlausible(result.iops) && isPlausible(result.avgLatencyUs) &&
-         isPlausible(result.p99LatencyUs.value_or(0));
+  return isPossible(result.mbps) && isPossible(result.iops) && isPossible(result.avgLatencyUs) &&
+         isPossible(result.p99LatencyUs.value_or(0));
 }
 
 /// What a test that did not come to its end has printed.

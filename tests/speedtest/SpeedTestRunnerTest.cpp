@@ -297,8 +297,8 @@ TEST(SpeedTestRunnerTest, AFileThatIsMadeWhileTheRunIsAbandonedIsDeleted) {
     };
     std::optional<SpeedTestRunner> runner(std::in_place, bench.actor, bench.platform);
     runner->start("/Volumes/DATA", smallPlan);
-    bench.actor.runUntil(
-        [&, seen = made.get_future()] { return seen.wait_for(0s) == std::future_status::ready; });
+    const auto seen = made.get_future();
+    bench.actor.runUntil([&seen] { return seen.wait_for(0s) == std::future_status::ready; });
     if (isAbandoned) {
       runner->abandon();
     } else {

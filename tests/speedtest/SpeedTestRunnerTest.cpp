@@ -312,7 +312,7 @@ TEST(SpeedTestRunnerTest, AFileThatIsMadeWhileTheRunIsAbandonedIsDeleted) {
 
 TEST(SpeedTestRunnerTest, WithoutMemoryForTheBuffersTheFileGoes) {
   HookedBench bench;
-  bench.files->alignment = 3;  // no power of two: refused like memory that is not there
+  bench.files->alignment = 3 << 16U;  // no power of two: refused like memory that is not there
   bench.run();
   EXPECT_EQ(bench.runner.failure(), SpeedTestFailure::generic());
   EXPECT_TRUE(bench.isClean());

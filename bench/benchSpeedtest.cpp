@@ -17,6 +17,7 @@ class IdleFile : public platform::UncachedFile {
   std::int64_t write(std::span<const std::byte> data, std::uint64_t) override {
     return static_cast<std::int64_t>(data.size());
   }
+  int flush() override { return 0; }
   bool isUncached() const override { return true; }
   std::size_t bufferAlignment() const override { return 1; }
   int remove() override { return 0; }

@@ -9,6 +9,7 @@
 
 #include "app/CheckDisplay.h"
 #include "app/speedText.h"
+#include "base/Text.h"
 
 namespace halvercine::app {
 namespace {
@@ -41,7 +42,11 @@ void SpeedTestDisplay::update() {
 
 void SpeedTestDisplay::say(const std::string& line) {
   clear();
-  writeDiagnostic("halvercine: " + line);
+  const auto text = "halvercine: " + line;
+  const auto columns = terminal_.columns();
+  for (const auto part : base::wrapped(text, columns == 0 ? std::string::npos : columns)) {
+    writeDiagnostic(part);
+  }
   update();
 }
 

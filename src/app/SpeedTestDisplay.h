@@ -17,7 +17,7 @@ class SpeedTestDisplay {
   /// The runner has changed.
   void update();
 
-  /// A line for people, on standard error.
+  /// A text for people, on standard error; in lines as long as those of the terminal.
   void say(const std::string& line);
 
   /// Takes the progress away; nothing is drawn any more.

@@ -1,6 +1,8 @@
 #include "app/SpeedTestTarget.h"
 
 #include <filesystem>
+#include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -13,17 +15,42 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Nothing when there is no such folder, on this machine or on the simulated one.
-std::optional<std::string> folderAt(const CommandContext& context, const std::string& argument) {
+/// The folder, on this machine or on the simulated one, else why there is none.
+std::expected<std::string, std::errc> folderAt(const CommandContext& context,
+                                               const std::string& argument) {
   if (context.options.scenario) {
     const bool isOnVolume =
         argument.starts_with('/') && context.platform.fileSystems->statistics(argument);
-    return isOnVolume ? std::optional(argument) : std::nullopt;
+    if (!isOnVolume) return std::unexpected(std::errc::no_such_file_or_directory);
+    return argument;
   }
   std::error_code error;
   const auto folder = fs::canonical(argument, error);
-  if (error || !fs::is_directory(folder, error)) return std::nullopt;
-  return folder.string();
+  if (!error && fs::is_directory(folder, error)) return folder.string();
+  const auto reason = error.default_error_condition();
+  if (error && reason.category() == std::generic_category()) {
+    return std::unexpected(static_cast<std::errc>(reason.value()));
+  }
+  return std::unexpected(std::errc::not_a_directory);
+}
+
+/// A name without a path can only have been meant for a disk.
+bool isPath(const std::string& argument) {
+  return argument.empty() || argument.find('/') != std::string::npos;
+}
+
+std::string_view reasonKey(std::errc error) {
+  if (error == std::errc::no_such_file_or_directory) return "ui.speedtest.target.missing";
+  if (error == std::errc::not_a_directory) return "ui.speedtest.target.file";
+  if (error == std::errc::permission_denied) return "ui.speedtest.target.permission";
+  return "ui.speedtest.target.other";
+}
+
+Answer noTarget(const CommandContext& context, std::errc error) {
+  return failure(
+      context.options,
+      error == std::errc::permission_denied ? ExitStatus::notPermitted : ExitStatus::noSuchDisk,
+      "disk-not-found", context.text(reasonKey(error), {base::displayText(context.options.disk)}));
 }
 
 std::optional<DiskView> viewOf(const std::vector<DiskView>& views, const std::string& mountedFrom) {
@@ -53,10 +80,15 @@ std::expected<SpeedTestTarget, Answer> findSpeedTestTarget(const CommandContext&
     }
     target.folder = *disk.mountPath;
     target.view = **selected;
-  } else if (auto folder = folderAt(context, argument)) {
-    target.folder = std::move(*folder);
   } else {
-    return std::unexpected(selectionFailure(context, selected.error()));
+    auto folder = folderAt(context, argument);
+    if (!folder) {
+      const bool isAboutPath =
+          isPath(argument) || folder.error() != std::errc::no_such_file_or_directory;
+      return std::unexpected(isAboutPath ? noTarget(context, folder.error())
+                                         : selectionFailure(context, selected.error()));
+    }
+    target.folder = std::move(*folder);
   }
   if (const auto statistics = context.platform.fileSystems->statistics(target.folder)) {
     target.fileSystem = statistics->typeName;

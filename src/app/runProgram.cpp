@@ -89,6 +89,8 @@ int run(const Options& options) {
 int runProgram(int argc, const char* const* argv) {
   // A reader that has gone is found when writing: ending on the spot would leave things half done.
   std::signal(SIGPIPE, SIG_IGN);
+  // A file that would grow past its limit is an error of the write, likewise.
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
     const auto options = readOptions(argc, argv);
     return options ? run(*options) : print(misuse(options.error()));

@@ -29,9 +29,19 @@ struct EarlierDocument {
 };
 BOOST_DESCRIBE_STRUCT(EarlierDocument, (), (format, command, result))
 
+/// Nothing measured, or a figure that some medium could have.
+bool isPossible(double figure) { return figure == 0 || (figure >= 1e-6 && figure <= 1e9); }
+
 bool isPlausible(const speedtest::SpeedCellResult& result) {
-  return std::isfinite(result.mbps) && result.mbps >= 0 && std::isfinite(result.iops) &&
-         result.iops >= 0;
+  return isPossible(result.mbps) && isPossible(result.iops) && isPossible(result.avgLatencyUs) &&
+         isPossible(result.p99LatencyUs.value_or(0));
+}
+
+/// What a test that did not come to its end has printed.
+bool isUnfinished(const std::string& text) {
+  const auto document = base::parseJson(text);
+  const auto* object = document ? document->if_object() : nullptr;
+  return object != nullptr && object->contains("error");
 }
 
 }  // namespace
@@ -46,18 +56,20 @@ const speedtest::SpeedCellResult* EarlierSpeed::of(const speedtest::SpeedCellRes
 std::expected<EarlierSpeed, std::string> readEarlierSpeed(const std::string& path) {
   const auto text = readUserFile(path, sizeLimit);
   if (!text) return std::unexpected(text.error());
+  if (isUnfinished(*text)) return std::unexpected("that test was stopped or failed");
   auto document = base::decodeJson<EarlierDocument>(*text);
   if (!document) return std::unexpected(std::move(document.error().message));
   if (document->format != jsonFormat || document->command != "speedtest" ||
       !std::ranges::all_of(document->result.results, isPlausible)) {
     return std::unexpected("not a result of speedtest --json");
   }
+  if (document->result.results.empty()) return std::unexpected("no cell was measured in that test");
   return EarlierSpeed{std::move(document->result.tier), std::move(document->result.results)};
 }
 
 std::optional<double> percentMore(double now, double earlier) {
-  if (!(earlier > 0)) return std::nullopt;
-  return (now / earlier - 1) * 100;
+  const auto percent = (now / earlier - 1) * 100;
+  return std::isfinite(percent) ? std::optional(percent) : std::nullopt;
 }
 
 }  // namespace halvercine::app

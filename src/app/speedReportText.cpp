@@ -12,7 +12,21 @@ namespace {
 
 using Align = Table::Align;
 
+constexpr std::size_t indent = 2;
 constexpr std::size_t curveColumns = 60;
+constexpr std::size_t fewestCurveColumns = 8;
+
+/// In lines that fit on the terminal.
+std::string indented(const CommandContext& context, const std::string& text) {
+  constexpr std::size_t fewest = 20;
+  const auto columns = context.terminal.columns();
+  const auto room = columns == 0 ? std::string::npos : std::max(columns, indent + fewest) - indent;
+  std::string lines;
+  for (const auto line : base::wrapped(text, room)) {
+    lines.append(indent, ' ').append(line).append("\n");
+  }
+  return lines;
+}
 
 /// Whose speed it is, and how it is connected.
 std::string heading(const CommandContext& context, const SpeedReport& report) {
@@ -41,9 +55,10 @@ std::string grid(const CommandContext& context, const SpeedReport& report) {
                Align::right, Align::right});
   std::vector<Cell> headings;
   headings.reserve(8);
-  for (const auto key :
-       {"ui.speedtest.column.test", "ui.speedtest.column.direction", "ui.speedtest.column.rate",
-        "ui.speedtest.column.iops", "ui.speedtest.column.mean", "ui.speedtest.column.p99"}) {
+  headings.emplace_back(context.text("ui.speedtest.column.test"), Tint::quiet);
+  headings.emplace_back("");  // writing or reading: the words speak for themselves
+  for (const auto key : {"ui.speedtest.column.rate", "ui.speedtest.column.iops",
+                         "ui.speedtest.column.mean", "ui.speedtest.column.p99"}) {
     headings.emplace_back(context.text(key), Tint::quiet);
   }
   if (report.earlier) {
@@ -55,55 +70,64 @@ std::string grid(const CommandContext& context, const SpeedReport& report) {
     std::vector<Cell> cells{
         profileText(context, result.profile),
         directionText(context, result.direction),
-        rateText(result.mbps) + " MB/s",
-        context.text("speed.iops.fmt.v2", {rateText(result.iops)}),
+        rateText(result.mbps),
+        rateText(result.iops),
         latencyText(result.avgLatencyUs),
         result.p99LatencyUs ? latencyText(*result.p99LatencyUs) : std::string("–")};
     if (const auto* earlier = report.earlier ? report.earlier->of(result) : nullptr) {
-      cells.emplace_back(rateText(earlier->mbps) + " MB/s");
+      cells.emplace_back(rateText(earlier->mbps));
       cells.emplace_back(change(result.mbps, earlier->mbps));
     }
     table.addRow(std::move(cells));
   }
-  return table.render(context.terminal, 2);
+  return table.render(context.terminal, indent);
 }
 
 std::string curveText(const CommandContext& context, const SpeedReport& report) {
   const auto& curve = report.runner.writeCurve();
   if (curve.empty()) return "";
   const auto [least, most] = std::ranges::minmax(curve, {}, &speedtest::SpeedSample::mbps);
-  return fmt::format("\n  {}  {}–{} MB/s, {:.0f} s\n  {}\n", sparkline(curve, curveColumns),
-                     rateText(least.mbps), rateText(most.mbps), curve.back().seconds,
-                     context.text("speed.curve.seqnote"));
+  const auto range = fmt::format("{}–{} MB/s, {:.0f} s", rateText(least.mbps), rateText(most.mbps),
+                                 curve.back().seconds);
+  constexpr std::size_t blanks = indent + 2;
+  const auto columns = context.terminal.columns();
+  const auto taken = blanks + range.size();
+  const auto room = columns == 0 ? curveColumns : columns - std::min(columns, taken);
+  return "\n" + std::string(indent, ' ') +
+         sparkline(curve, std::clamp(room, fewestCurveColumns, curveColumns)) + "  " + range +
+         "\n" + indented(context, context.text("speed.curve.seqnote"));
+}
+
+/// What has to be known about the figures of the grid.
+std::string remarks(const CommandContext& context, const SpeedReport& report) {
+  const auto& runner = report.runner;
+  std::string text;
+  if (std::ranges::any_of(runner.results(), [](const auto& result) {
+        return result.iops > 0 && !result.p99LatencyUs;
+      })) {
+    text += indented(context, context.text("ui.speedtest.manysamples"));
+  }
+  if (runner.isUncached() == false) text += indented(context, context.text("ui.speedtest.cached"));
+  const std::string tier = boost::describe::enum_to_string(context.options.tier, "");
+  if (report.earlier && report.earlier->tier != tier) {
+    text += indented(
+        context, context.text("ui.speedtest.othertier", {base::displayText(report.earlier->tier)}));
+  }
+  return text;
 }
 
 std::string cardText(const CommandContext& context, const speedtest::VerdictCard& card) {
-  constexpr std::size_t indent = 2;
-  constexpr std::size_t fewest = 20;
-  const auto columns = context.terminal.columns();
-  const auto room = columns == 0 ? std::string::npos : std::max(columns, indent + fewest) - indent;
-  auto text = "\n" +
-              context.terminal.tinted(card.title.in(context.localization),
-                                      card.isHeadline ? Tint::heading : Tint::none) +
-              "\n";
-  const auto detail = card.detail.in(context.localization);
-  for (const auto line : base::wrapped(detail, room)) {
-    text.append(indent, ' ').append(line).append("\n");
-  }
-  return text;
+  return "\n" +
+         context.terminal.tinted(card.title.in(context.localization),
+                                 card.isHeadline ? Tint::heading : Tint::none) +
+         "\n" + indented(context, card.detail.in(context.localization));
 }
 
 }  // namespace
 
 std::string speedReportText(const CommandContext& context, const SpeedReport& report) {
-  auto text = heading(context, report) + tierLine(context) + '\n' + grid(context, report);
-  const std::string tier = boost::describe::enum_to_string(context.options.tier, "");
-  if (report.earlier && report.earlier->tier != tier) {
-    text += "  " +
-            context.text("ui.speedtest.othertier", {base::displayText(report.earlier->tier)}) +
-            '\n';
-  }
-  text += curveText(context, report);
+  auto text = heading(context, report) + tierLine(context) + '\n' + grid(context, report) +
+              remarks(context, report) + curveText(context, report);
   for (const auto& card : report.cards()) text += cardText(context, card);
   return text;
 }

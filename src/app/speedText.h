@@ -20,7 +20,7 @@ std::string latencyText(double microseconds);
 /// The highest bar is the highest rate.
 std::string sparkline(const std::vector<speedtest::SpeedSample>& curve, std::size_t columns);
 
-/// "Sequential, 1 MiB, 8 at a time"; "writing".
+/// "Sequential 1 MiB ×8"; "writing".
 std::string profileText(const CommandContext& context, speedtest::SpeedProfile profile);
 std::string directionText(const CommandContext& context, speedtest::SpeedDirection direction);
 

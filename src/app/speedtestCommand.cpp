@@ -21,22 +21,44 @@ namespace {
 
 using speedtest::SpeedTestRunner;
 
-/// The user before a running test. The first interrupt stops it, the second one does not wait for
-/// an operation that a dead disk never ends.
+/// What comes sooner after the first interrupt belongs to it: a terminal that goes can send several
+/// signals, and a key may bounce.
+constexpr std::chrono::seconds untilSecondInterrupt{1};
+
+/// Where nobody is left who could interrupt again, so long a disk has to answer.
+constexpr std::chrono::seconds unattendedPatience{5};
+
+void announce(const CommandContext& context, SpeedTestDisplay& display,
+              const SpeedTestTarget& target, const speedtest::SpeedPlan& plan) {
+  const auto writing = std::chrono::ceil<std::chrono::seconds>(plan.writingTime()).count();
+  display.say(context.text(
+      "ui.speedtest.announce",
+      {sizeText(static_cast<std::int64_t>(plan.fileSize)), std::to_string(plan.fileSize),
+       base::displayText(target.folder), std::to_string(writing)}));
+}
+
+/// The user before a running test. They are told what it writes before it does. The first interrupt
+/// stops it, the second one does not wait for an operation that a dead disk never ends.
 class SpeedTestAttendance {
  public:
-  SpeedTestAttendance(const CommandContext& context, Machine& machine, SpeedTestRunner& runner)
+  SpeedTestAttendance(const CommandContext& context, Machine& machine, SpeedTestRunner& runner,
+                      const SpeedTestTarget& target, const speedtest::SpeedPlan& plan)
       : context_(context),
         machine_(machine),
         runner_(runner),
+        target_(target),
+        plan_(plan),
         display_(context, runner),
-        connection_(runner.changed.connect([this] { display_.update(); })),
+        connection_(runner.changed.connect([this] { update(); })),
         signals_(
             machine.actor(), [this](int signal) { interrupt(signal); },
-            platform::posix::TerminationSignals::Hangup::taken),
+            platform::posix::TerminationSignals::Hangup::taken,
+            platform::posix::TerminationSignals::Quit::taken),
         abandonment_(*context.platform.clock) {
     abandonment_.start(std::chrono::seconds(1), [this] {
       if (outputIsAbandoned()) interrupt(SIGPIPE);
+      const bool isUnattended = isHungUp_ || isAbandoned_;
+      if (isUnattended && stoppedFor() >= unattendedPatience) leave();
     });
   }
 
@@ -54,35 +76,46 @@ class SpeedTestAttendance {
   void interrupt(int signal) {
     isHungUp_ = isHungUp_ || signal == SIGHUP;
     isAbandoned_ = isAbandoned_ || signal == SIGPIPE;
+    if (!runner_.isRunning()) return;
     if (!runner_.isStopping()) {
+      stoppedAt_ = context_.platform.clock->uptime();
       runner_.stop();
       if (signal != SIGPIPE) display_.say(context_.text("ui.speedtest.stopping"));
-    } else if (signal != SIGPIPE) {
-      runner_.abandon();
-      machine_.actor().post([] {});
+    } else if (signal != SIGPIPE && stoppedFor() >= untilSecondInterrupt) {
+      leave();
     }
+  }
+
+  platform::Uptime stoppedFor() const { return context_.platform.clock->uptime() - stoppedAt_; }
+
+  void leave() {
+    runner_.abandon();
+    machine_.actor().post([] {});
+  }
+
+  void update() {
+    // The file is there, and empty.
+    if (runner_.isUncached() && !isAnnounced_ && !runner_.isStopping()) {
+      isAnnounced_ = true;
+      announce(context_, display_, target_, plan_);
+    }
+    display_.update();
   }
 
   const CommandContext& context_;
   Machine& machine_;
   SpeedTestRunner& runner_;
+  const SpeedTestTarget& target_;
+  const speedtest::SpeedPlan& plan_;
   SpeedTestDisplay display_;
   boost::signals2::scoped_connection connection_;
   platform::posix::TerminationSignals signals_;
   base::RepeatingTimer abandonment_;
+  platform::Uptime stoppedAt_{};
+  bool isAnnounced_ = false;
   bool isHungUp_ = false;
   bool isAbandoned_ = false;
 };
-
-void announce(const CommandContext& context, const SpeedTestTarget& target,
-              const speedtest::SpeedPlan& plan) {
-  const auto writing = std::chrono::ceil<std::chrono::seconds>(plan.writingTime()).count();
-  writeDiagnostic("halvercine: " +
-                  context.text("ui.speedtest.announce",
-                               {sizeText(static_cast<std::int64_t>(plan.fileSize)),
-                                std::to_string(plan.fileSize), base::displayText(target.folder),
-                                std::to_string(writing)}));
-}
 
 ExitStatus statusOf(const speedtest::SpeedTestFailure& failure) {
   const bool isRefused = failure.reason.starts_with("open-failed:") &&
@@ -90,29 +123,38 @@ ExitStatus statusOf(const speedtest::SpeedTestFailure& failure) {
   return isRefused ? ExitStatus::notPermitted : ExitStatus::failed;
 }
 
-/// The identifier is the reason up to its number, which has a field of its own.
-Answer failed(const CommandContext& context, const speedtest::SpeedTestFailure& why) {
-  boost::json::object details;
-  if (why.error) details["errno"] = *why.error;
-  const auto id =
-      why.reason == "generic" ? "speedtest-failed" : why.reason.substr(0, why.reason.find(':'));
-  return failure(context.options, statusOf(why), id, why.text.in(context.localization),
-                 std::move(details));
-}
-
-Answer stopped(const CommandContext& context, const SpeedReport& report, bool isHungUp) {
-  auto answer = failure(context.options, isHungUp ? ExitStatus::hungUp : ExitStatus::interrupted,
-                        "interrupted", context.text("speed.phase.cancelled"),
-                        speedReportJson(context, report));
+/// What the cells that were measured say stays worth reading when a later one was not.
+Answer withResults(const CommandContext& context, const SpeedReport& report, Answer answer) {
   if (!context.options.json && !report.runner.results().empty()) {
     answer.output = speedReportText(context, report);
   }
   return answer;
 }
 
+/// The identifier is the reason up to its number, which has a field of its own.
+Answer failed(const CommandContext& context, const SpeedReport& report,
+              const speedtest::SpeedTestFailure& why) {
+  boost::json::object details;
+  if (report.runner.isUncached()) details = speedReportJson(context, report);  // it has begun
+  if (why.error) details["errno"] = *why.error;
+  const auto id =
+      why.reason == "generic" ? "speedtest-failed" : why.reason.substr(0, why.reason.find(':'));
+  return withResults(context, report,
+                     failure(context.options, statusOf(why), id, why.text.in(context.localization),
+                             std::move(details)));
+}
+
+Answer stopped(const CommandContext& context, const SpeedReport& report, bool isHungUp) {
+  return withResults(
+      context, report,
+      failure(context.options, isHungUp ? ExitStatus::hungUp : ExitStatus::interrupted,
+              "interrupted", context.text("speed.phase.cancelled"),
+              speedReportJson(context, report)));
+}
+
 Answer answerOf(const CommandContext& context, const SpeedReport& report, bool isHungUp) {
   const auto& runner = report.runner;
-  if (const auto& why = runner.failure()) return failed(context, *why);
+  if (const auto& why = runner.failure()) return failed(context, report, *why);
   if (runner.wasStopped()) return stopped(context, report, isHungUp);
   if (context.options.json) return jsonAnswer(context.options, speedReportJson(context, report));
   return {ExitStatus::done, speedReportText(context, report), ""};
@@ -139,15 +181,15 @@ Answer speedtestCommand(const CommandContext& context, Machine& machine) {
     earlier = std::move(*read);
   }
   const auto plan = speedtest::speedPlan(context.options.tier, target->fileSystem);
-  announce(context, *target, plan);
   SpeedTestRunner runner(machine.actor(), context.platform);
-  SpeedTestAttendance attendance(context, machine, runner);
+  SpeedTestAttendance attendance(context, machine, runner, *target, plan);
   runner.start(target->folder, plan);
   attendance.follow();
   const SpeedReport report{*target, plan, runner, earlier};
   auto answer = answerOf(context, report, attendance.isHungUp());
   if (attendance.isAbandoned()) answer.diagnostic.clear();
-  if (runner.isUncached() == false && !runner.failure() && !attendance.isAbandoned()) {
+  // The text has it below the figures.
+  if (runner.isUncached() == false && !runner.results().empty() && context.options.json) {
     addRemark(context, answer, "ui.speedtest.cached");
   }
   if (runner.isFileLeft()) addRemark(context, answer, "ui.speedtest.left");

@@ -10,8 +10,8 @@
 
 namespace halvercine::platform {
 
-/// An open file of this program's own. Destroying it closes it; `remove` deletes it. Any thread,
-/// several at a time.
+/// An open file of this program's own. Destroying it deletes it, if `remove` has not, and closes
+/// it. Any thread, several at a time.
 class UncachedFile {
  public:
   virtual ~UncachedFile() = default;
@@ -20,6 +20,10 @@ class UncachedFile {
   /// transferred, or an errno value below zero.
   virtual std::int64_t read(std::span<std::byte> buffer, std::uint64_t offset) = 0;
   virtual std::int64_t write(std::span<const std::byte> data, std::uint64_t offset) = 0;
+
+  /// Waits until the medium has all that has been written. Answers 0 or an errno value; what cannot
+  /// be asked of the file system is no error. It can take long.
+  virtual int flush() = 0;
 
   /// Whether the page cache is off. False where the file system refuses, or can only do it in
   /// blocks that are larger than 4 KiB: what is measured then is the machine's memory as well.

@@ -6,16 +6,19 @@
 namespace halvercine::speedtest {
 
 SpeedCounters::SpeedCounters(std::size_t workers) : latencies_(mostLatencies) {
-  for (std::size_t worker = 0; worker < workers; ++worker) lanes_.emplace_back(*this);
+  lanes_.reserve(workers);
+  for (std::size_t worker = 0; worker < workers; ++worker) {
+    lanes_.push_back(std::make_unique<Lane>(*this));
+  }
 }
 
 void SpeedCounters::reset(bool collectsLatencies, platform::Uptime begin) {
-  for (auto& lane : lanes_) {
-    lane.transferred_.store(0, std::memory_order_relaxed);
-    lane.bytes_ = 0;
-    lane.ops_ = 0;
-    lane.passedUntil_ = begin;
-    lane.measuredUntil_ = begin;
+  for (const auto& lane : lanes_) {
+    lane->transferred_.store(0, std::memory_order_relaxed);
+    lane->bytes_ = 0;
+    lane->ops_ = 0;
+    lane->passedUntil_ = begin;
+    lane->measuredUntil_ = begin;
   }
   begin_ = begin;
   capacity_ = collectsLatencies ? mostLatencies : 0;
@@ -25,19 +28,19 @@ void SpeedCounters::reset(bool collectsLatencies, platform::Uptime begin) {
 
 std::uint64_t SpeedCounters::transferred() const {
   std::uint64_t total = 0;
-  for (const auto& lane : lanes_) total += lane.transferred_.load(std::memory_order_relaxed);
+  for (const auto& lane : lanes_) total += lane->transferred_.load(std::memory_order_relaxed);
   return total;
 }
 
 std::uint64_t SpeedCounters::bytes() const {
   std::uint64_t total = 0;
-  for (const auto& lane : lanes_) total += lane.bytes_;
+  for (const auto& lane : lanes_) total += lane->bytes_;
   return total;
 }
 
 std::uint64_t SpeedCounters::ops() const {
   std::uint64_t total = 0;
-  for (const auto& lane : lanes_) total += lane.ops_;
+  for (const auto& lane : lanes_) total += lane->ops_;
   return total;
 }
 
@@ -46,8 +49,8 @@ double SpeedCounters::elapsedSeconds() const {
   auto from = begin_;
   auto until = begin_;
   for (const auto& lane : lanes_) {
-    from = std::max(from, lane.passedUntil_);
-    until = std::max(until, lane.measuredUntil_);
+    from = std::max(from, lane->passedUntil_);
+    until = std::max(until, lane->measuredUntil_);
   }
   return std::max(std::chrono::duration<double>(until - from).count(), least);
 }

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <memory>
 #include <vector>
 
 #include "platform/Clock.h"
@@ -29,7 +29,7 @@ class SpeedCounters {
   /// Begins anew, at this time. No worker is under way.
   void reset(bool collectsLatencies, platform::Uptime begin = {});
 
-  Lane& lane(std::size_t worker) { return lanes_[worker]; }
+  Lane& lane(std::size_t worker) { return *lanes_[worker]; }
 
   /// Bytes so far, warm-up included. Any thread, also while the workers count.
   std::uint64_t transferred() const;
@@ -59,7 +59,7 @@ class SpeedCounters {
   /// least 1 ms.
   double elapsedSeconds() const;
 
-  std::deque<Lane> lanes_;
+  std::vector<std::unique_ptr<Lane>> lanes_;
   std::vector<double> latencies_;  // microseconds
   std::size_t capacity_ = 0;
   platform::Uptime begin_{};

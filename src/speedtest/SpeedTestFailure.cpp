@@ -1,11 +1,41 @@
 #include "speedtest/SpeedTestFailure.h"
 
-#include <system_error>
+#include <cerrno>
 
 namespace halvercine::speedtest {
 namespace {
 
-std::string errorText(int error) { return std::generic_category().message(error); }
+/// The errors that media and file systems have; others are only numbers.
+base::LocalizedText errorText(int error) {
+  switch (error) {
+    case EPERM:
+      return {"speed.errno.eperm"};
+    case EACCES:
+      return {"speed.errno.eacces"};
+    case EROFS:
+      return {"speed.errno.erofs"};
+    case ENOENT:
+      return {"speed.errno.enoent"};
+    case ENOSPC:
+    case EDQUOT:
+      return {"speed.errno.enospc"};
+    case EIO:
+      return {"speed.errno.eio"};
+    case ENXIO:
+    case ENODEV:
+      return {"speed.errno.enxio"};
+    case EFBIG:
+      return {"speed.errno.efbig"};
+    case EINVAL:
+    case EOPNOTSUPP:
+      return {"speed.errno.einval"};
+    default:
+      return {"speed.errno.other", {std::to_string(error)}};
+  }
+}
+
+/// Whether the fault is with the space that a file may take, not with the disk.
+bool isLimit(int error) { return error == ENOSPC || error == EDQUOT || error == EFBIG; }
 
 }  // namespace
 
@@ -14,12 +44,15 @@ SpeedTestFailure SpeedTestFailure::insufficientFree() {
 }
 
 SpeedTestFailure SpeedTestFailure::openFailed(int error) {
-  return {
-      "open-failed:" + std::to_string(error), {"speed.error.open.fmt", {errorText(error)}}, error};
+  return {"open-failed:" + std::to_string(error),
+          {"speed.error.open.fmt", {}, {errorText(error)}},
+          error};
 }
 
 SpeedTestFailure SpeedTestFailure::ioFailed(int error) {
-  return {"io-failed:" + std::to_string(error), {"speed.error.io.fmt", {errorText(error)}}, error};
+  return {"io-failed:" + std::to_string(error),
+          {isLimit(error) ? "speed.error.full.fmt" : "speed.error.io.fmt", {}, {errorText(error)}},
+          error};
 }
 
 SpeedTestFailure SpeedTestFailure::generic() {

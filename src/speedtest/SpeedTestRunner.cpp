@@ -129,6 +129,7 @@ base::Task<std::optional<SpeedTestFailure>> SpeedTestRunner::measure(
   file->hold(work_);
   const auto work = work_;
   if (isStopping_) work->cancel.set();
+  changed();
   bool isWhole = co_await fillFile(work);
   for (const auto& cell : speedCells) {
     if (!isWhole || !work->goesOn()) break;
@@ -146,10 +147,13 @@ base::Task<bool> SpeedTestRunner::fillFile(std::shared_ptr<SpeedWork> work) {
   const auto fill = [work](std::size_t worker) {
     fillSlice(*work, fillBlockSize, fillWorkers, worker);
   };
-  const bool isDone = co_await runWorkers(fillWorkers, fill);
+  const bool isDone = co_await runWorkers(work, fillWorkers, fill);
   tickFill(*work);
   bytesWritten_ += work->counters.transferred();
-  co_return isDone && work->counters.transferred() == work->fileSize;
+  if (!isDone || !work->goesOn() || work->counters.transferred() != work->fileSize) co_return false;
+  // What a cache still held would be written during the first cells.
+  const auto flush = [work](std::size_t) { flushFile(*work); };
+  co_return co_await runWorkers(work, 1, flush);
 }
 
 base::Task<bool> SpeedTestRunner::runWindow(std::shared_ptr<SpeedWork> work, SpeedCell cell,
@@ -163,7 +167,7 @@ base::Task<bool> SpeedTestRunner::runWindow(std::shared_ptr<SpeedWork> work, Spe
   const auto measure = [work, cell, window](std::size_t worker) {
     measureSlice(*work, cell, window, worker);
   };
-  const bool isDone = co_await runWorkers(accessPattern(cell.profile).queueDepth, measure);
+  const bool isDone = co_await runWorkers(work, accessPattern(cell.profile).queueDepth, measure);
   liveTick_.stop();
   if (cell.direction == SpeedDirection::write) bytesWritten_ += work->counters.transferred();
   if (isDone && work->goesOn()) {
@@ -176,11 +180,19 @@ base::Task<bool> SpeedTestRunner::runWindow(std::shared_ptr<SpeedWork> work, Spe
 }
 
 /// False when one of them ended by an exception.
-base::Task<bool> SpeedTestRunner::runWorkers(std::size_t count,
-                                             std::function<void(std::size_t)> work) {
+base::Task<bool> SpeedTestRunner::runWorkers(std::shared_ptr<SpeedWork> work, std::size_t count,
+                                             std::function<void(std::size_t)> body) {
   std::shared_ptr<platform::WorkerGroup> group;
+  const auto guarded = [work, body](std::size_t worker) {
+    try {
+      body(worker);
+    } catch (...) {
+      work->broken.set();  // the others need not go on for a result that is none
+      throw;
+    }
+  };
   auto begin = [&](base::Completion<std::exception_ptr> completion) {
-    group = platform_.workerThreads->start(count, work, completion);
+    group = platform_.workerThreads->start(count, guarded, completion);
     return std::function<void()>();
   };
   const auto failure = co_await base::waitFor<std::exception_ptr>(begin);

@@ -71,12 +71,14 @@ class SpeedTestRunner {
   const std::optional<SpeedTestEnvironment>& environment() const { return environment_; }
   /// Whether the page cache was off; nothing before the file was made.
   const std::optional<bool>& isUncached() const { return isUncached_; }
-  /// The test file could not be deleted; the next run in its folder deletes it, if it is there.
+  /// The test file could not be deleted, or nobody waited for that; the next run in its folder
+  /// deletes it, if it is there.
   bool isFileLeft() const { return isFileLeft_; }
   /// What the run has written, warm-ups included.
   std::uint64_t bytesWritten() const { return bytesWritten_; }
 
-  /// After every change of what this class tells.
+  /// After every change of what this class tells; also once the file is there, before it is
+  /// written.
   Signal<void()> changed;
 
   /// Called when a run has ended and its file is gone.
@@ -90,7 +92,8 @@ class SpeedTestRunner {
                                                       std::shared_ptr<TestFile> file);
   base::Task<bool> fillFile(std::shared_ptr<SpeedWork> work);
   base::Task<bool> runWindow(std::shared_ptr<SpeedWork> work, SpeedCell cell, SpeedPlan plan);
-  base::Task<bool> runWorkers(std::size_t count, std::function<void(std::size_t)> work);
+  base::Task<bool> runWorkers(std::shared_ptr<SpeedWork> work, std::size_t count,
+                              std::function<void(std::size_t)> body);
   void startLiveTick(std::function<void()> tick);
   void tickFill(const SpeedWork& work);
   void tickCell(const SpeedWork& work, platform::Uptime begin);

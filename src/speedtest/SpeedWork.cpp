@@ -74,15 +74,22 @@ SpeedWork::SpeedWork(const platform::Clock& runClock,
 void fillSlice(SpeedWork& work, std::size_t blockSize, std::size_t workers, std::size_t worker) {
   const auto slice = SpeedSlice::of(work.fileSize, blockSize, workers, worker);
   const auto data = work.buffers.data(blockSize);
+  // Past the cache, only whole units can be written behind a write that came short.
+  const std::int64_t unit = work.file->isUncached() ? 4096 : 1;
   auto& lane = work.counters.lane(worker);
   for (auto offset = slice.begin; offset < slice.end && work.goesOn();) {
     const auto rest = data.subspan(offset % blockSize);  // all of it, unless a write came short
     const auto count = work.file->write(rest, offset);
     if (count < 0) work.ioErrors.record(static_cast<std::int32_t>(-count));
-    if (count <= 0) return;
-    lane.pass(static_cast<std::size_t>(count));
-    offset += static_cast<std::uint64_t>(count);
+    const auto kept = count / unit * unit;
+    if (kept <= 0) return;
+    lane.pass(static_cast<std::size_t>(kept));
+    offset += static_cast<std::uint64_t>(kept);
   }
+}
+
+void flushFile(SpeedWork& work) {
+  if (const int error = work.file->flush()) work.ioErrors.record(error);
 }
 
 void measureSlice(SpeedWork& work, const SpeedCell& cell, const SpeedWindow& window,

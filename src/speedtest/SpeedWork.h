@@ -26,10 +26,11 @@ struct SpeedWork {
   SpeedBuffers buffers;
   SpeedCounters counters;
   CancelFlag cancel;
+  CancelFlag broken;  ///< a worker has ended by an exception
   IOErrorRegistry ioErrors;
 
   /// Before each operation: another worker's error ends them all.
-  bool goesOn() const { return !cancel.isSet() && !ioErrors.firstErrno(); }
+  bool goesOn() const { return !cancel.isSet() && !broken.isSet() && !ioErrors.firstErrno(); }
 };
 
 /// When a cell is measured, on the monotonic clock.
@@ -42,6 +43,9 @@ struct SpeedWindow {
 /// Writes the part of the file that is one worker's, front to back. Returns early when the run is
 /// cancelled or an operation fails. On a worker's thread.
 void fillSlice(SpeedWork& work, std::size_t blockSize, std::size_t workers, std::size_t worker);
+
+/// Waits until the medium has what has been written. On a worker's thread.
+void flushFile(SpeedWork& work);
 
 /// Reads or writes as the cell says until the window is over. A transfer that comes short ends this
 /// worker, an error ends the run. Nothing is allocated. On a worker's thread.

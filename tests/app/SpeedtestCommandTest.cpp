@@ -30,7 +30,7 @@ TEST(SpeedtestCommandTest, TheGridTheCurveAndTheCards) {
   EXPECT_THAT(run.errors, testing::Not(HasSubstr("\r"))) << "progress is for terminals";
   // 8.9 ms for each MiB, one at a time: 117.8 MB/s; 8.0 ms and a little for 4 KiB.
   for (const auto* text :
-       {"Fast: Uses a test file", "118 MB/s", "125 IOPS", "8004 µs", "\nHard Disk\n",
+       {"Fast: Uses a test file", "MB/s", " 118 ", " 125 ", "8004 µs", "\nHard Disk\n",
         "normal for a hard disk", "\nOn Battery Power\n", "\nResults Vary\n"}) {
     EXPECT_THAT(run.output, HasSubstr(text));
   }
@@ -61,10 +61,44 @@ TEST(SpeedtestCommandTest, JsonHasEverythingAndCanBeCompared) {
   const auto compared = speedtest({"Archive", "--tier", "fast", "--compare", file});
   EXPECT_EQ(compared.status, 0);
   EXPECT_THAT(compared.output, HasSubstr("+0 %"));
-  for (const auto* broken : {"{", R"({"format": 1, "command": "list", "result": {}})"}) {
-    const auto bad = folder.write("bad.json", broken).string();
-    EXPECT_EQ(speedtest({"Archive", "--compare", bad}).status, 2) << broken;
+}
+
+TEST(SpeedtestCommandTest, WhatCannotBeComparedIsRefused) {
+  const auto with = [](const std::string& results) {
+    return R"({"format": 1, "command": "speedtest", "result": {"tier": "fast", "results": [)" +
+           results + "]}}";
+  };
+  const auto cell = [&with](const std::string& figures) {
+    return with(R"({"profile": "seq1mQ8", "direction": "write", )" + figures + "}");
+  };
+  const std::pair<std::string, std::string> rows[] = {
+      {"{", ""},
+      {R"({"format": 1, "command": "list", "result": {}})", ""},
+      {R"({"format": 1, "command": "speedtest", "error": {"id": "interrupted"}})", "was stopped"},
+      {with(""), "no cell"},
+      {cell(R"("mbps": 5e-324, "iops": 1, "avgLatencyUs": 1)"), "not a result"},
+      {cell(R"("mbps": 1e300, "iops": 1, "avgLatencyUs": 1)"), "not a result"},
+      {cell(R"("mbps": 1, "iops": -1, "avgLatencyUs": 1)"), "not a result"},
+      {cell(R"("mbps": 1, "iops": 1, "avgLatencyUs": -1)"), "not a result"},
+      {cell(R"("mbps": 1, "iops": 1, "avgLatencyUs": 1, "p99LatencyUs": 1e10)"), "not a result"}};
+  const tests::TemporaryFolder folder;
+  for (const auto& [text, reason] : rows) {
+    const auto file = folder.write("bad.json", text).string();
+    const auto run = speedtest({"Archive", "--tier", "fast", "--compare", file});
+    EXPECT_EQ(run.status, 2) << text;
+    EXPECT_THAT(run.errors, HasSubstr(reason));
   }
+  const auto slow =
+      folder.write("slow.json", cell(R"("mbps": 0, "iops": 1e-6, "avgLatencyUs": 0)")).string();
+  const auto run = speedtest({"Archive", "--tier", "fast", "--json", "--compare", slow});
+  EXPECT_TRUE(base::parseJson(run.output)) << run.output;
+}
+
+TEST(SpeedtestCommandTest, ACacheThatRunsFullIsSeen) {
+  // 4 channels at 9.35 ms for each MiB: 449 MB/s, and at 42 ms behind the cache: 100 MB/s.
+  const auto run = speedtest({"Cached", "--tier", "endurance"});
+  EXPECT_EQ(run.status, 0) << run.errors;
+  EXPECT_THAT(run.output, HasSubstr("began at 449 MB/s and fell to 100 MB/s, which is 77% less"));
 }
 
 TEST(SpeedtestCommandTest, WhatDoesNotWorkIsSaid) {
@@ -73,18 +107,27 @@ TEST(SpeedtestCommandTest, WhatDoesNotWorkIsSaid) {
     int status;
     const char* id;
   };
-  const Row rows[] = {{"Failing", 1, "io-failed"},      {"Full", 1, "insufficient-free"},
-                      {"Locked", 1, "open-failed"},     {"Shared", 5, "open-failed"},
-                      {"Away", 1, "not-mounted"},       {"nothing", 3, "disk-not-found"},
-                      {"/Nowhere", 3, "disk-not-found"}};
+  const Row rows[] = {{"Failing", 1, "io-failed"},       {"Full", 1, "insufficient-free"},
+                      {"Locked", 1, "open-failed"},      {"Shared", 5, "open-failed"},
+                      {"Away", 1, "not-mounted"},        {"nothing", 3, "disk-not-found"},
+                      {"/Nowhere", 3, "disk-not-found"}, {"", 3, "disk-not-found"}};
   for (const auto& row : rows) {
     const auto run = speedtest({row.volume, "--tier", "fast", "--json"});
     EXPECT_EQ(run.status, row.status) << row.volume;
     const auto document = base::parseJson(run.output);
     ASSERT_TRUE(document) << run.output;
-    EXPECT_EQ(document->at("error").at("id"), row.id) << row.volume;
+    const auto& error = document->at("error").as_object();
+    EXPECT_EQ(error.at("id"), row.id) << row.volume;
+    EXPECT_EQ(error.contains("bytesWritten"), row.id == std::string_view("io-failed"));
   }
-  EXPECT_THAT(speedtest({"Memory", "--tier", "fast"}).errors, HasSubstr("page cache"));
+  const auto memory = speedtest({"Memory", "--tier", "fast"});
+  EXPECT_THAT(memory.output, HasSubstr("page cache")) << "beside the figures";
+  const auto full = speedtest({"Full"});
+  EXPECT_THAT(full.errors, testing::Not(HasSubstr("536870912"))) << "nothing is written";
+  const auto failing = speedtest({"Failing", "--tier", "fast"});
+  EXPECT_THAT(failing.output, HasSubstr("Sequential 1 MiB ×8")) << "what was measured stays";
+  const auto chinese = speedtest({"Shared", "--lang", "zh-Hans"});
+  EXPECT_THAT(chinese.errors, HasSubstr("没有访问权限"));
 }
 
 /// The program on a real folder, in a process of its own.
@@ -130,7 +173,8 @@ TEST(SpeedtestCommandTest, ASignalLeavesNothingOnARealFileSystem) {
     }
     return false;
   };
-  for (const auto& [signal, status] : {std::pair(SIGINT, 130), {SIGTERM, 130}, {SIGHUP, 129}}) {
+  for (const auto& [signal, status] :
+       {std::pair(SIGINT, 130), {SIGTERM, 130}, {SIGHUP, 129}, {SIGQUIT, 130}}) {
     const RealTest test(folder.path().string());
     ASSERT_TRUE(waitForFile(test));
     test.kill(signal);

@@ -1,6 +1,9 @@
 #include "platform/linux/directIo.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <linux/magic.h>
 #include <sys/stat.h>
@@ -38,6 +41,20 @@ Alignments alignmentsOf(int file) {
   return alignments;
 }
 
+/// Some drivers take the flag and refuse the operations: only trying tells. The file is new and
+/// empty, and is so again afterwards.
+bool isRefused(int file, std::size_t alignment) {
+  void* memory = nullptr;
+  if (::posix_memalign(&memory, std::max(alignment, smallestBlock), smallestBlock) != 0)
+    return true;
+  std::memset(memory, 0, smallestBlock);
+  const auto count = ::pwrite(file, memory, smallestBlock, 0);
+  const int error = errno;
+  std::free(memory);
+  if (count < 0) return error == EINVAL || error == EOPNOTSUPP;
+  return ::ftruncate(file, 0) != 0 || count % static_cast<ssize_t>(smallestBlock) != 0;
+}
+
 }  // namespace
 
 posix::Caching switchCachingOff(int file) {
@@ -47,6 +64,10 @@ posix::Caching switchCachingOff(int file) {
   if (isInMemory(file) || !isPossible) return {};
   const int flags = ::fcntl(file, F_GETFL);
   if (flags < 0 || ::fcntl(file, F_SETFL, flags | O_DIRECT) != 0) return {};
+  if (isRefused(file, alignments.ofBuffers)) {
+    ::fcntl(file, F_SETFL, flags);
+    return {};
+  }
   return {true, std::max<std::size_t>(alignments.ofBuffers, 1)};
 }
 

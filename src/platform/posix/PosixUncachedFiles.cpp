@@ -4,12 +4,15 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
+#include <optional>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
+#include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/string_generator.hpp>
+#include <boost/uuid/uuid_io.hpp>
 
 #include "base/Directory.h"
 #include "base/PrivateFiles.h"
@@ -18,12 +21,25 @@
 namespace halvercine::platform::posix {
 namespace {
 
-/// Whether the entry `name` of `folder` is the open file.
-bool isEntry(int folder, const std::string& name, int file) {
+/// Whether the entry `name` of `folder` is the open file; the error is an errno value.
+std::expected<bool, int> isEntry(int folder, const std::string& name, int file) {
   struct stat named {};
   struct stat open {};
-  return ::fstatat(folder, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-         ::fstat(file, &open) == 0 && named.st_dev == open.st_dev && named.st_ino == open.st_ino;
+  if (::fstatat(folder, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (errno == ENOENT) return false;
+    return std::unexpected(errno);
+  }
+  if (::fstat(file, &open) != 0) return std::unexpected(errno);
+  return named.st_dev == open.st_dev && named.st_ino == open.st_ino;
+}
+
+/// Past the cache of the device too, where the system can.
+int synchronize(int file) {
+#ifdef F_FULLFSYNC
+  if (::fcntl(file, F_FULLFSYNC) == 0) return 0;
+#endif
+  if (::fsync(file) == 0 || errno == EINVAL || errno == ENOTSUP) return 0;
+  return errno;
 }
 
 class PosixUncachedFile : public UncachedFile {
@@ -33,6 +49,9 @@ class PosixUncachedFile : public UncachedFile {
         name_(std::move(name)),
         file_(std::move(file)),
         caching_(caching) {}
+  ~PosixUncachedFile() override { PosixUncachedFile::remove(); }
+  PosixUncachedFile(const PosixUncachedFile&) = delete;
+  PosixUncachedFile& operator=(const PosixUncachedFile&) = delete;
 
   std::int64_t read(std::span<std::byte> buffer, std::uint64_t offset) override {
     const auto count =
@@ -45,19 +64,25 @@ class PosixUncachedFile : public UncachedFile {
     return count < 0 ? -errno : count;
   }
 
+  int flush() override { return synchronize(file_.get()); }
   bool isUncached() const override { return caching_.isOff; }
   std::size_t bufferAlignment() const override { return caching_.bufferAlignment; }
 
   int remove() override {
     if (isRemoved_.exchange(true)) return 0;
-    if (!isEntry(folder_.get(), name_, file_.get())) return 0;
-    if (::unlinkat(folder_.get(), name_.c_str(), 0) == 0 || errno == ENOENT) return 0;
-    const int error = errno;
-    isRemoved_ = false;
+    const int error = unlink();
+    if (error != 0) isRemoved_ = false;
     return error;
   }
 
  private:
+  int unlink() const {
+    const auto isOurs = isEntry(folder_.get(), name_, file_.get());
+    if (!isOurs) return isOurs.error();
+    if (!*isOurs || ::unlinkat(folder_.get(), name_.c_str(), 0) == 0) return 0;
+    return errno == ENOENT ? 0 : errno;
+  }
+
   base::UniqueFd folder_;  // its path may lead elsewhere by the end
   std::string name_;
   base::UniqueFd file_;
@@ -80,14 +105,29 @@ bool hasUuid(std::string_view name) {
   }
 }
 
-void removeIfAbandoned(int folder, const std::string& name) {
+/// Who owns what this user makes in the folder. On FAT and the like that is whoever the volume was
+/// mounted for.
+std::optional<uid_t> ownerOfNewFile(int folder, const std::string& prefix) {
+  const auto name = prefix + boost::uuids::to_string(boost::uuids::random_generator()());
+  const base::UniqueFd file(
+      ::openat(folder, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!file) return std::nullopt;
+  struct stat status {};
+  const bool isKnown = ::fstat(file.get(), &status) == 0;
+  ::unlinkat(folder, name.c_str(), 0);
+  return isKnown ? std::optional(status.st_uid) : std::nullopt;
+}
+
+void removeIfAbandoned(int folder, const std::string& prefix, const std::string& name) {
   const base::UniqueFd file(
       ::openat(folder, name.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0) return;
-  if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid() || status.st_nlink != 1) return;
+  if (!S_ISREG(status.st_mode) || status.st_nlink != 1) return;
   if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) return;
-  if (isEntry(folder, name, file.get())) ::unlinkat(folder, name.c_str(), 0);
+  const bool isOurs =
+      status.st_uid == ::geteuid() || status.st_uid == ownerOfNewFile(folder, prefix);
+  if (isOurs && isEntry(folder, name, file.get()) == true) ::unlinkat(folder, name.c_str(), 0);
 }
 
 }  // namespace
@@ -113,7 +153,7 @@ void PosixUncachedFiles::removeAbandoned(const std::string& folder, const std::s
   if (!open || !directory) return;
   for (const auto& name : directory->names()) {
     if (name.starts_with(prefix) && hasUuid(std::string_view(name).substr(prefix.size()))) {
-      removeIfAbandoned(open.get(), name);
+      removeIfAbandoned(open.get(), prefix, name);
     }
   }
 }

@@ -27,7 +27,7 @@ std::exception_ptr runAll(std::size_t count, const std::function<void(std::size_
     const std::lock_guard lock(mutex);
     if (!failure) failure = std::move(thrown);
   };
-  std::vector<std::jthread> threads;
+  std::vector<std::thread> threads;
   threads.reserve(count);
   try {
     for (std::size_t worker = 0; worker < count; ++worker) {
@@ -43,7 +43,7 @@ std::exception_ptr runAll(std::size_t count, const std::function<void(std::size_
   } catch (...) {  // no further thread to be had: those that run end by themselves
     keep(std::current_exception());
   }
-  threads.clear();  // joins
+  for (auto& thread : threads) thread.join();
   return failure;
 }
 

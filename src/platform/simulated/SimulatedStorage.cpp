@@ -45,6 +45,9 @@ class SimulatedStorage::File : public UncachedFile {
         storageLaw_(view.media.storage.value_or(ScenarioStorage{})),
         mountPath_(view.mountPath.value_or("")),
         path_(std::move(path)) {}
+  ~File() override { storage_->forget(*this); }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
 
   std::int64_t read(std::span<std::byte> buffer, std::uint64_t) override {
     return storage_->transfer(*this, Direction::read, buffer.size());
@@ -52,6 +55,7 @@ class SimulatedStorage::File : public UncachedFile {
   std::int64_t write(std::span<const std::byte> data, std::uint64_t) override {
     return storage_->transfer(*this, Direction::write, data.size());
   }
+  int flush() override { return storage_->isThere(*this) ? 0 : ENXIO; }
   bool isUncached() const override { return storageLaw_.uncached; }
   std::size_t bufferAlignment() const override { return 1; }
   int remove() override { return storage_->remove(*this); }
@@ -144,11 +148,15 @@ std::int64_t SimulatedStorage::transfer(const File& file, Direction direction, s
 
 int SimulatedStorage::remove(const File& file) {
   const bool wasThere = isThere(file);
+  return forget(file) && !wasThere ? ENXIO : 0;
+}
+
+bool SimulatedStorage::forget(const File& file) {
   const std::lock_guard lock(mutex_);
   const auto found = files_.find(file.path());
-  if (found == files_.end() || found->second != file.medium()) return 0;
+  if (found == files_.end() || found->second != file.medium()) return false;
   files_.erase(found);  // what has been unplugged is nowhere to be found either
-  return wasThere ? 0 : ENXIO;
+  return true;
 }
 
 }  // namespace halvercine::platform::simulated

@@ -48,6 +48,8 @@ class SimulatedStorage : public std::enable_shared_from_this<SimulatedStorage> {
   std::expected<Uptime, int> schedule(const File& file, Direction direction, std::size_t size);
   std::int64_t transfer(const File& file, Direction direction, std::size_t size);
   int remove(const File& file);
+  /// True when it was known. The machine may be gone.
+  bool forget(const File& file);
   bool isThere(const File& file) const;
 
   const SimulatedMachine& machine_;

@@ -7,6 +7,7 @@
 #include <set>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -69,6 +70,36 @@ TEST_F(PosixUncachedFilesTest, WhatTookTheNameOfTheFileStays) {
   folder_.write("name", "somebody else's");
   EXPECT_EQ((*file)->remove(), 0);
   EXPECT_EQ(folder_.read("name"), "somebody else's");
+}
+
+TEST_F(PosixUncachedFilesTest, AFileThatIsDroppedGoes) {
+  files_.create(folder(), "dropped")->reset();
+  EXPECT_TRUE(names().empty());
+}
+
+TEST_F(PosixUncachedFilesTest, AFileThatCannotBeRemovedIsSaidAndTriedAgain) {
+  auto file = files_.create(folder(), "name");
+  ASSERT_TRUE(file);
+  // Nobody but root may look into a folder without rights.
+  fs::permissions(folder_.path(), fs::perms::none);
+  const auto user = ::geteuid();
+  ASSERT_EQ(user == 0 ? ::seteuid(65534) : 0, 0);
+  const int error = (*file)->remove();
+  ASSERT_EQ(user == 0 ? ::seteuid(0) : 0, 0);
+  fs::permissions(folder_.path(), fs::perms::owner_all);
+  EXPECT_EQ(error, EACCES);
+  EXPECT_TRUE(names().contains("name"));
+  EXPECT_EQ((*file)->remove(), 0);
+  EXPECT_TRUE(names().empty());
+}
+
+TEST_F(PosixUncachedFilesTest, WhatAnotherUserLeftStays) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+  const auto name = prefix + std::string("0C5B9A3E-52D5-4E0C-8C34-6F1D0E0A7B17");
+  folder_.write(name, "somebody else's");
+  ASSERT_EQ(::chown((folder_.path() / name).c_str(), 65534, 65534), 0);
+  files_.removeAbandoned(folder(), prefix);
+  EXPECT_EQ(names(), std::set<std::string>{name});
 }
 
 TEST_F(PosixUncachedFilesTest, OnlyWhatAKilledProcessLeftIsRemoved) {

@@ -40,6 +40,8 @@ TEST(RecoveryEntryTest, SaysWhatIsWrong) {
       {"123453-53011", false, "Digits still missing: 37.|"},
       {valid.substr(0, valid.size() - 1) + "②", false,
        "It has numbers that are not written in digits.|Digits still missing: 1.|"},
+      {"①" + valid.substr(1), false,
+       "It has numbers that are not written in digits.|Digits still missing: 1.|"},
       {valid + "Ⅷ", false, "It has numbers that are not written in digits.|"},
       {std::string("123453\xff\0"
                    "530112",

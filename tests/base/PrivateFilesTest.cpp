@@ -67,7 +67,7 @@ TEST_F(PrivateFilesTest, foldersArePrivateAndThoseOfOthersLeftAlone) {
   EXPECT_EQ(modeOf(folder.path() / "old"), oldMode);
   EXPECT_EQ(modeOf(folder.path() / "old/new"), 0700U);
   EXPECT_EQ(modeOf(folder.path() / "old/new/newer"), 0700U);
-  folder.write("file.json", "");
+  folder.write("file", "");
   EXPECT_TRUE(makePrivateDirectory(folder.path() / "file"));
   EXPECT_TRUE(makePrivateDirectory(folder.path() / "file/below"));
   EXPECT_TRUE(makePrivateDirectory(""));

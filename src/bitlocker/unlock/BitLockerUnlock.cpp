@@ -127,8 +127,11 @@ base::Task<void> BitLockerUnlock::waiting() {
 
 base::Task<void> BitLockerUnlock::succeed() {
   state_.isUnlocked = true;
-  if (const auto* disk = context_.monitor.find(state_.disk.id))
+  if (const auto* disk = context_.monitor.find(state_.disk.id)) {
     state_.disk.isMounted = disk->isMounted;
+    state_.disk.isWritable = disk->isWritable;
+    state_.disk.mountPath = disk->mountPath;
+  }
   if (state_.rememberCredential) {
     co_await keychain_.save(key(), std::string(methodName(state_.method)), credential().copy());
   } else {

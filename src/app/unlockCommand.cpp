@@ -24,8 +24,8 @@ Answer success(const CommandContext& context, const DiskView& known, bool wasSoB
   if (views) view = selectDisk(*views, known.disk.id).value_or(&known);
   const auto& disk = view->disk;
   if (context.options.json) {
-    return jsonAnswer(context.options, {{"disk", view->toJson(context.localization)},
-                                        {"nothingToDo", wasSoBefore}});
+    return jsonAnswer(context.options,
+                      {{"disk", view->toJson(context.localization)}, {"nothingToDo", wasSoBefore}});
   }
   const auto access = context.text(disk.isWritable ? "ui.access.readwrite" : "ui.access.readonly");
   return {ExitStatus::done,

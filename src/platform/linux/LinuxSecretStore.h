@@ -13,7 +13,8 @@
 namespace halvercine::platform::gnulinux {
 
 /// The keyring when there is one at that moment; a file only while there is none. What the user has
-/// refused to the keyring, or a keyring has not taken in time, is not put into a file. An item is looked for, and deleted, in both.
+/// refused to the keyring, or a keyring has not taken in time, is not put into a file. An item is
+/// looked for, and deleted, in both.
 class LinuxSecretStore : public SecretStore {
  public:
   /// `limit` is for the keyring's part of a call.

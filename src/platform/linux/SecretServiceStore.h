@@ -18,8 +18,7 @@ namespace halvercine::platform::gnulinux {
 class SecretServiceStore : public SecretStore {
  public:
   /// `limit` is for a whole call.
-  explicit SecretServiceStore(
-      std::chrono::milliseconds limit = std::chrono::seconds(limitSeconds));
+  explicit SecretServiceStore(std::chrono::milliseconds limit = std::chrono::seconds(limitSeconds));
   ~SecretServiceStore() override;
 
   /// `add`; nothing when there is no service. One that does not answer in time is there.

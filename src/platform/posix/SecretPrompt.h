@@ -39,7 +39,8 @@ class SecretPrompt {
   std::unique_ptr<QuietTerminal> terminal_;
 };
 
-/// The first line of standard input, without its end; nothing when it is longer than 64 KiB. Blocks.
+/// The first line of standard input, without its end; nothing when it is longer than 64 KiB.
+/// Blocks.
 std::optional<base::Secret> readSecretLine();
 
 /// From now on the memory of this process goes into no core file, and other processes of the user

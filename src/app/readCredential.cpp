@@ -69,13 +69,24 @@ std::expected<base::Secret, Answer> ask(const CommandContext& context, const Dis
   }
 }
 
+Answer unusable(const CommandContext& context) {
+  return failure(context.options, ExitStatus::usage, "credential-unusable",
+                 context.text("ui.unlock.unusable"));
+}
+
+std::expected<base::Secret, Answer> readLine(const CommandContext& context) {
+  auto line = platform::posix::readSecretLine();
+  if (!line || line->reveal().find('\0') != std::string_view::npos) {
+    return std::unexpected(unusable(context));
+  }
+  return std::move(*line);
+}
+
 }  // namespace
 
 std::expected<base::Secret, Answer> readCredential(const CommandContext& context,
                                                    const DiskView& view) {
-  auto entered = platform::posix::canAskForSecret()
-                     ? ask(context, view)
-                     : std::expected<base::Secret, Answer>(platform::posix::readSecretLine());
+  auto entered = platform::posix::canAskForSecret() ? ask(context, view) : readLine(context);
   if (!entered || entered->empty()) return entered;
   if (!base::isUtf8(entered->reveal())) {
     return std::unexpected(failure(context.options, ExitStatus::usage, "credential-unreadable",

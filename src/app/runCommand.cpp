@@ -18,6 +18,7 @@
 #include "helper/HelperRegistration.h"
 #include "mount/takeover/AutomaticTakeover.h"
 #include "mount/takeover/ReportCaretaker.h"
+#include "platform/posix/SecretPrompt.h"
 #ifdef __linux__
 #include "platform/linux/diskutil/MountDirectory.h"
 #include "platform/linux/diskutil/accessReport.h"
@@ -180,6 +181,8 @@ std::unique_ptr<mount::ReportCaretaker> reportCaretaker(
 }  // namespace
 
 Answer runCommand(const CommandContext& context, Machine& machine) {
+  // Remembered passwords pass through this process, which may stay for days.
+  platform::posix::keepOutOfCoreFiles();
   const auto controllerLock = mount::TakeoverJournal(context.platform).takeControllerLock();
   if (!controllerLock &&
       controllerLock.error() == mount::TakeoverJournal::LockFailure::unavailable) {
@@ -213,6 +216,7 @@ Answer runCommand(const CommandContext& context, Machine& machine) {
                       registerHelper(context, registration, lifetime));
   unlock.start();
   const auto status = lifetime.run();
+  unlock.stop();
   finish(parts, takeover, registrations, lifetime);
   return {status, "", ""};
 }

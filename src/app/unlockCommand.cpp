@@ -17,15 +17,15 @@ namespace {
 
 using bitlocker::BitLockerUnlock;
 
-Answer success(const CommandContext& context, const std::string& bsdName, bool wasSoBefore) {
+/// With the volume's record as it is now; as it is known, when it has gone since.
+Answer success(const CommandContext& context, const DiskView& known, bool wasSoBefore) {
   const auto views = viewDisks(context);
-  if (!views) return views.error();
-  const auto found = selectDisk(*views, bsdName);
-  if (!found) return selectionFailure(context, found.error());
-  const auto& disk = (*found)->disk;
+  const auto* view = &known;
+  if (views) view = selectDisk(*views, known.disk.id).value_or(&known);
+  const auto& disk = view->disk;
   if (context.options.json) {
-    return jsonAnswer(context.options, {{"disk", (*found)->toJson(context.localization)},
-                                        {"nothingToDo", wasSoBefore}});
+    return jsonAnswer(context.options,
+                      {{"disk", view->toJson(context.localization)}, {"nothingToDo", wasSoBefore}});
   }
   const auto access = context.text(disk.isWritable ? "ui.access.readwrite" : "ui.access.readonly");
   return {ExitStatus::done,
@@ -37,20 +37,28 @@ Answer success(const CommandContext& context, const std::string& bsdName, bool w
 }
 
 /// Why the volume cannot be unlocked whatever is entered, if that is known.
-std::optional<Answer> refusal(const CommandContext& context, const disks::Disk& disk) {
+std::optional<Answer> refusal(const CommandContext& context, const DiskView& view) {
+  const auto& disk = view.disk;
   const auto refuse = [&](std::string_view id, const std::string& message) {
     return failure(context.options, ExitStatus::failed, id, message);
   };
   const auto name = base::displayText(disk.name);
   if (!disk.bitLocker)
     return refuse("not-bitlocker", context.text("ui.unlock.notbitlocker", {name}));
-  if (disk.isMounted) return success(context, disk.id, true);
+  if (disk.isMounted) return success(context, view, true);
   if (disk.bitLocker->isUnlocked() && disk.isNtfs()) {
     return refuse("not-locked", context.text("ui.unlock.notlocked", {name, disk.id}));
   }
-  if (!disk.bitLocker->tpmOnly) return std::nullopt;
-  return refuse("bitlocker.tpmonly.message", context.text("bitlocker.unsupported.title") + ". " +
-                                                 context.text("bitlocker.tpmonly.message"));
+  if (disk.bitLocker->tpmOnly) {
+    return refuse("bitlocker.tpmonly.message", context.text("bitlocker.tpmonly.message"));
+  }
+  const bool hasPassword = disk.bitLocker->hasPasswordProtector;
+  // A volume with neither may have something that only the module knows.
+  if (hasPassword == disk.bitLocker->hasRecoveryProtector) return std::nullopt;
+  if (hasPassword != context.options.recovery) return std::nullopt;
+  return refuse("other-protector",
+                context.text(hasPassword ? "ui.unlock.onlypassword" : "ui.unlock.onlyrecovery",
+                             {name, disk.id}));
 }
 
 Answer failed(const CommandContext& context, const BitLockerUnlock::State& state) {
@@ -65,7 +73,8 @@ Answer failed(const CommandContext& context, const BitLockerUnlock::State& state
 }
 
 Answer endOf(const CommandContext& context, UnlockAttendance::End end,
-             const BitLockerUnlock::State& state) {
+             const BitLockerUnlock::State& state, DiskView view) {
+  view.disk = state.disk;
   switch (end) {
     case UnlockAttendance::End::over:
       break;
@@ -76,7 +85,7 @@ Answer endOf(const CommandContext& context, UnlockAttendance::End end,
           end == UnlockAttendance::End::hungUp ? ExitStatus::hungUp : ExitStatus::interrupted,
           "interrupted", context.text("ui.unlock.interrupted"));
   }
-  return state.isUnlocked ? success(context, state.disk.id, false) : failed(context, state);
+  return state.isUnlocked ? success(context, view, false) : failed(context, state);
 }
 
 /// Puts what was entered into the form.
@@ -89,8 +98,9 @@ void enter(BitLockerUnlock& unlock, const Options& options, base::Secret entered
   }
 }
 
-bool isEmpty(const BitLockerUnlock::State& state) {
-  return state.password.empty() && state.recovery.empty();
+/// What is remembered may be the other one of the two.
+bool isEmpty(const Options& options, const BitLockerUnlock::State& state) {
+  return state.recovery.empty() && (options.recovery || state.password.empty());
 }
 
 }  // namespace
@@ -102,7 +112,7 @@ Answer unlockCommand(const CommandContext& context, Machine& machine) {
   const auto selected = selectDisk(*views, context.options.disk);
   if (!selected) return selectionFailure(context, selected.error());
   const auto& view = **selected;
-  if (auto refused = refusal(context, view.disk)) return std::move(*refused);
+  if (auto refused = refusal(context, view)) return std::move(*refused);
   auto entered = readCredential(context, view);
   if (!entered) return std::move(entered.error());
 
@@ -113,17 +123,17 @@ Answer unlockCommand(const CommandContext& context, Machine& machine) {
   unlock.setMountReadOnly(context.options.readOnly);
   if (entered->empty()) {
     if (const auto end = attendance.fill(); end != UnlockAttendance::End::over) {
-      return endOf(context, end, unlock.state());
+      return endOf(context, end, unlock.state(), view);
     }
   } else {
     enter(unlock, context.options, std::move(*entered));
   }
-  if (isEmpty(unlock.state())) {
+  if (isEmpty(context.options, unlock.state())) {
     return failure(context.options, ExitStatus::usage, "no-credential",
                    context.text("ui.unlock.nocredential"));
   }
   if (context.options.remember) unlock.setRememberCredential(true);
-  return endOf(context, attendance.submit(), unlock.state());
+  return endOf(context, attendance.submit(), unlock.state(), view);
 }
 
 }  // namespace halvercine::app

@@ -55,6 +55,29 @@ std::error_code replaceFile(const std::filesystem::path& path, std::string_view 
   return error;
 }
 
+/// Appends the file to `content`, which allocates no more than `limit` and one small read.
+std::error_code readInto(std::string& content, int directory, const char* path, std::size_t limit) {
+  const UniqueFd file(::openat(directory, path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0) return lastError();
+  if (!S_ISREG(status.st_mode)) return std::make_error_code(std::errc::not_supported);
+  // The size is a hint, and zero for the files of the kernel: a file that grows meanwhile is read
+  // to its end, or to the limit. One byte more than the size shows the end.
+  const auto size = static_cast<std::size_t>(status.st_size);
+  std::size_t room = size + 1;
+  while (size <= limit && content.size() <= limit) {
+    const auto have = content.size();
+    content.resize(have + std::max(room, smallestRead));
+    const auto got = ::read(file.get(), content.data() + have, content.size() - have);
+    content.resize(have + (got > 0 ? static_cast<std::size_t>(got) : 0));
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return lastError();
+    if (got == 0) return {};
+    room = smallestRead;
+  }
+  return std::make_error_code(std::errc::file_too_large);
+}
+
 }  // namespace
 
 bool isPlainFileName(std::string_view name) {
@@ -99,6 +122,16 @@ std::error_code createPrivateFile(const std::filesystem::path& path, std::string
   return error;
 }
 
+void removeFileIf(const std::filesystem::path& path,
+                  const std::function<bool(const std::filesystem::path&)>& isUnwanted) {
+  const auto aside = temporaryBeside(path);
+  if (::rename(path.c_str(), aside.c_str()) != 0) return;
+  // What has the name by now is newer, and stays.
+  const bool isToGo =
+      isUnwanted(aside) || ::link(aside.c_str(), path.c_str()) == 0 || errno == EEXIST;
+  if (!isToGo || ::remove(aside.c_str()) != 0) ::rename(aside.c_str(), path.c_str());
+}
+
 std::expected<std::string, std::error_code> readRegularFile(const std::filesystem::path& path,
                                                             std::size_t limit) {
   return readRegularFileAt(AT_FDCWD, path.c_str(), limit);
@@ -106,28 +139,19 @@ std::expected<std::string, std::error_code> readRegularFile(const std::filesyste
 
 std::expected<std::string, std::error_code> readRegularFileAt(int directory, const char* path,
                                                               std::size_t limit) {
-  const UniqueFd file(::openat(directory, path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0) return std::unexpected(lastError());
-  if (!S_ISREG(status.st_mode)) {
-    return std::unexpected(std::make_error_code(std::errc::not_supported));
-  }
   std::string content;
-  // The size is a hint, and zero for the files of the kernel: a file that grows meanwhile is read
-  // to its end, or to the limit. One byte more than the size shows the end.
-  const auto size = static_cast<std::size_t>(status.st_size);
-  std::size_t room = size + 1;
-  while (size <= limit && content.size() <= limit) {
-    const auto have = content.size();
-    content.resize(have + std::max(room, smallestRead));
-    const auto got = ::read(file.get(), content.data() + have, content.size() - have);
-    content.resize(have + (got > 0 ? static_cast<std::size_t>(got) : 0));
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) return std::unexpected(lastError());
-    if (got == 0) return content;
-    room = smallestRead;
-  }
-  return std::unexpected(std::make_error_code(std::errc::file_too_large));
+  if (const auto error = readInto(content, directory, path, limit)) return std::unexpected(error);
+  return content;
+}
+
+std::expected<Secret, std::error_code> readSecretFile(const std::filesystem::path& path,
+                                                      std::size_t limit) {
+  std::string content;
+  content.reserve(limit + smallestRead);  // a text that grows leaves copies of itself behind
+  const auto error = readInto(content, AT_FDCWD, path.c_str(), limit);
+  auto secret = Secret::takenFrom(content);
+  if (error) return std::unexpected(error);
+  return secret;
 }
 
 }  // namespace halvercine::base

@@ -4,9 +4,12 @@
 #include <cstddef>
 #include <expected>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <system_error>
+
+#include "base/Secret.h"
 
 namespace halvercine::base {
 
@@ -34,11 +37,22 @@ std::error_code replaceFileKeepingMode(const std::filesystem::path& path, std::s
 /// symbolic link too, is an error. On an error in writing nothing is left.
 std::error_code createPrivateFile(const std::filesystem::path& path, std::string_view content);
 
+/// Deletes the entry at `path` if `isUnwanted` says so of it. It is asked about a temporary name,
+/// as which nobody else finds the entry: what others put in place meanwhile is not deleted in its
+/// stead. An entry that is wanted after all is back afterwards, unless a newer one has taken its
+/// place.
+void removeFileIf(const std::filesystem::path& path,
+                  const std::function<bool(const std::filesystem::path&)>& isUnwanted);
+
 /// The content of the regular file at `path`, of at most `limit` bytes. Symbolic links are not
 /// followed; a pipe, a device or a larger file is an error, and none of them can make the call
 /// wait.
 std::expected<std::string, std::error_code> readRegularFile(const std::filesystem::path& path,
                                                             std::size_t limit);
+
+/// The same for a file that holds a secret: no other copy is left in memory.
+std::expected<Secret, std::error_code> readSecretFile(const std::filesystem::path& path,
+                                                      std::size_t limit);
 
 /// The same for `path` relative to an open folder (or AT_FDCWD).
 std::expected<std::string, std::error_code> readRegularFileAt(int directory, const char* path,

@@ -49,9 +49,9 @@ std::optional<UnlockRequest> decodeRequest(std::string_view text) {
   return std::move(*request);
 }
 
-void removeQuietly(const std::filesystem::path& path) {
-  std::error_code ignored;
-  std::filesystem::remove(path, ignored);
+std::optional<UnlockRequest> readRequest(const std::filesystem::path& path) {
+  const auto text = base::readSecretFile(path, recordLimit);
+  return text ? decodeRequest(text->reveal()) : std::nullopt;
 }
 
 }  // namespace
@@ -87,25 +87,31 @@ bool BitLockerMailbox::writeRequest(std::string_view key, const UnlockRequest& r
 std::optional<UnlockRequest> BitLockerMailbox::pendingRequest(std::string_view key) const {
   const auto url = requestURL(key);
   if (!url) return std::nullopt;
-  const auto modified = base::modificationTime(*url);
-  if (!modified || clock_.now() - *modified >= requestLifetime) {
-    removeQuietly(*url);
-    return std::nullopt;
-  }
-  auto text = base::readRegularFile(*url, recordLimit);
-  if (!text) return std::nullopt;
-  return decodeRequest(base::Secret::takenFrom(*text).reveal());
+  const auto isExpired = [now = clock_.now()](const std::filesystem::path& path) {
+    const auto modified = base::modificationTime(path);
+    return modified && now - *modified >= requestLifetime;
+  };
+  if (!isExpired(*url)) return readRequest(*url);
+  base::removeFileIf(*url, isExpired);
+  return std::nullopt;
 }
 
 void BitLockerMailbox::removeRequest(std::string_view key,
                                      const std::optional<std::string>& requestId) const {
   const auto url = requestURL(key);
   if (!url) return;
-  if (requestId) {
-    const auto waiting = pendingRequest(key);
-    if (!waiting || waiting->requestID != requestId) return;
+  if (!requestId) {
+    std::error_code ignored;
+    std::filesystem::remove(*url, ignored);
+    return;
   }
-  removeQuietly(*url);
+  const auto waiting = pendingRequest(key);
+  if (!waiting || waiting->requestID != requestId) return;
+  // Another one may have taken its place since.
+  base::removeFileIf(*url, [&](const std::filesystem::path& path) {
+    const auto request = readRequest(path);
+    return request && request->requestID == requestId;
+  });
 }
 
 std::vector<Status> BitLockerMailbox::allStatuses() const {
@@ -142,10 +148,19 @@ void BitLockerMailbox::sweepStale() const {
   const auto directory = container ? base::Directory::open(*container) : std::nullopt;
   if (!directory) return;
   const auto now = clock_.now();
+  const auto isOld = [now](const std::filesystem::path& path) {
+    const auto modified = base::modificationTime(path);
+    return modified && now - *modified > requestLifetime;
+  };
   for (const auto& name : directory->names()) {
     if (!isSweepable(name)) continue;
     const auto modified = directory->modified(name);
-    if (modified && now - *modified > requestLifetime) directory->remove(name);
+    if (!modified || now - *modified <= requestLifetime) continue;
+    if (isRecordName(name, requestPrefix)) {
+      base::removeFileIf(*container / name, isOld);
+    } else {
+      directory->remove(name);
+    }
   }
 }
 

@@ -53,7 +53,10 @@ TEST(UnlockCommandTest, EveryResultHasItsStatusAndItsText) {
       {{"disk4s1"}, "\xff\n", 2, "not UTF-8"},
       {{"disk4s1", "--recovery"}, "123453-530113\n", 2, "Group 2 has a typing error. Digits still"},
       {{"disk5s1"}, "x\n", 1, "security chip"},
-      {{"disk5s2"}, "x\n", 1, "neither a password nor a recovery password"},
+      {{"disk4s1"}, "a" + std::string("\0b\n", 3), 2, "null character"},
+      {{"disk4s3", "--recovery"}, "", 2, "Nothing was entered"},
+      {{"disk5s11"}, "x\n", 1, "neither a password nor a recovery password"},
+      {{"disk5s2"}, "x\n", 1, "Unlock it with: halvercine unlock disk5s2 --recovery"},
       {{"disk5s2", "--recovery"}, recovery, 0, "is unlocked"},
       {{"disk5s3"}, "x\n", 1, "only partly encrypted"},
       {{"disk5s4"}, "x\n", 1, "formatted as exFAT"},
@@ -71,7 +74,7 @@ TEST(UnlockCommandTest, EveryResultHasItsStatusAndItsText) {
       {{"disk6s6"}, "correct horse\n", 0, "is unlocked"},
       {{"disk7s1"}, "x\n", 1, "not the same one as before"},
       {{"disk8s1"}, "x\n", 1, "plug it back in"},
-      {{"disk4"}, "x\n", 1, "is no BitLocker volume"},
+      {{"disk4"}, "x\n", 1, "is not a BitLocker volume"},
       {{"disk99"}, "x\n", 3, "There is no disk"},
   };
   for (const auto& row : rows) {

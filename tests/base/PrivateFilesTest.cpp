@@ -200,5 +200,26 @@ TEST(UniqueFdTest, closesExactlyOnce) {
   ::close(pipe[1]);
 }
 
+TEST_F(PrivateFilesTest, RemovesOnlyWhatItWasAskedAbout) {
+  struct Row {
+    bool isUnwanted;
+    bool isReplacedMeanwhile;
+    std::string left;  // or nothing
+  };
+  for (const auto& row : {Row{true, false, ""}, Row{true, true, "newer"},
+                          Row{false, false, "older"}, Row{false, true, "newer"}}) {
+    folder.write("file.json", "older");
+    removeFileIf(path, [&](const std::filesystem::path& aside) {
+      EXPECT_EQ(readRegularFile(aside, 100), "older");
+      if (row.isReplacedMeanwhile) folder.write("file.json", "newer");
+      return row.isUnwanted;
+    });
+    EXPECT_EQ(readRegularFile(path, 100).value_or(""), row.left);
+    EXPECT_LE(folder.names().size(), 1u) << "nothing is left beside it";
+    std::filesystem::remove(path);
+  }
+  removeFileIf(path, [](const fs::path&) { return ADD_FAILURE() << "nothing is there", true; });
+}
+
 }  // namespace
 }  // namespace halvercine::base

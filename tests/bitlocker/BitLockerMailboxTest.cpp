@@ -7,6 +7,7 @@
 #include <regex>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -295,6 +296,20 @@ TEST(StatusTest, showsItsPartOfTheState) {
   ASSERT_TRUE(status);
   EXPECT_EQ(stateOf(*status),
             (BitLockerState{"G", "unlocked", false, true, true, false, true, "e"}));
+}
+
+TEST_F(BitLockerMailboxTest, aLookTakesNothingFromAnotherWriter) {
+  const BitLockerMailbox other(containers, clock);
+  std::jthread looking([&](const std::stop_token& stop) {
+    while (!stop.stop_requested()) mailbox.pendingRequest(key);
+  });
+  int lost = 0;
+  for (int i = 0; i < 2000; ++i) {
+    if (!other.writeRequest(key, request("x", "R"))) ++lost;
+    if (!std::filesystem::exists(folder.path() / requestName)) ++lost;
+    std::filesystem::remove(folder.path() / requestName);
+  }
+  EXPECT_EQ(lost, 0);
 }
 
 }  // namespace

@@ -65,6 +65,19 @@ TEST_F(BitLockerUnlockTest, UnlocksAndClosesAMomentLater) {
   EXPECT_FALSE(hasRequest());
 }
 
+TEST_F(BitLockerUnlockTest, OnlyWhatOpenedTheVolumeIsRemembered) {
+  auto& model = dialog("disk4s2", "correct horse");
+  model.setRememberCredential(true);
+  model.submit();
+  pass(1);
+  model.enterPassword(Secret("never tried"));
+  model.enterRecovery("123453");
+  model.selectMethod(Method::recovery);
+  pass(30);
+  EXPECT_TRUE(state().isUnlocked);
+  EXPECT_EQ(remembered(key), "correct horse");
+}
+
 TEST_F(BitLockerUnlockTest, ForgetsWhatIsNotToBeRemembered) {
   auto& model = dialog("disk4s3", "remembered horse");
   EXPECT_EQ(remembered(key), "remembered horse");
@@ -84,6 +97,18 @@ TEST_F(BitLockerUnlockTest, FillsTheFormWithWhatIsRememberedUnlessSomethingWasTy
   typing.enterPassword(Secret("typed"));
   pass(0.1);
   EXPECT_EQ(state().password.reveal(), "typed");
+  auto& choosing = dialog("disk4s4", "");
+  choosing.open();
+  choosing.selectMethod(Method::recovery);
+  pass(0.1);
+  EXPECT_EQ(state().method, Method::recovery);
+  EXPECT_FALSE(state().rememberCredential);
+  auto& unknown = dialog("disk4s1", "");
+  bool isTold = false;
+  unknown.changed.connect([&] { isTold = !unknown.state().isFilling; });
+  unknown.open();
+  pass(0.1);
+  EXPECT_TRUE(isTold) << "also when nothing is remembered";
 }
 
 TEST_F(BitLockerUnlockTest, ARequestHasWhatWasEnteredAndIsPrivate) {
@@ -108,6 +133,10 @@ TEST_F(BitLockerUnlockTest, ARequestHasWhatWasEnteredAndIsPrivate) {
   recovery.submit();
   EXPECT_FALSE(state().busy);
   EXPECT_EQ(state().errorText, "bitlocker.recovery.invalid");
+  recovery.enterRecovery("② 123453530112077011 660143 366663 000572 219989 466664");
+  EXPECT_EQ(state().recoveryFaults.front().key, "ui.unlock.recovery.othernumbers");
+  recovery.submit();
+  EXPECT_FALSE(state().busy) << "the field shows 48 digits, but something else was entered";
   recovery.enterRecovery("123453530112077011 660143 366663 000572 219989 466664");
   recovery.submit();
   pass(1);
@@ -135,13 +164,15 @@ TEST_F(BitLockerUnlockTest, NobodyAnswersFor25Seconds) {
 TEST_F(BitLockerUnlockTest, OnlyTheAnswerToThisRequestCounts) {
   dialog("disk6s1", "anything").submit();
   pass(1);
-  std::vector<Status> others(5, answer("unlockFailed"));
+  std::vector<Status> others(6, answer("unlockFailed"));
   others[0].timestamp = state().submitTime - 0.001;
   others[1].requestID = "another";
   others[2].requestID.reset();  // may be an older one
   others[3].state = "locked";
   others[4].requestID = "another";
   others[4].state = "unlocked";
+  others[5].requestID = "another";
+  others[5].ejected = true;
   for (const auto& other : others) {
     writeStatus(other);
     pass(1);
@@ -281,6 +312,7 @@ TEST(UnlockResultTest, EveryCodeHasItsMessage) {
       {"unsupportedFileSystem:exfat", "bitlocker.error.unsupported.fs.exfat"},
       {"unsupportedFileSystem:fat32", "bitlocker.error.unsupported.fs.fat"},
       {"unsupportedFileSystem", "bitlocker.error.unsupported.fs.fat"},
+      {"unsupportedFileSystemX:exfat", "bitlocker.error.generic"},
       {"unsupportedEncryptionMethod", "bitlocker.error.unsupported.method"},
       {"badMetadata", "bitlocker.error.metadata"},
       {"", "bitlocker.error.generic"},

@@ -1,14 +1,15 @@
 // After an unlock the password is nowhere any more: neither in this process's memory nor in a file.
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstdint>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <string>
+#include <string_view>
 #include <unistd.h>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -34,15 +35,41 @@ base::Secret password() {
   return base::Secret::takenFrom(text);
 }
 
-std::size_t occurrences(const std::string& bytes) {
+std::size_t occurrences(std::string_view bytes) {
   std::size_t count = 0;
   const auto isSame = [](unsigned char hidden, char byte) {
     return (hidden ^ mask) == static_cast<unsigned char>(byte);
   };
   constexpr char first = disguised[0] ^ mask;
-  for (auto at = bytes.find(first); at != std::string::npos && at + size <= bytes.size();
+  for (auto at = bytes.find(first); at != std::string_view::npos && at + size <= bytes.size();
        at = bytes.find(first, at + 1)) {
     if (std::equal(std::begin(disguised), std::end(disguised), bytes.data() + at, isSame)) ++count;
+  }
+  return count;
+}
+
+// Looking allocates nothing: that could overwrite what is looked for.
+std::array<char, std::size_t{1} << 20U> maps;
+std::array<char, std::size_t{1} << 20U> piece;
+
+std::string_view readMaps() {
+  const base::UniqueFd file(::open("/proc/self/maps", O_RDONLY));
+  std::size_t length = 0;
+  ssize_t got = 0;
+  do {
+    length += static_cast<std::size_t>(got);
+    got = ::read(file.get(), maps.data() + length, maps.size() - length);
+  } while (got > 0);
+  return {maps.data(), length};
+}
+
+std::size_t occurrencesBetween(int memory, std::uint64_t begin, std::uint64_t end) {
+  std::size_t count = 0;
+  // Pieces overlap by what is too short to be found twice.
+  for (auto at = begin; at < end; at += piece.size() - (size - 1)) {
+    const auto length = std::min<std::uint64_t>(piece.size(), end - at);
+    const auto got = ::pread(memory, piece.data(), length, static_cast<off_t>(at));
+    if (got > 0) count += occurrences({piece.data(), static_cast<std::size_t>(got)});
   }
   return count;
 }
@@ -51,21 +78,22 @@ std::size_t occurrences(const std::string& bytes) {
 std::size_t occurrencesInMemory() {
   std::size_t count = 0;
   const base::UniqueFd memory(::open("/proc/self/mem", O_RDONLY));
-  std::ifstream maps("/proc/self/maps");
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(maps, line);) lines.push_back(line);
-  for (const auto& line : lines) {
+  const auto own = reinterpret_cast<std::uint64_t>(piece.data());
+  for (auto rest = readMaps(); !rest.empty();) {
+    const auto line = rest.substr(0, rest.find('\n'));
+    rest.remove_prefix(std::min(rest.size(), line.size() + 1));
     std::uint64_t begin = 0;
     std::uint64_t end = 0;
-    char dash = 0;
-    std::string rights;
-    std::istringstream(line) >> std::hex >> begin >> dash >> end >> rights;
-    if (!rights.starts_with("rw")) continue;
-    std::string bytes(end - begin, '\0');
-    const auto got = ::pread(memory.get(), bytes.data(), bytes.size(), static_cast<off_t>(begin));
-    if (got > 0) count += occurrences(bytes);
-    base::wipe(bytes);
+    const auto dash = std::from_chars(line.data(), line.data() + line.size(), begin, 16).ptr;
+    const auto space = std::from_chars(dash + 1, line.data() + line.size(), end, 16).ptr;
+    if (!std::string_view(space, 3).starts_with(" rw")) continue;
+    if (begin <= own && own < end) {
+      count += occurrencesBetween(memory.get(), begin, own);
+      begin = own + piece.size();
+    }
+    count += occurrencesBetween(memory.get(), begin, end);
   }
+  base::wipe(piece.data(), piece.size());
   return count;
 }
 

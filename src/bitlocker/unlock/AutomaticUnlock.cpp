@@ -1,7 +1,6 @@
 #include "bitlocker/unlock/AutomaticUnlock.h"
 
 #include "base/sleepFor.h"
-#include "bitlocker/unlock/UnlockAttempt.h"
 
 namespace halvercine::bitlocker {
 namespace {
@@ -29,11 +28,19 @@ void AutomaticUnlock::start() {
   look();
 }
 
+void AutomaticUnlock::stop() {
+  refreshed_.disconnect();
+  tasks_.cancelAll();
+  for (const auto& [bsdName, attempt] : underWay_) {
+    if (attempt) attempt->withdraw();
+  }
+}
+
 void AutomaticUnlock::look() {
   for (const auto& disk : context_.monitor.disks()) {
     const auto deviceId = context_.monitor.deviceId(disk.id);
     if (!isLocked(disk) || unremembered_.contains({disk.id, deviceId}) || isWaiting(disk)) continue;
-    underWay_.insert(disk.id);
+    underWay_.try_emplace(disk.id);
     tasks_.spawn("automatic unlock of " + disk.id, examine(disk, deviceId));
   }
 }
@@ -71,13 +78,14 @@ base::Task<void> AutomaticUnlock::tryToUnlock(disks::Disk disk,
                         "BitLocker automatic mount rejected (" + disk.name + "): unsafe volume");
       co_return tell(EventKind::rejected, disk, "");
     }
-    UnlockAttempt attempt(context_, disk, deviceId);
-    if (attempt.isSameDevice() &&
-        attempt.submit(remembered.method, remembered.credential.copy(), !now->mediaWritable)) {
+    auto& attempt = underWay_.at(disk.id);
+    attempt = std::make_unique<UnlockAttempt>(context_, disk, deviceId);
+    if (attempt->isSameDevice() &&
+        attempt->submit(remembered.method, remembered.credential.copy(), !now->mediaWritable)) {
       remembered.credential = {};
       const std::function<void()> nothing;
-      const auto result = co_await attempt.wait(nothing);
-      attempt.withdraw();
+      const auto result = co_await attempt->wait(nothing);
+      attempt->withdraw();
       const bool isUnlocked = result.end == UnlockResult::End::unlocked;
       co_return tell(isUnlocked ? EventKind::unlocked : EventKind::failed, disk, result.code);
     }

@@ -4,6 +4,8 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -16,6 +18,7 @@
 #include "base/spawn.h"
 #include "bitlocker/BitLockerMailbox.h"
 #include "bitlocker/unlock/BitLockerKeychain.h"
+#include "bitlocker/unlock/UnlockAttempt.h"
 #include "bitlocker/unlock/UnlockContext.h"
 #include "bitlocker/unlock/unlockResult.h"
 #include "disks/Disk.h"
@@ -25,7 +28,8 @@ namespace halvercine::bitlocker {
 /// Watches the monitor, and tries the remembered credential of each locked volume: once for each
 /// BSD name in a run, so that a credential that is not right any more is not tried again and again.
 /// It waits while a request for the volume is pending or another job runs on the disk, and keeps
-/// away from volumes that are not safe to mount. Main actor.
+/// away from volumes that are not safe to mount. Its end withdraws what it has requested. Main
+/// actor.
 class AutomaticUnlock {
  public:
   template <class Signature>
@@ -50,8 +54,15 @@ class AutomaticUnlock {
   /// `isUnsafe` tells whether a volume has to be checked, or finished, before it may be mounted.
   AutomaticUnlock(UnlockContext context, std::function<bool(const disks::Disk&)> isUnsafe);
 
+  ~AutomaticUnlock() { stop(); }
+  AutomaticUnlock(const AutomaticUnlock&) = delete;
+  AutomaticUnlock& operator=(const AutomaticUnlock&) = delete;
+
   /// Looks at the volumes that are there, and from now on at those that come.
   void start();
+
+  /// Withdraws the requests that wait, before it returns, and begins nothing any more.
+  void stop();
 
   Signal<void(const Event&)> happened;
 
@@ -71,7 +82,9 @@ class AutomaticUnlock {
   BitLockerKeychain keychain_;
   std::set<std::string> autoUnlockAttempted_;  // BSD names
   std::set<Device> unremembered_;              // of which the keychain has nothing
-  std::set<std::string> underWay_;             // BSD names
+  // By BSD name. Kept here since a cancelled task gives up what it holds only when the actor runs
+  // again, which at the end of the program it does not.
+  std::map<std::string, std::unique_ptr<UnlockAttempt>> underWay_;
   boost::signals2::scoped_connection refreshed_;
   base::TaskScope tasks_;
 };

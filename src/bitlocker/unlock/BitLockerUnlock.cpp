@@ -15,6 +15,7 @@ BitLockerUnlock::BitLockerUnlock(UnlockContext context, disks::Disk disk,
       submissionTask_(context_.actor, *context_.platform.systemLog),
       pollTask_(context_.actor, *context_.platform.systemLog) {
   state_.disk = std::move(disk);
+  state_.recoveryFaults = RecoveryEntry("").faults();
   refreshed_ = context_.monitor.refreshed.connect([this] { lookForReplug(); });
 }
 
@@ -27,23 +28,49 @@ void BitLockerUnlock::open() {
 base::Task<void> BitLockerUnlock::fill() {
   auto remembered = co_await keychain_.load(key());
   state_.isFilling = false;
-  // What the user has typed meanwhile stays.
-  if (!remembered || state_.busy || !state_.password.empty() || !state_.recovery.empty()) co_return;
-  if (remembered->method == unlock_method::password) {
-    state_.method = Method::password;
-    state_.password = std::move(remembered->credential);
-  } else if (remembered->method == unlock_method::recovery) {
-    state_.method = Method::recovery;
-    enterRecovery(remembered->credential.reveal());
-  } else {
-    co_return;
-  }
-  state_.rememberCredential = true;
+  if (remembered) state_.rememberCredential |= takeRemembered(std::move(*remembered));
   changed();
 }
 
+/// What the user has typed or chosen meanwhile stays.
+bool BitLockerUnlock::takeRemembered(BitLockerKeychain::Payload remembered) {
+  if (!isForm() || !state_.password.empty() || !state_.recovery.empty()) return false;
+  const bool isPassword = remembered.method == unlock_method::password;
+  if (!isPassword && remembered.method != unlock_method::recovery) return false;
+  const auto method = isPassword ? Method::password : Method::recovery;
+  if (isMethodChosen_ && state_.method != method) return false;
+  state_.method = method;
+  if (isPassword) {
+    state_.password = std::move(remembered.credential);
+  } else {
+    enterRecovery(remembered.credential.reveal());
+  }
+  return true;
+}
+
+void BitLockerUnlock::selectMethod(Method method) {
+  if (!isForm()) return;
+  state_.method = method;
+  isMethodChosen_ = true;
+}
+
+void BitLockerUnlock::enterPassword(base::Secret text) {
+  if (isForm()) state_.password = std::move(text);
+}
+
 void BitLockerUnlock::enterRecovery(std::string_view text) {
-  state_.recovery = RecoveryEntry(text).grouped();
+  if (!isForm()) return;
+  const RecoveryEntry entry(text);
+  state_.recovery = entry.grouped();
+  state_.recoveryFaults = entry.faults();
+}
+
+void BitLockerUnlock::setRememberCredential(bool remember) {
+  if (isForm()) state_.rememberCredential = remember;
+}
+
+void BitLockerUnlock::setMountReadOnly(bool readOnly) {
+  if (isForm()) state_.mountReadOnly = readOnly;
 }
 
 const base::Secret& BitLockerUnlock::credential() const {
@@ -52,7 +79,7 @@ const base::Secret& BitLockerUnlock::credential() const {
 
 void BitLockerUnlock::submit() {
   if (state_.busy || state_.isClosed || state_.awaitingReplug || key().empty()) return;
-  if (state_.method == Method::recovery && !RecoveryEntry(state_.recovery.reveal()).isValid()) {
+  if (state_.method == Method::recovery && !state_.recoveryFaults.empty()) {
     state_.errorText = "bitlocker.recovery.invalid";
     return changed();
   }
@@ -100,8 +127,11 @@ base::Task<void> BitLockerUnlock::waiting() {
 
 base::Task<void> BitLockerUnlock::succeed() {
   state_.isUnlocked = true;
-  if (const auto* disk = context_.monitor.find(state_.disk.id))
+  if (const auto* disk = context_.monitor.find(state_.disk.id)) {
     state_.disk.isMounted = disk->isMounted;
+    state_.disk.isWritable = disk->isWritable;
+    state_.disk.mountPath = disk->mountPath;
+  }
   if (state_.rememberCredential) {
     co_await keychain_.save(key(), std::string(methodName(state_.method)), credential().copy());
   } else {
@@ -110,7 +140,6 @@ base::Task<void> BitLockerUnlock::succeed() {
   state_.password = {};
   state_.recovery = {};
   co_await base::sleepFor(*context_.platform.clock, closingDelay);
-  endSubmission();
   close();
 }
 
@@ -147,6 +176,7 @@ void BitLockerUnlock::close() {
   pollTask_.cancelAll();
   if (attempt_) attempt_->withdraw();
   state_.busy = false;
+  state_.stageKey = {};
   state_.password = {};
   state_.recovery = {};
   changed();

@@ -7,11 +7,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <boost/signals2/connection.hpp>
 #include <boost/signals2/dummy_mutex.hpp>
 #include <boost/signals2/signal_type.hpp>
 
+#include "base/LocalizedText.h"
 #include "base/Secret.h"
 #include "base/spawn.h"
 #include "bitlocker/unlock/BitLockerKeychain.h"
@@ -22,8 +24,9 @@
 namespace halvercine::bitlocker {
 
 /// The dialog's model; a window and the command line drive it alike. The form can be filled and
-/// submitted; while a submission is under way, a second one is ignored. It closes itself after a
-/// success. Destroying it is closing it: the request is withdrawn. Main actor.
+/// submitted; while a submission is under way, it stays as it was submitted: a second one is
+/// ignored, and so are changes of the form. It closes itself after a success. Destroying it is
+/// closing it: the request is withdrawn. Main actor.
 class BitLockerUnlock {
  public:
   template <class Signature>
@@ -40,6 +43,7 @@ class BitLockerUnlock {
     Method method = Method::password;
     base::Secret password;
     base::Secret recovery;  ///< as the field shows it: groups of digits, joined by hyphens
+    std::vector<base::LocalizedText> recoveryFaults;  ///< what is wrong with what was entered there
     bool showPassword = false;
     bool rememberCredential = false;
     bool mountReadOnly = false;
@@ -67,13 +71,13 @@ class BitLockerUnlock {
   /// Fills the form with what is remembered of the volume, soon.
   void open();
 
-  void selectMethod(Method method) { state_.method = method; }
-  void enterPassword(base::Secret text) { state_.password = std::move(text); }
-  /// Any text: the digits are taken from it.
+  void selectMethod(Method method);
+  void enterPassword(base::Secret text);
+  /// Any text: the digits are taken from it, and its faults are kept.
   void enterRecovery(std::string_view text);
   void setShowPassword(bool show) { state_.showPassword = show; }
-  void setRememberCredential(bool remember) { state_.rememberCredential = remember; }
-  void setMountReadOnly(bool readOnly) { state_.mountReadOnly = readOnly; }
+  void setRememberCredential(bool remember);
+  void setMountReadOnly(bool readOnly);
 
   /// Hands the credential of the chosen method to the module. An invalid recovery password is
   /// refused with a message.
@@ -81,11 +85,13 @@ class BitLockerUnlock {
 
   void close();
 
-  /// The state has changed by itself.
+  /// The state has changed by itself. Slots may call anything here, but not destroy the model.
   Signal<void()> changed;
 
  private:
   std::string key() const { return state_.disk.bitLocker ? state_.disk.bitLocker->guid : ""; }
+  bool isForm() const { return !state_.busy && !state_.isClosed; }
+  bool takeRemembered(BitLockerKeychain::Payload remembered);
   const base::Secret& credential() const;
   base::Task<void> fill();
   base::Task<void> submission();
@@ -98,6 +104,7 @@ class BitLockerUnlock {
   const UnlockContext context_;
   BitLockerKeychain keychain_;
   State state_;
+  bool isMethodChosen_ = false;  // by the user
   std::optional<std::uint64_t> deviceId_;
   std::unique_ptr<UnlockAttempt> attempt_;
   boost::signals2::scoped_connection refreshed_;

@@ -39,6 +39,7 @@ bool RecoveryEntry::isValid() const {
 
 std::vector<std::size_t> RecoveryEntry::wrongGroups() const {
   std::vector<std::size_t> wrong;
+  if (hasOtherNumbers_) return wrong;  // where the groups begin cannot be told
   const auto digits = digits_.reveal().substr(0, std::min(size(), digitCount));
   for (std::size_t group = 0; (group + 1) * groupSize <= digits.size(); ++group) {
     if (valueOf(digits.substr(group * groupSize, groupSize)) % divisor != 0) {

@@ -35,7 +35,8 @@ class RecoveryEntry {
 
   std::size_t size() const { return digits_.reveal().size(); }
 
-  /// The groups that are complete and no multiple of 11, counted from 1.
+  /// The groups that are complete and no multiple of 11, counted from 1. None while
+  /// there are numbers that are no digits: they shift what follows.
   std::vector<std::size_t> wrongGroups() const;
 
  private:

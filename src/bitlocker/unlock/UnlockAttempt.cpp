@@ -80,6 +80,13 @@ bool UnlockAttempt::isAnswer(const Status& status) const {
   return status.requestID ? status.requestID == requestID_ : status.state == "unlocked";
 }
 
+/// An ejection is written into the record that is there, which need not be an answer; but the
+/// answer to somebody else's request says nothing about this one.
+bool UnlockAttempt::isEjection(const Status& status) const {
+  return status.guid == key() && status.ejected.value_or(false) &&
+         status.requestID.value_or(requestID_) == requestID_;
+}
+
 base::Task<UnlockResult> UnlockAttempt::wait(std::function<void()> accepted) {
   accepted_ = std::move(accepted);
   const auto wake = [this] {
@@ -116,8 +123,7 @@ std::optional<UnlockResult> UnlockAttempt::look() {
   if (auto result = lookAtDisk()) return result;
   const auto status = mailbox_.readStatus(key());
   if (!status || status->timestamp < submitTime_) return std::nullopt;
-  if (status->guid == key() && status->ejected.value_or(false))
-    return UnlockResult{End::ejected, ""};
+  if (isEjection(*status)) return UnlockResult{End::ejected, ""};
   if (!isAnswer(*status)) return std::nullopt;
   if (isFailure(status->state)) return failed(status->errorMessage.value_or(""));
   if (status->state != "unlocked") return std::nullopt;

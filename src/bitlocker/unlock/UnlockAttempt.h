@@ -60,6 +60,7 @@ class UnlockAttempt {
  private:
   const std::string& key() const { return disk_.bitLocker->guid; }
   bool isAnswer(const Status& status) const;
+  bool isEjection(const Status& status) const;
   std::optional<UnlockResult> look();
   std::optional<UnlockResult> lookAtDisk() const;
   void noteAcceptance();

@@ -36,7 +36,7 @@ std::string_view unlockMessageKey(std::string_view code) {
   for (const auto& row : rows) {
     if (row.code == code) return row.key;
   }
-  if (code.starts_with(unsupportedFileSystem)) {
+  if (code == unsupportedFileSystem || code.starts_with("unsupportedFileSystem:")) {
     // What stands behind the colon is the file system.
     return code.ends_with(":exfat") ? "bitlocker.error.unsupported.fs.exfat"
                                     : "bitlocker.error.unsupported.fs.fat";

@@ -5,7 +5,7 @@ namespace halvercine::platform::gnulinux {
 bool LinuxSecretStore::add(const std::string& service, const std::string& account,
                            std::string_view value) {
   if (files_.copyMatching(service, account, [](std::string_view) {})) return false;
-  if (keyring_.isAvailable()) return keyring_.add(service, account, value);
+  if (const auto isAdded = keyring_.addIfThere(service, account, value)) return *isAdded;
   return files_.add(service, account, value);
 }
 

@@ -1,6 +1,7 @@
 // Where secrets are on Linux: in the desktop's keyring, or in files where there is none.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -12,11 +13,14 @@
 namespace halvercine::platform::gnulinux {
 
 /// The keyring when there is one at that moment; a file only while there is none. What the user has
-/// refused to the keyring is not put into a file. An item is looked for, and deleted, in both.
+/// refused to the keyring, or a keyring has not taken in time, is not put into a file. An item is
+/// looked for, and deleted, in both.
 class LinuxSecretStore : public SecretStore {
  public:
-  explicit LinuxSecretStore(std::optional<std::filesystem::path> folder)
-      : files_(std::move(folder)) {}
+  /// `limit` is for the keyring's part of a call.
+  explicit LinuxSecretStore(std::optional<std::filesystem::path> folder,
+                            std::chrono::milliseconds limit = std::chrono::seconds(limitSeconds))
+      : keyring_(limit), files_(std::move(folder)) {}
 
   bool add(const std::string& service, const std::string& account, std::string_view value) override;
   bool copyMatching(const std::string& service, const std::string& account,

@@ -21,9 +21,11 @@ bool SecretServiceLibrary::load() {
          find(setExitOnClose, "g_dbus_connection_set_exit_on_close") &&
          find(makeCancellable, "g_cancellable_new") && find(cancel, "g_cancellable_cancel") &&
          find(releaseObject, "g_object_unref") && find(freeError, "g_error_free") &&
-         find(makeTable, "g_hash_table_new") && find(insert, "g_hash_table_insert") &&
-         find(releaseTable, "g_hash_table_unref") && find(hashText, "g_str_hash") &&
-         find(equalTexts, "g_str_equal") && find(freeList, "g_list_free");
+         find(errorMatches, "g_error_matches") && find(ioErrors, "g_io_error_quark") &&
+         find(busErrors, "g_dbus_error_quark") && find(makeTable, "g_hash_table_new") &&
+         find(insert, "g_hash_table_insert") && find(releaseTable, "g_hash_table_unref") &&
+         find(hashText, "g_str_hash") && find(equalTexts, "g_str_equal") &&
+         find(freeList, "g_list_free");
 }
 
 }  // namespace halvercine::platform::gnulinux

@@ -28,6 +28,9 @@ class SecretServiceLibrary {
   decltype(&g_cancellable_cancel) cancel{};
   decltype(&g_object_unref) releaseObject{};
   decltype(&g_error_free) freeError{};
+  decltype(&g_error_matches) errorMatches{};
+  decltype(&g_io_error_quark) ioErrors{};
+  decltype(&g_dbus_error_quark) busErrors{};
   decltype(&g_hash_table_new) makeTable{};
   decltype(&g_hash_table_insert) insert{};
   decltype(&g_hash_table_unref) releaseTable{};

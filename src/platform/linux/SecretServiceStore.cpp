@@ -9,8 +9,6 @@
 namespace halvercine::platform::gnulinux {
 namespace {
 
-constexpr std::chrono::seconds limit{SecretStore::limitSeconds};
-
 /// How items are told from those of other programs; the keyring shows the texts to the user.
 const SecretSchema schema = {"com.halvercine.GenericPassword",
                              SECRET_SCHEMA_NONE,
@@ -31,8 +29,10 @@ const SecretSchema schema = {"com.halvercine.GenericPassword",
 /// One exchange with the service: alone, and cancelled when it takes too long.
 class SecretServiceStore::Call {
  public:
-  explicit Call(std::timed_mutex& mutex)
-      : lock_(mutex, limit), library_(lock_ ? SecretServiceLibrary::get() : nullptr) {
+  Call(std::timed_mutex& mutex, std::chrono::milliseconds limit)
+      : deadline_(std::chrono::steady_clock::now() + limit),
+        lock_(mutex, deadline_),
+        library_(lock_ ? SecretServiceLibrary::get() : nullptr) {
     if (!library_) return;
     cancellable_ = library_->makeCancellable();
     watchdog_ = std::jthread([this](const std::stop_token& stop) { watch(stop); });
@@ -56,6 +56,16 @@ class SecretServiceStore::Call {
   Call& operator=(const Call&) = delete;
 
   bool reachesService() const { return service_ != nullptr; }
+
+  /// Whether there is none. A service that keeps silent, for us or for the bus, is there.
+  bool findsNoService() const {
+    if (!lock_ || service_) return false;
+    return !library_ || !(isError(library_->ioErrors(), G_IO_ERROR_CANCELLED) ||
+                          isError(library_->ioErrors(), G_IO_ERROR_TIMED_OUT) ||
+                          isError(library_->busErrors(), G_DBUS_ERROR_NO_REPLY) ||
+                          isError(library_->busErrors(), G_DBUS_ERROR_TIMEOUT) ||
+                          isError(library_->busErrors(), G_DBUS_ERROR_TIMED_OUT));
+  }
 
   bool store(GHashTable* attributes, const std::string& label, std::string_view value) {
     // The library keeps values in memory that is locked and wiped.
@@ -88,6 +98,10 @@ class SecretServiceStore::Call {
   const SecretServiceLibrary& library() const { return *library_; }
 
  private:
+  bool isError(GQuark domain, int code) const {
+    return error_ && library_->errorMatches(error_, domain, code) == TRUE;
+  }
+
   bool handOver(SecretItem* item, const std::function<void(std::string_view)>& take) const {
     auto* const value = library_->itemSecret(item);
     if (!value) return false;
@@ -102,11 +116,12 @@ class SecretServiceStore::Call {
     std::mutex mutex;
     std::unique_lock lock(mutex);
     std::condition_variable_any ended;
-    if (!ended.wait_for(lock, stop, limit, [] { return false; }) && !stop.stop_requested()) {
+    if (!ended.wait_until(lock, stop, deadline_, [] { return false; }) && !stop.stop_requested()) {
       library_->cancel(cancellable_);
     }
   }
 
+  const std::chrono::steady_clock::time_point deadline_;
   std::unique_lock<std::timed_mutex> lock_;
   const SecretServiceLibrary* library_;
   GCancellable* cancellable_ = nullptr;
@@ -143,14 +158,19 @@ class Attributes {
 
 }  // namespace
 
-SecretServiceStore::SecretServiceStore() = default;
+SecretServiceStore::SecretServiceStore(std::chrono::milliseconds limit) : limit_(limit) {}
 SecretServiceStore::~SecretServiceStore() = default;
-
-bool SecretServiceStore::isAvailable() { return Call(mutex_).reachesService(); }
 
 bool SecretServiceStore::add(const std::string& service, const std::string& account,
                              std::string_view value) {
-  Call call(mutex_);
+  return addIfThere(service, account, value).value_or(false);
+}
+
+std::optional<bool> SecretServiceStore::addIfThere(const std::string& service,
+                                                   const std::string& account,
+                                                   std::string_view value) {
+  Call call(mutex_, limit_);
+  if (call.findsNoService()) return std::nullopt;
   if (!call.reachesService()) return false;
   const Attributes attributes(call.library(), service, &account);
   if (call.search(attributes.get(), nullptr)) return false;
@@ -159,7 +179,7 @@ bool SecretServiceStore::add(const std::string& service, const std::string& acco
 
 bool SecretServiceStore::copyMatching(const std::string& service, const std::string& account,
                                       const std::function<void(std::string_view value)>& take) {
-  Call call(mutex_);
+  Call call(mutex_, limit_);
   if (!call.reachesService()) return false;
   const Attributes attributes(call.library(), service, &account);
   return call.search(attributes.get(), take);
@@ -173,7 +193,7 @@ bool SecretServiceStore::removeAll(const std::string& service) { return clear(se
 
 bool SecretServiceStore::clear(const std::string& service,
                                const std::optional<std::string>& account) {
-  Call call(mutex_);
+  Call call(mutex_, limit_);
   if (!call.reachesService()) return false;
   const Attributes attributes(call.library(), service, account ? &*account : nullptr);
   return call.clear(attributes.get());

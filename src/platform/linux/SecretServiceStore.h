@@ -1,6 +1,7 @@
 // The keyring of the desktop, through the Secret Service of the session bus.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -16,11 +17,13 @@ namespace halvercine::platform::gnulinux {
 /// unlock the keyring.
 class SecretServiceStore : public SecretStore {
  public:
-  SecretServiceStore();
+  /// `limit` is for a whole call.
+  explicit SecretServiceStore(std::chrono::milliseconds limit = std::chrono::seconds(limitSeconds));
   ~SecretServiceStore() override;
 
-  /// Whether there is a service to talk to. Like every other call, not for the main actor.
-  bool isAvailable();
+  /// `add`; nothing when there is no service. One that does not answer in time is there.
+  std::optional<bool> addIfThere(const std::string& service, const std::string& account,
+                                 std::string_view value);
 
   bool add(const std::string& service, const std::string& account, std::string_view value) override;
   bool copyMatching(const std::string& service, const std::string& account,
@@ -33,6 +36,7 @@ class SecretServiceStore : public SecretStore {
 
   bool clear(const std::string& service, const std::optional<std::string>& account);
 
+  const std::chrono::milliseconds limit_;
   std::timed_mutex mutex_;  // one call at a time: the library keeps one connection for all
 };
 

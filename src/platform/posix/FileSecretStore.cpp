@@ -68,10 +68,9 @@ bool FileSecretStore::copyMatching(const std::string& service, const std::string
                                    const std::function<void(std::string_view value)>& take) {
   const auto file = fileOf(service, account);
   if (!file) return false;
-  auto text = base::readRegularFile(*file, valueLimit);
-  if (!text) return false;
-  const auto value = base::Secret::takenFrom(*text);
-  take(value.reveal());
+  const auto value = base::readSecretFile(*file, valueLimit);
+  if (!value) return false;
+  take(value->reveal());
   return true;
 }
 

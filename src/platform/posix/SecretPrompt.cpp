@@ -195,19 +195,22 @@ std::expected<base::Secret, int> SecretPrompt::ask(
   return line.release();
 }
 
-base::Secret readSecretLine() {
+std::optional<base::Secret> readSecretLine() {
   std::string line;
-  line.reserve(lineLimit);
+  line.reserve(lineLimit + 1);  // with the carriage return that some systems end lines with
   char byte = 0;
-  while (line.size() < lineLimit) {
+  bool isWhole = false;
+  while (!isWhole && line.size() <= lineLimit) {
     const auto got = ::read(STDIN_FILENO, &byte, 1);
     if (got < 0 && errno == EINTR) continue;
-    if (got != 1 || byte == '\n') break;
-    line += byte;
+    isWhole = got != 1 || byte == '\n';
+    if (!isWhole) line += byte;
   }
   byte = 0;
   if (line.ends_with('\r')) line.pop_back();
-  return base::Secret::takenFrom(line);
+  auto secret = base::Secret::takenFrom(line);
+  if (!isWhole) return std::nullopt;
+  return secret;
 }
 
 void keepOutOfCoreFiles() {

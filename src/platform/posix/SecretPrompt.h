@@ -4,6 +4,7 @@
 #include <expected>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -38,8 +39,9 @@ class SecretPrompt {
   std::unique_ptr<QuietTerminal> terminal_;
 };
 
-/// The first line of standard input, without its end; of at most 64 KiB. Blocks.
-base::Secret readSecretLine();
+/// The first line of standard input, without its end; nothing when it is longer than 64 KiB.
+/// Blocks.
+std::optional<base::Secret> readSecretLine();
 
 /// From now on the memory of this process goes into no core file, and other processes of the user
 /// cannot look into it.

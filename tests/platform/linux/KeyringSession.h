@@ -17,11 +17,15 @@ class KeyringSession {
   KeyringSession(const KeyringSession&) = delete;
   KeyringSession& operator=(const KeyringSession&) = delete;
 
+  /// Lets the keyring hang, or go on.
+  void setHanging(bool hangs) const;
+
   /// Why there is none on this computer; empty when there is.
   const std::string& whyUnavailable() const { return whyUnavailable_; }
 
  private:
   KeyringSession();
+  void giveUp(const std::string& why);
 
   TemporaryFolder folder_;
   pid_t bus_ = -1;

@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxSecretStore.h"
 
+#include <chrono>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -56,6 +57,12 @@ TEST(LinuxSecretStoreTest, TheKeyringIsTakenAndFilesOnlyWithoutOne) {
   EXPECT_TRUE(
       keyring.copyMatching("a", "x", [](std::string_view value) { EXPECT_EQ(value, "secret"); }));
   EXPECT_TRUE(store.remove("a", "x"));
+
+  session.setHanging(true);
+  constexpr std::chrono::milliseconds impatient{20};
+  EXPECT_FALSE(LinuxSecretStore(folder.path(), impatient).add("a", "z", "secret"));
+  session.setHanging(false);
+  EXPECT_FALSE(hasFiles(folder)) << "a keyring that hangs is a keyring";
 
   // What was kept in a file before there was a keyring is found, and forgotten, too.
   platform::posix::FileSecretStore(folder.path()).add("a", "y", "older");

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include "speedtest/SpeedProfile.h"

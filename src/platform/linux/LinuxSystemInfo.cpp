@@ -61,10 +61,10 @@ std::optional<WallTime> LinuxSystemInfo::bootTime() {
 }
 
 bool LinuxSystemInfo::onBattery() {
-  const auto supplies = sysfs_ + "/class/power_supply";
+  const auto supplies = sysfs_ + "/class/power_supply/";
   bool discharges = false;
   for (const auto& name : namesIn(supplies)) {
-    const auto supply = supplies + '/' + name;
+    const auto supply = supplies + name;
     const auto type = readAttribute(supply, "type");
     if (type == "Battery") {
       // A mouse has a battery too.
@@ -79,10 +79,10 @@ bool LinuxSystemInfo::onBattery() {
 
 std::optional<ThermalState> LinuxSystemInfo::thermalState() {
   std::optional<ThermalState> worst;
-  const auto zones = sysfs_ + "/class/thermal";
+  const auto zones = sysfs_ + "/class/thermal/";
   for (const auto& name : namesIn(zones)) {
     if (!name.starts_with("thermal_zone")) continue;
-    worst = std::max(worst, zoneState(zones + '/' + name));  // nothing is less than any state
+    worst = std::max(worst, zoneState(zones + name));  // nothing is less than any state
   }
   return worst;
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <sys/stat.h>
 
+#include <boost/signals2/connection.hpp>
 #include <gtest/gtest.h>
 
 #include "bitlocker/UnlockFixture.h"
@@ -105,7 +106,8 @@ TEST_F(BitLockerUnlockTest, FillsTheFormWithWhatIsRememberedUnlessSomethingWasTy
   EXPECT_FALSE(state().rememberCredential);
   auto& unknown = dialog("disk4s1", "");
   bool isTold = false;
-  unknown.changed.connect([&] { isTold = !unknown.state().isFilling; });
+  const boost::signals2::scoped_connection hears =
+      unknown.changed.connect([&] { isTold = !unknown.state().isFilling; });
   unknown.open();
   pass(0.1);
   EXPECT_TRUE(isTold) << "also when nothing is remembered";

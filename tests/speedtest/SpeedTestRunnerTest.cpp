@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <future>
+#include <new>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -241,7 +242,7 @@ class HookedFiles : public platform::UncachedFiles {
 
   std::function<void()> created;  ///< on the background thread, with the file there
   std::function<std::size_t(std::uint64_t offset, std::size_t size)> written;  ///< bytes taken
-  std::optional<std::size_t> alignment;
+  bool isMemoryShort = false;  ///< once the file is there
   int flushes = 0;
 
  private:
@@ -262,7 +263,8 @@ class HookedFiles : public platform::UncachedFiles {
     }
     bool isUncached() const override { return file_->isUncached(); }
     std::size_t bufferAlignment() const override {
-      return files_.alignment.value_or(file_->bufferAlignment());
+      if (files_.isMemoryShort) throw std::bad_alloc();
+      return file_->bufferAlignment();
     }
     int remove() override { return file_->remove(); }
 
@@ -311,7 +313,7 @@ TEST(SpeedTestRunnerTest, AFileThatIsMadeWhileTheRunIsAbandonedIsDeleted) {
 
 TEST(SpeedTestRunnerTest, WithoutMemoryForTheBuffersTheFileGoes) {
   HookedBench bench;
-  bench.files->alignment = 3 << 16U;  // no power of two: refused like memory that is not there
+  bench.files->isMemoryShort = true;
   bench.run();
   EXPECT_EQ(bench.runner.failure(), SpeedTestFailure::generic());
   EXPECT_TRUE(bench.isClean());

@@ -95,7 +95,7 @@ class SecretServiceStore::Call {
     return library_->clear(service_, &schema, attributes, cancellable_, &error_) == TRUE;
   }
 
-  const SecretServiceLibrary& library() const { return *library_; }
+  const SecretServiceLibrary& libsecret() const { return *library_; }
 
  private:
   bool isError(GQuark domain, int code) const {
@@ -172,7 +172,7 @@ std::optional<bool> SecretServiceStore::addIfThere(const std::string& service,
   Call call(mutex_, limit_);
   if (call.findsNoService()) return std::nullopt;
   if (!call.reachesService()) return false;
-  const Attributes attributes(call.library(), service, &account);
+  const Attributes attributes(call.libsecret(), service, &account);
   if (call.search(attributes.get(), nullptr)) return false;
   return call.store(attributes.get(), service + " " + account, value);
 }
@@ -181,7 +181,7 @@ bool SecretServiceStore::copyMatching(const std::string& service, const std::str
                                       const std::function<void(std::string_view value)>& take) {
   Call call(mutex_, limit_);
   if (!call.reachesService()) return false;
-  const Attributes attributes(call.library(), service, &account);
+  const Attributes attributes(call.libsecret(), service, &account);
   return call.search(attributes.get(), take);
 }
 
@@ -195,7 +195,7 @@ bool SecretServiceStore::clear(const std::string& service,
                                const std::optional<std::string>& account) {
   Call call(mutex_, limit_);
   if (!call.reachesService()) return false;
-  const Attributes attributes(call.library(), service, account ? &*account : nullptr);
+  const Attributes attributes(call.libsecret(), service, account ? &*account : nullptr);
   return call.clear(attributes.get());
 }
 

@@ -1,6 +1,5 @@
 #include "platform/macos/MacApplicationBundle.h"
 
-#include "platform/macos/applicationBundle.h"
 #include "platform/macos/systemText.h"
 #include "platform/posix/inspectFile.h"
 
@@ -8,7 +7,7 @@ namespace halvercine::platform::macos {
 
 std::optional<std::filesystem::path> MacApplicationBundle::path() {
   @autoreleasepool {
-    NSBundle* const bundle = applicationBundle();
+    NSBundle* const bundle = NSBundle.mainBundle;
     if (bundle.bundleIdentifier == nil) return std::nullopt;  // a folder, and no bundle
     std::error_code error;
     auto path = std::filesystem::canonical(bundle.bundleURL.fileSystemRepresentation, error);
@@ -21,7 +20,7 @@ std::optional<std::string> MacApplicationBundle::info(std::string_view key) {
   const auto name = systemText(key);
   if (!name) return std::nullopt;
   @autoreleasepool {
-    const id value = applicationBundle().infoDictionary[(__bridge NSString*)name.get()];
+    const id value = NSBundle.mainBundle.infoDictionary[(__bridge NSString*)name.get()];
     if (![value isKindOfClass:NSString.class]) return std::nullopt;
     return utf8Text((__bridge CFStringRef)value);
   }

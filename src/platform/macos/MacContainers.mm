@@ -3,7 +3,6 @@
 #import <Foundation/Foundation.h>
 
 #include "base/PrivateFiles.h"
-#include "platform/macos/applicationBundle.h"
 
 namespace halvercine::platform::macos {
 namespace {
@@ -56,7 +55,7 @@ std::optional<std::filesystem::path> MacContainers::bundleResource(const std::st
   @autoreleasepool {
     NSString* const file = [NSString stringWithUTF8String:name.c_str()];
     if (file == nil) return std::nullopt;
-    auto resource = pathOf([applicationBundle() URLForResource:file withExtension:nil]);
+    auto resource = pathOf([NSBundle.mainBundle URLForResource:file withExtension:nil]);
     std::error_code error;
     if (!resource || !std::filesystem::is_regular_file(*resource, error)) return std::nullopt;
     return resource;

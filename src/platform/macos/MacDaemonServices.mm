@@ -1,5 +1,8 @@
 #include "platform/macos/MacDaemonServices.h"
 
+#include <atomic>
+#include <cstdint>
+#include <memory>
 #include <utility>
 
 #import <Foundation/Foundation.h>
@@ -27,10 +30,21 @@ class Service : public DaemonService {
       : service_(service),
         queue_(dispatch_queue_create("com.halvercine.app.daemon", DISPATCH_QUEUE_SERIAL)) {}
 
+  /// A status of none of the system's when it does not answer in time.
   DaemonStatus status() override {
-    @autoreleasepool {
-      return static_cast<DaemonStatus>(service_.status);
-    }
+    constexpr std::int64_t patience = 2 * std::int64_t{NSEC_PER_SEC};
+    constexpr auto unknown = DaemonStatus{-1};
+    const auto answer = std::make_shared<std::atomic<DaemonStatus>>(unknown);
+    const dispatch_semaphore_t answered = dispatch_semaphore_create(0);
+    SMAppService* const service = service_;
+    dispatch_async(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0), ^{
+      @autoreleasepool {
+        *answer = static_cast<DaemonStatus>(service.status);
+      }
+      dispatch_semaphore_signal(answered);
+    });
+    dispatch_semaphore_wait(answered, dispatch_time(DISPATCH_TIME_NOW, patience));
+    return *answer;
   }
 
   void registerDaemon(DaemonStepEnd ended) override {

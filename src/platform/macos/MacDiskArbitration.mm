@@ -52,7 +52,7 @@ class Reporter {
     DAUnregisterCallback(session_.get(), reinterpret_cast<void*>(&disappeared), context_.pointer());
     DAUnregisterCallback(session_.get(), reinterpret_cast<void*>(&descriptionChanged),
                          context_.pointer());
-    DASessionUnscheduleFromRunLoop(session_.get(), CFRunLoopGetMain(), kCFRunLoopCommonModes);
+    DASessionUnscheduleFromRunLoop(session_.get(), CFRunLoopGetMain(), kCFRunLoopDefaultMode);
   }
 
   /// No filter of disks and none of keys.
@@ -61,7 +61,7 @@ class Reporter {
     DARegisterDiskDisappearedCallback(session_.get(), nullptr, &disappeared, context_.pointer());
     DARegisterDiskDescriptionChangedCallback(session_.get(), nullptr, nullptr, &descriptionChanged,
                                              context_.pointer());
-    DASessionScheduleWithRunLoop(session_.get(), CFRunLoopGetMain(), kCFRunLoopCommonModes);
+    DASessionScheduleWithRunLoop(session_.get(), CFRunLoopGetMain(), kCFRunLoopDefaultMode);
   }
 
  private:

@@ -1,7 +1,9 @@
 // Mounted file systems by statfs and the volume's resource values.
 #pragma once
 
+#include <cstdint>
 #include <optional>
+#include <string>
 #include <sys/mount.h>
 
 #include "platform/FileSystems.h"
@@ -17,7 +19,10 @@ class MacFileSystems : public FileSystems {
 
  private:
   posix::BoundedCalls<std::optional<struct statfs>> statistics_;
-  posix::BoundedCalls<VolumeResourceValues> resourceValues_;
+  // Apart: the capacity for important use can take long.
+  posix::BoundedCalls<std::optional<std::int64_t>> importantUsageCapacity_;
+  posix::BoundedCalls<std::optional<std::int64_t>> capacity_;
+  posix::BoundedCalls<std::optional<std::string>> name_;
 };
 
 }  // namespace halvercine::platform::macos

@@ -40,21 +40,30 @@ Value* resourceValue(NSURL* url, NSURLResourceKey key) {
   return [value isKindOfClass:[Value class]] ? value : nil;
 }
 
-std::optional<std::int64_t> integerValue(NSURL* url, NSURLResourceKey key) {
-  NSNumber* const number = resourceValue<NSNumber>(url, key);
-  if (number == nil) return std::nullopt;
-  return number.longLongValue;
+NSURL* urlOf(const std::string& path) {
+  return [NSURL fileURLWithFileSystemRepresentation:path.c_str() isDirectory:YES relativeToURL:nil];
 }
 
-VolumeResourceValues valuesOf(const std::string& path) {
+std::optional<std::int64_t> integerValue(const std::string& path, NSURLResourceKey key) {
   @autoreleasepool {
-    NSURL* const url = [NSURL fileURLWithFileSystemRepresentation:path.c_str()
-                                                      isDirectory:YES
-                                                    relativeToURL:nil];
-    NSString* const name = resourceValue<NSString>(url, NSURLVolumeNameKey);
-    return {integerValue(url, NSURLVolumeAvailableCapacityForImportantUsageKey),
-            integerValue(url, NSURLVolumeAvailableCapacityKey),
-            utf8Text((__bridge CFStringRef)name)};
+    NSNumber* const number = resourceValue<NSNumber>(urlOf(path), key);
+    if (number == nil) return std::nullopt;
+    return number.longLongValue;
+  }
+}
+
+std::optional<std::int64_t> importantUsageCapacityOf(const std::string& path) {
+  return integerValue(path, NSURLVolumeAvailableCapacityForImportantUsageKey);
+}
+
+std::optional<std::int64_t> capacityOf(const std::string& path) {
+  return integerValue(path, NSURLVolumeAvailableCapacityKey);
+}
+
+std::optional<std::string> nameOf(const std::string& path) {
+  @autoreleasepool {
+    NSString* const name = resourceValue<NSString>(urlOf(path), NSURLVolumeNameKey);
+    return utf8Text((__bridge CFStringRef)name);
   }
 }
 
@@ -75,7 +84,11 @@ std::optional<FileSystemStatistics> MacFileSystems::statistics(const std::string
 }
 
 VolumeResourceValues MacFileSystems::resourceValues(const std::string& path) {
-  return resourceValues_(path, valuesOf).value_or(VolumeResourceValues{});
+  const auto importantUsage = importantUsageCapacity_(path, importantUsageCapacityOf);
+  const auto capacity = capacity_(path, capacityOf);
+  const auto name = name_(path, nameOf);
+  return {importantUsage.value_or(std::nullopt), capacity.value_or(std::nullopt),
+          name.value_or(std::nullopt)};
 }
 
 }  // namespace halvercine::platform::macos

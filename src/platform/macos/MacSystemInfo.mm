@@ -47,10 +47,12 @@ std::optional<SystemVersion> MacSystemInfo::macOSVersion() {
 }
 
 bool MacSystemInfo::onBattery() {
-  const auto sources = ScopedCF<CFTypeRef>::adopt(IOPSCopyPowerSourcesInfo());
-  if (!sources) return false;
-  const auto type = ScopedCF<CFStringRef>::retain(IOPSGetProvidingPowerSourceType(sources.get()));
-  return type && CFEqual(type.get(), CFSTR(kIOPMBatteryPowerKey));
+  @autoreleasepool {
+    const auto sources = ScopedCF<CFTypeRef>::adopt(IOPSCopyPowerSourcesInfo());
+    if (!sources) return false;
+    const auto type = ScopedCF<CFStringRef>::retain(IOPSGetProvidingPowerSourceType(sources.get()));
+    return type && CFEqual(type.get(), CFSTR(kIOPMBatteryPowerKey));
+  }
 }
 
 std::optional<ThermalState> MacSystemInfo::thermalState() {

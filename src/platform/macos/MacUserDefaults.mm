@@ -35,21 +35,27 @@ bool change(CFStringRef key, CFPropertyListRef value) {
 }  // namespace
 
 std::optional<PropertyValue> MacUserDefaults::value(std::string_view key) {
-  const auto name = systemText(key);
-  if (!name) return std::nullopt;
-  synchronize();
-  return propertyValue(stored(name.get()).get());
+  @autoreleasepool {
+    const auto name = systemText(key);
+    if (!name) return std::nullopt;
+    synchronize();
+    return propertyValue(stored(name.get()).get());
+  }
 }
 
 bool MacUserDefaults::setValue(std::string_view key, const PropertyValue& value) {
-  const auto name = systemText(key);
-  const auto object = systemValue(value);
-  return name && object && change(name.get(), object.get());
+  @autoreleasepool {
+    const auto name = systemText(key);
+    const auto object = systemValue(value);
+    return name && object && change(name.get(), object.get());
+  }
 }
 
 bool MacUserDefaults::remove(std::string_view key) {
-  const auto name = systemText(key);
-  return !name || change(name.get(), nullptr);
+  @autoreleasepool {
+    const auto name = systemText(key);
+    return !name || change(name.get(), nullptr);
+  }
 }
 
 }  // namespace halvercine::platform::macos

@@ -62,7 +62,11 @@ class Connection : public HelperConnection {
     }
   }
 
-  void invalidate() override { [connection_ invalidate]; }
+  void invalidate() override {
+    @autoreleasepool {
+      [connection_ invalidate];
+    }
+  }
 
  private:
   NSXPCConnection* const connection_;

@@ -12,7 +12,6 @@
 
 #include "platform/macos/CallbackGate.h"
 #include "platform/macos/ScopedRef.h"
-#include "platform/macos/bundleFolder.h"
 
 namespace halvercine::platform::macos {
 namespace {
@@ -135,19 +134,6 @@ TEST(CallbackGate, ClosingWaitsForTheCallUnderWay) {
   EXPECT_TRUE(hasEnded);
   system.join();
   releaser.join();
-}
-
-TEST(BundleFolder, IsFoundFromTheProgramInside) {
-  const std::map<std::string, std::string> cases = {
-      {"/Applications/Halvercine.app/Contents/MacOS/halvercine", "/Applications/Halvercine.app"},
-      {"/Applications/Halvercine.app/Contents/Helpers/halvercine", ""},
-      {"/Applications/Other/Contents/MacOS/halvercine", ""},
-      {"/usr/local/bin/halvercine", ""},
-      {"halvercine", ""},
-  };
-  for (const auto& [program, bundle] : cases) {
-    EXPECT_EQ(bundleFolder(program).value_or(""), bundle) << program;
-  }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "app/Lifetime.h"
 
 #include <chrono>
+#include <csignal>
 
 #include "app/Terminal.h"
 
@@ -8,11 +9,14 @@ namespace halvercine::app {
 
 Lifetime::Lifetime(const CommandContext& context, Machine& machine)
     : machine_(machine),
-      signals_(machine.actor(),
-               [this](int) {
-                 ++interruptions_;
-                 end(ExitStatus::interrupted);
-               }),
+      signals_(
+          machine.actor(),
+          [this](int signal) {
+            ++interruptions_;
+            end(signal == SIGHUP ? ExitStatus::hungUp : ExitStatus::interrupted);
+          },
+          platform::posix::TerminationSignals::Hangup::taken,
+          platform::posix::TerminationSignals::Quit::taken),
       abandonment_(*context.platform.clock) {
   auto& clock = *context.platform.clock;
   if (context.options.seconds) {

@@ -1,3 +1,4 @@
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -71,7 +72,9 @@ Task<Answer> status(const CommandContext& context, HelperRegistration& registrat
   co_return Answer{exitStatus, text, ""};
 }
 
-Task<Answer> install(const CommandContext& context, HelperRegistration& registration) {
+/// `reason` is why nothing was installed, if that has failed.
+Task<Answer> install(const CommandContext& context, HelperRegistration& registration,
+                     std::optional<std::string>& reason) {
   const auto outcome =
       co_await helper::installWithOneClick(context.platform, context.text("ui.helper.prompt"));
   if (std::holds_alternative<helper::InstallCancelled>(outcome)) {
@@ -79,16 +82,22 @@ Task<Answer> install(const CommandContext& context, HelperRegistration& registra
                       context.text("ui.helper.install.cancelled"));
   }
   if (const auto* failed = std::get_if<helper::InstallFailed>(&outcome)) {
-    const auto registered = co_await registration.fallBack();
-    const std::vector<std::string> reason(1, failed->reason.in(context.localization));
-    co_return failure(
-        context.options, ExitStatus::failed, "helper-install-failed",
-        context.text("ui.helper.install.failed", reason) + '\n' + lines(context, registered),
-        helperJson(context, registered));
+    reason = failed->reason.in(context.localization);
+    co_return Answer{};
   }
   auto now = co_await registration.look();
   now.notices.push_back({.key = "ui.helper.install.done"});
   co_return conclude(context, now);
+}
+
+Task<Answer> fallBack(const CommandContext& context, HelperRegistration& registration,
+                      std::string reason) {
+  const auto registered = co_await registration.fallBack();
+  const std::vector<std::string> arguments(1, std::move(reason));
+  co_return failure(
+      context.options, ExitStatus::failed, "helper-install-failed",
+      context.text("ui.helper.install.failed", arguments) + '\n' + lines(context, registered),
+      helperJson(context, registered));
 }
 
 Task<Answer> unregister(const CommandContext& context, HelperRegistration& registration) {
@@ -122,7 +131,8 @@ Task<Answer> concludeAfter(const CommandContext& context, Task<HelperOutcome> st
   co_return conclude(context, outcome);
 }
 
-Task<Answer> perform(const CommandContext& context, HelperRegistration& registration) {
+Task<Answer> perform(const CommandContext& context, HelperRegistration& registration,
+                     std::optional<std::string>& notInstalled) {
   switch (context.options.helperAction) {
     case HelperAction::status:
       break;
@@ -131,7 +141,7 @@ Task<Answer> perform(const CommandContext& context, HelperRegistration& registra
     case HelperAction::repair:
       return concludeAfter(context, registration.repair());
     case HelperAction::install:
-      return install(context, registration);
+      return install(context, registration, notInstalled);
     case HelperAction::unregister:
       return unregister(context, registration);
   }
@@ -159,7 +169,12 @@ Answer helperCommand(const CommandContext& context, Machine& machine) {
   const bool changesRegistration =
       action != HelperAction::status && action != HelperAction::install;
   const auto interruption = changesRegistration ? Interruption::waits : Interruption::cancels;
-  return runToAnswer(context, machine, interruption, perform(context, registration));
+  std::optional<std::string> notInstalled;
+  auto answer =
+      runToAnswer(context, machine, interruption, perform(context, registration, notInstalled));
+  if (!notInstalled) return answer;
+  return runToAnswer(context, machine, Interruption::waits,
+                     fallBack(context, registration, std::move(*notInstalled)));
 }
 
 }  // namespace halvercine::app

@@ -1,7 +1,9 @@
 #include "app/readCredential.h"
 
 #include <csignal>
+#include <functional>
 #include <string>
+#include <system_error>
 
 #include <boost/json/array.hpp>
 
@@ -33,6 +35,13 @@ std::string recoveryHint(const CommandContext& context, std::string_view text) {
   return inOneLine(context, entry.faults());
 }
 
+/// The prompt with the hint, or what a row of so many columns holds of the hint.
+std::string inOneRow(const std::string& prompt, const std::string& hint, std::size_t columns) {
+  if (columns == 0 || base::displayWidth(prompt + hint) < columns) return prompt + hint;
+  const auto first = base::wrapped(hint, columns - 1).front();
+  return base::displayWidth(first) < columns ? std::string(first) : std::string();
+}
+
 Answer interrupted(const CommandContext& context, int signal) {
   return failure(context.options, signal == SIGHUP ? ExitStatus::hungUp : ExitStatus::interrupted,
                  "interrupted", context.text("ui.interrupt.done"));
@@ -49,17 +58,24 @@ Answer invalidRecovery(const CommandContext& context, const RecoveryEntry& entry
 
 std::expected<base::Secret, Answer> ask(const CommandContext& context, const DiskView& view) {
   const bool isRecovery = context.options.recovery;
-  const bool canRedraw = Terminal::forErrors(context.options.noColor).redraws();
+  const auto terminal = Terminal::forErrors(context.options.noColor);
   const auto prompt = context.text(isRecovery ? "ui.unlock.ask.recovery" : "ui.unlock.ask.password",
                                    {base::displayText(view.disk.name)}) +
                       ' ';
-  const auto hint = [&](std::string_view text) {
-    return isRecovery ? recoveryHint(context, text) : std::string();
-  };
-  if (isRecovery) writeDiagnostic(context.text("bitlocker.recovery.help"));
-  platform::posix::SecretPrompt terminal;
+  std::function<std::string(std::string_view)> redrawn;
+  if (isRecovery && terminal.redraws()) {
+    redrawn = [&](std::string_view text) {
+      return inOneRow(prompt, recoveryHint(context, text), terminal.columns());
+    };
+  }
+  if (isRecovery) {
+    const auto help = context.text("bitlocker.recovery.help");
+    const auto columns = terminal.columns() > 0 ? terminal.columns() : help.size();
+    for (const auto line : base::wrapped(help, columns)) writeDiagnostic(line);
+  }
+  platform::posix::SecretPrompt secrets;
   for (;;) {
-    auto entered = terminal.ask(prompt, canRedraw, hint);
+    auto entered = secrets.ask(prompt, redrawn);
     if (!entered) return std::unexpected(interrupted(context, entered.error()));
     if (entered->empty() || !isRecovery) return std::move(*entered);
     const RecoveryEntry entry(entered->reveal());
@@ -69,15 +85,15 @@ std::expected<base::Secret, Answer> ask(const CommandContext& context, const Dis
   }
 }
 
-Answer unusable(const CommandContext& context) {
-  return failure(context.options, ExitStatus::usage, "credential-unusable",
-                 context.text("ui.unlock.unusable"));
-}
-
 std::expected<base::Secret, Answer> readLine(const CommandContext& context) {
   auto line = platform::posix::readSecretLine();
+  if (!line && line.error() != std::errc::message_size) {
+    return std::unexpected(failure(context.options, ExitStatus::failed, "credential-unread",
+                                   context.text("ui.unlock.unread", {line.error().message()})));
+  }
   if (!line || line->reveal().find('\0') != std::string_view::npos) {
-    return std::unexpected(unusable(context));
+    return std::unexpected(failure(context.options, ExitStatus::usage, "credential-unusable",
+                                   context.text("ui.unlock.unusable")));
   }
   return std::move(*line);
 }

@@ -72,18 +72,18 @@ Answer failed(const CommandContext& context, const BitLockerUnlock::State& state
                  context.text(key), {{"code", base::repairedUtf8(state.resultCode)}});
 }
 
+Answer interrupted(const CommandContext& context, UnlockAttendance::End end,
+                   std::string_view textKey) {
+  const bool isHungUp = end == UnlockAttendance::End::hungUp;
+  return failure(context.options, isHungUp ? ExitStatus::hungUp : ExitStatus::interrupted,
+                 "interrupted", context.text(textKey));
+}
+
 Answer endOf(const CommandContext& context, UnlockAttendance::End end,
              const BitLockerUnlock::State& state, DiskView view) {
   view.disk = state.disk;
-  switch (end) {
-    case UnlockAttendance::End::over:
-      break;
-    case UnlockAttendance::End::interrupted:
-    case UnlockAttendance::End::hungUp:
-      return failure(
-          context.options,
-          end == UnlockAttendance::End::hungUp ? ExitStatus::hungUp : ExitStatus::interrupted,
-          "interrupted", context.text("ui.unlock.interrupted"));
+  if (end != UnlockAttendance::End::over) {
+    return interrupted(context, end, "ui.unlock.interrupted");
   }
   return state.isUnlocked ? success(context, view, false) : failed(context, state);
 }
@@ -123,7 +123,7 @@ Answer unlockCommand(const CommandContext& context, Machine& machine) {
   unlock.setMountReadOnly(context.options.readOnly);
   if (entered->empty()) {
     if (const auto end = attendance.fill(); end != UnlockAttendance::End::over) {
-      return endOf(context, end, unlock.state(), view);
+      return interrupted(context, end, "ui.interrupt.done");
     }
   } else {
     enter(unlock, context.options, std::move(*entered));

@@ -64,7 +64,7 @@ std::optional<std::string> mediaIdentity(const PropertyDictionary& description,
   }
   const auto entry = media ? media->entryId() : std::nullopt;
   if (!entry) return std::nullopt;
-  return "entry/" + std::to_string(*entry);
+  return std::string(registryMediaPrefix) + std::to_string(*entry);
 }
 
 void readMedia(Disk& disk, const PropertyDictionary& description) {

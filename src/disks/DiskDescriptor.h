@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "base/Localization.h"
 #include "disks/Disk.h"
@@ -12,6 +13,10 @@
 #include "platform/Platform.h"
 
 namespace halvercine::disks {
+
+/// How the `mediaID` of a medium begins that has nothing but its place in the registry to tell it
+/// by: another one each time it is plugged in.
+inline constexpr std::string_view registryMediaPrefix = "entry/";
 
 /// Puts a record together from the disk arbitration description, the mounted file system and the
 /// I/O registry, in this order, and says which disks are not to be listed at all. A value that is

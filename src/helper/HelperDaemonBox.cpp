@@ -6,14 +6,11 @@
 #include "helper/HelperClient.h"
 
 namespace halvercine::helper {
-namespace {
 
 bool isRegistered(platform::DaemonStatus status) {
   return status == platform::DaemonStatus::enabled ||
          status == platform::DaemonStatus::requiresApproval;
 }
-
-}  // namespace
 
 HelperDaemonBox::HelperDaemonBox(platform::DaemonServices& services, ScheduleOnMain scheduleOnMain)
     : daemon_(services.daemon(std::string(helperLabel) + ".plist")),

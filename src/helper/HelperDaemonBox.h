@@ -8,6 +8,9 @@
 
 namespace halvercine::helper {
 
+/// Whether the system knows the daemon, be it that the user has yet to approve it.
+bool isRegistered(platform::DaemonStatus status);
+
 /// Holds the daemon's registration object. The steps that it makes outlive it. Main actor.
 class HelperDaemonBox {
  public:

@@ -85,6 +85,7 @@ Task<HelperOutcome> HelperRegistration::unregister() {
   }
   const auto error = co_await limited(daemon_.unregisterStep());
   outcome.state = stateOf(daemon_.status());
+  outcome.formattingAvailable.reset();
   outcome.reason = error ? error->text : "";
   if (error) {
     log(LogLevel::error, "[Helper] 注销失败: " + error->text);
@@ -137,8 +138,9 @@ Task<bool> HelperRegistration::request(HelperOutcome& outcome) {
   const auto version = platform_.applicationBundle->info(platform::bundle_key::version);
   const bool wasAsked = version && setting(key::promptedVersion) == *version;
   if (wasAsked && daemon_.status() == DaemonStatus::requiresApproval) co_return false;
-  const auto error = co_await limited(daemon_.registerStep());
+  auto error = co_await limited(daemon_.registerStep());
   const auto status = daemon_.status();
+  if (error && isRegistered(status)) error.reset();  // what came too late has come
   if (error) {
     log(LogLevel::error, fmt::format("[Helper] 特权助手注册失败: {} ({}:{})", error->text,
                                      error->domain, error->code));

@@ -10,6 +10,7 @@
 
 #include "base/Localization.h"
 #include "base/PrivateFiles.h"
+#include "base/Text.h"
 #include "helper/bundleSafety.h"
 #include "helper/installScript.h"
 #include "helper/runAdminShell.h"
@@ -59,7 +60,8 @@ base::Task<InstallOutcome> install(const platform::Platform& platform, std::stri
   const auto bundle = platform.applicationBundle->path().value();
   const auto identifier = platform.applicationBundle->info(platform::bundle_key::identifier);
   const auto list = daemonPropertyList(helperExecutable(bundle).string(), identifier.value_or(""));
-  if (!list || !identifier) co_return failed("ui.helper.install.bundle", bundle.string());
+  if (!list || !identifier)
+    co_return failed("ui.helper.install.bundle", base::displayText(bundle.string()));
   const auto script = installScript(*list);
   const auto path = temporaryPath();
   TemporaryScript file(platform.containers->systemPath(path));
@@ -71,7 +73,7 @@ base::Task<InstallOutcome> install(const platform::Platform& platform, std::stri
       co_await runAdminShell(*platform.administratorShell, command, std::move(prompt));
   if (std::holds_alternative<AdminShellCancelled>(outcome)) co_return InstallCancelled();
   if (const auto* failure = std::get_if<AdminShellFailed>(&outcome)) {
-    co_return failed("ui.helper.install.shell", failure->reason);
+    co_return failed("ui.helper.install.shell", base::displayText(failure->reason));
   }
   co_return HelperInstalled();
 }

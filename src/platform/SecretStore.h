@@ -19,6 +19,12 @@ class SecretStore {
  public:
   static constexpr int limitSeconds = 30;
 
+  enum class Lookup {
+    found,
+    absent,      ///< or the user has refused to let it be read
+    unreadable,  ///< now: there may be an item, in a store that is locked or does not answer
+  };
+
   virtual ~SecretStore() = default;
 
   /// Adds an item (SecItemAdd). False when it is not there afterwards, or when there is one of this
@@ -27,10 +33,10 @@ class SecretStore {
                    std::string_view value) = 0;
 
   /// Hands the value of the one item to `take`, before the call returns (SecItemCopyMatching with
-  /// kSecReturnData and kSecMatchLimitOne). The view is valid, and wiped, until then. False when
-  /// there is none, or none that can be read now.
-  virtual bool copyMatching(const std::string& service, const std::string& account,
-                            const std::function<void(std::string_view value)>& take) = 0;
+  /// kSecReturnData and kSecMatchLimitOne), when it is found. The view is valid, and wiped, until
+  /// then.
+  virtual Lookup copyMatching(const std::string& service, const std::string& account,
+                              const std::function<void(std::string_view value)>& take) = 0;
 
   /// Deletes the item of an account (SecItemDelete); false when there was none, or it could not be
   /// deleted.

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <stdlib.h>
 #include <string>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -13,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "base/Json.h"
+#include "base/Text.h"
 #include "base/UniqueFd.h"
 #include "support/TemporaryFolder.h"
 #include "support/runProgram.h"
@@ -109,6 +111,8 @@ TEST(UnlockCommandTest, RunUnlocksWhatIsRemembered) {
 /// A child whose standard input and error are a terminal of its own.
 class OnTerminal {
  public:
+  static constexpr unsigned short columns = 80;
+
   explicit OnTerminal(std::vector<std::string> words) {
     master_ = UniqueFd(::posix_openpt(O_RDWR | O_NOCTTY));
     ::grantpt(master_.get());
@@ -118,6 +122,8 @@ class OnTerminal {
     if (child_ != 0) return;
     ::setsid();
     const int terminal = ::open(name.c_str(), O_RDWR);
+    const winsize size{24, columns, 0, 0};
+    ::ioctl(terminal, TIOCSWINSZ, &size);
     for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) ::dup2(terminal, fd);
     ::setenv("LC_ALL", "C.UTF-8", 1);
     ::setenv("TERM", "xterm", 1);
@@ -166,6 +172,22 @@ class OnTerminal {
   pid_t child_ = -1;
 };
 
+/// What stood in one row after the other.
+std::vector<std::string> rows(const std::string& shown) {
+  std::vector<std::string> rows(1);
+  for (const char character : shown) {
+    if (character == '\r' || character == '\n') {
+      rows.emplace_back();
+    } else {
+      rows.back() += character;
+    }
+  }
+  for (auto& row : rows) {
+    if (row.starts_with("\x1B[K")) row.erase(0, 3);
+  }
+  return rows;
+}
+
 TEST(UnlockCommandTest, AsksWithoutEchoAndHelpsWithARecoveryPassword) {
   OnTerminal password({"--simulate=bitlocker", "--fast", "unlock", "disk4s1"});
   ASSERT_TRUE(password.shows("Password of"));
@@ -187,7 +209,17 @@ TEST(UnlockCommandTest, AsksWithoutEchoAndHelpsWithARecoveryPassword) {
   typed.type(recovery + "\n");
   EXPECT_TRUE(typed.shows("complete"));
   EXPECT_EQ(typed.status(), 0) << typed.shown;
+  for (const auto& row : rows(typed.shown)) {
+    EXPECT_LT(base::displayWidth(row), OnTerminal::columns) << row << ": cannot be redrawn";
+  }
   EXPECT_THAT(typed.shown, testing::Not(HasSubstr("530112")));
+}
+
+TEST(UnlockCommandTest, TheEndOfTheTerminalEndsTheControllerInOrder) {
+  OnTerminal program({"--simulate=bitlocker", "run"});
+  ASSERT_TRUE(program.shows("was unlocked with the remembered password"));
+  ::kill(program.child(), SIGHUP);
+  EXPECT_EQ(program.status(), 129) << program.shown;
 }
 
 TEST(UnlockCommandTest, SignalsEndItInOrder) {

@@ -66,6 +66,16 @@ TEST_F(AutomaticUnlockTest, WaitsForAPendingRequestAndForOtherJobs) {
   EXPECT_FALSE(mailbox.pendingRequest(keyOf("disk6s1"))) << "withdrawn when nobody answered";
 }
 
+TEST_F(AutomaticUnlockTest, AsksALockedKeychainAgainUntilItIsUnlocked) {
+  mac.machine().secrets().setWorking(false);
+  unlock.start();
+  pass(40);
+  EXPECT_EQ(events, std::vector<std::string>{});
+  mac.machine().secrets().setWorking(true);
+  pass(20);
+  EXPECT_TRUE(disk("disk4s3").isMounted);
+}
+
 TEST_F(AutomaticUnlockTest, KeepsAwayFromUnsafeVolumes) {
   unsafe = {"disk4s3"};
   unlock.start();

@@ -77,6 +77,16 @@ TEST_F(BitLockerUnlockTest, OnlyWhatOpenedTheVolumeIsRemembered) {
   pass(30);
   EXPECT_TRUE(state().isUnlocked);
   EXPECT_EQ(remembered(key), "correct horse");
+
+  // The module says nothing of what was entered; somebody else opens the volume.
+  auto& overtaken = dialog("disk6s1", "never checked");
+  overtaken.setRememberCredential(true);
+  overtaken.submit();
+  pass(1);
+  mac.machine().mount("disk6s1", {});
+  pass(3);
+  EXPECT_TRUE(state().isUnlocked);
+  EXPECT_EQ(remembered(key), "none");
 }
 
 TEST_F(BitLockerUnlockTest, ForgetsWhatIsNotToBeRemembered) {

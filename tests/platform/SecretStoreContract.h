@@ -18,9 +18,10 @@ class SecretStoreContract : public testing::Test {
                                             const std::string& service,
                                             const std::string& account) {
     std::optional<std::string> found;
-    const bool isFound =
+    const auto lookup =
         store.copyMatching(service, account, [&](std::string_view value) { found = value; });
-    EXPECT_EQ(isFound, found.has_value());
+    using Lookup = platform::SecretStore::Lookup;
+    EXPECT_EQ(lookup, found ? Lookup::found : Lookup::absent);
     return found;
   }
 

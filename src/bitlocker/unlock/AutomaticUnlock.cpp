@@ -51,12 +51,25 @@ bool AutomaticUnlock::isWaiting(const disks::Disk& disk) const {
          context_.isBusy(disk) || mailbox_.pendingRequest(disk.bitLocker->guid);
 }
 
+bool AutomaticUnlock::isStillLocked(const disks::Disk& disk,
+                                    std::optional<std::uint64_t> deviceId) const {
+  const auto* const now = context_.monitor.find(disk.id);
+  return now && isLocked(*now) && context_.monitor.deviceId(disk.id) == deviceId;
+}
+
 base::Task<void> AutomaticUnlock::examine(disks::Disk disk, std::optional<std::uint64_t> deviceId) {
-  auto remembered = co_await keychain_.load(disk.bitLocker->guid);
-  if (!remembered || !isUsable(*remembered)) {
-    unremembered_.emplace(disk.id, deviceId);
-  } else {
-    co_await tryToUnlock(disk, deviceId, std::move(*remembered));
+  using Missing = BitLockerKeychain::Missing;
+  while (isStillLocked(disk, deviceId)) {
+    auto remembered = co_await keychain_.load(disk.bitLocker->guid);
+    if (remembered && isUsable(*remembered)) {
+      co_await tryToUnlock(disk, deviceId, std::move(*remembered));
+      break;
+    }
+    if (remembered || remembered.error() == Missing::forGood) {
+      unremembered_.emplace(disk.id, deviceId);
+      break;
+    }
+    co_await base::sleepFor(*context_.platform.clock, keychainDelay);
   }
   underWay_.erase(disk.id);
 }
@@ -72,8 +85,8 @@ base::Task<void> AutomaticUnlock::tryToUnlock(disks::Disk disk,
         mailbox_.pendingRequest(disk.bitLocker->guid)) {
       co_return;
     }
-    autoUnlockAttempted_.insert(disk.id);
     if (isUnsafe_(*now)) {
+      autoUnlockAttempted_.insert(disk.id);
       context_.addToLog("unlock",
                         "BitLocker automatic mount rejected (" + disk.name + "): unsafe volume");
       co_return tell(EventKind::rejected, disk, "");
@@ -82,6 +95,7 @@ base::Task<void> AutomaticUnlock::tryToUnlock(disks::Disk disk,
     attempt = std::make_unique<UnlockAttempt>(context_, disk, deviceId);
     if (attempt->isSameDevice() &&
         attempt->submit(remembered.method, remembered.credential.copy(), !now->mediaWritable)) {
+      autoUnlockAttempted_.insert(disk.id);
       remembered.credential = {};
       const std::function<void()> nothing;
       const auto result = co_await attempt->wait(nothing);
@@ -91,6 +105,7 @@ base::Task<void> AutomaticUnlock::tryToUnlock(disks::Disk disk,
     }
     if (attempts == 1) co_await base::sleepFor(*context_.platform.clock, secondAttemptDelay);
   }
+  autoUnlockAttempted_.insert(disk.id);
   context_.addToLog("unlock", "BitLocker automatic transfer failed after two attempts (" +
                                   disk.name + "): unsafe volume");
   tell(EventKind::notTransferred, disk, "");

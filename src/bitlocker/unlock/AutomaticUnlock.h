@@ -48,6 +48,8 @@ class AutomaticUnlock {
     std::string code{};
   };
 
+  /// Until a keychain that is locked, as it is before the user has logged in, is asked again.
+  static constexpr auto keychainDelay = std::chrono::seconds(15);
   /// Between the two attempts to hand a request over.
   static constexpr auto secondAttemptDelay = std::chrono::seconds(1);
 
@@ -71,6 +73,7 @@ class AutomaticUnlock {
 
   void look();
   bool isWaiting(const disks::Disk& disk) const;
+  bool isStillLocked(const disks::Disk& disk, std::optional<std::uint64_t> deviceId) const;
   base::Task<void> examine(disks::Disk disk, std::optional<std::uint64_t> deviceId);
   base::Task<void> tryToUnlock(disks::Disk disk, std::optional<std::uint64_t> deviceId,
                                BitLockerKeychain::Payload remembered);

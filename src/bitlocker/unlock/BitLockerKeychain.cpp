@@ -1,6 +1,7 @@
 #include "bitlocker/unlock/BitLockerKeychain.h"
 
 #include <chrono>
+#include <exception>
 #include <memory>
 #include <utility>
 
@@ -12,8 +13,8 @@
 namespace halvercine::bitlocker {
 namespace {
 
-// The store ends a little earlier by itself.
-constexpr auto limit = std::chrono::seconds(platform::SecretStore::limitSeconds + 5);
+// For two calls of the store, which end a little earlier by themselves.
+constexpr auto limit = std::chrono::seconds(2 * platform::SecretStore::limitSeconds + 5);
 
 using Payload = BitLockerKeychain::Payload;
 
@@ -38,11 +39,18 @@ std::optional<Payload> BitLockerKeychain::read(std::string_view value) {
   return readLines(value);
 }
 
-/// Whether the work was done, and in time.
-template <class Work>
-base::Task<bool> BitLockerKeychain::inBackground(Work work) {
-  auto done = co_await base::withTimeout(clock_, limit, base::runInBackground(actor_, work));
-  co_return done&&* done;
+/// What comes of the work; `failure` when it throws, or is not done in time.
+template <class Work, class Result>
+base::Task<Result> BitLockerKeychain::inBackground(Work work, Result failure) {
+  const auto guarded = [work = std::move(work), failure] {
+    try {
+      return work();
+    } catch (const std::exception&) {
+      return failure;
+    }
+  };
+  auto result = co_await base::withTimeout(clock_, limit, base::runInBackground(actor_, guarded));
+  co_return result.value_or(failure);
 }
 
 base::Task<void> BitLockerKeychain::save(std::string account, std::string method,
@@ -55,30 +63,33 @@ base::Task<void> BitLockerKeychain::save(std::string account, std::string method
     store.remove(std::string(service), account);
     return isReadable && store.add(std::string(service), account, value->reveal());
   };
-  co_await inBackground(work);
+  co_await inBackground(work, false);
 }
 
-base::Task<std::optional<Payload>> BitLockerKeychain::load(std::string account) {
+base::Task<std::expected<Payload, BitLockerKeychain::Missing>> BitLockerKeychain::load(
+    std::string account) {
+  using Lookup = platform::SecretStore::Lookup;
   const auto payload = std::make_shared<std::optional<Payload>>();
   const auto work = [&store = store_, account, payload] {
     return store.copyMatching(std::string(service), account,
                               [&](std::string_view value) { *payload = read(value); });
   };
-  const bool isLoaded = co_await inBackground(work);
-  if (!isLoaded) co_return std::nullopt;
-  co_return std::move(*payload);
+  const auto lookup = co_await inBackground(work, Lookup::unreadable);
+  if (lookup == Lookup::unreadable) co_return std::unexpected(Missing::forNow);
+  if (lookup == Lookup::absent || !*payload) co_return std::unexpected(Missing::forGood);
+  co_return std::move(**payload);
 }
 
 base::Task<void> BitLockerKeychain::remove(std::string account) {
   const auto work = [&store = store_, account] {
     return store.remove(std::string(service), account);
   };
-  co_await inBackground(work);
+  co_await inBackground(work, false);
 }
 
 base::Task<void> BitLockerKeychain::removeAll() {
   const auto work = [&store = store_] { return store.removeAll(std::string(service)); };
-  co_await inBackground(work);
+  co_await inBackground(work, false);
 }
 
 }  // namespace halvercine::bitlocker

@@ -1,6 +1,7 @@
 // Remembered credentials of BitLocker volumes.
 #pragma once
 
+#include <expected>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,6 +29,12 @@ class BitLockerKeychain {
     bool operator==(const Payload&) const = default;
   };
 
+  /// Why there is no credential of a volume.
+  enum class Missing {
+    forGood,
+    forNow,  ///< the keychain is locked, or does not answer
+  };
+
   static constexpr std::string_view service = "com.halvercine.bitlocker";
 
   BitLockerKeychain(base::MainActor& actor, platform::Clock& clock, platform::SecretStore& store)
@@ -37,7 +44,7 @@ class BitLockerKeychain {
   /// not UTF-8) is not kept.
   base::Task<void> save(std::string account, std::string method, base::Secret credential);
 
-  base::Task<std::optional<Payload>> load(std::string account);
+  base::Task<std::expected<Payload, Missing>> load(std::string account);
 
   base::Task<void> remove(std::string account);
 
@@ -49,8 +56,8 @@ class BitLockerKeychain {
   static std::optional<Payload> read(std::string_view value);
 
  private:
-  template <class Work>
-  base::Task<bool> inBackground(Work work);
+  template <class Work, class Result>
+  base::Task<Result> inBackground(Work work, Result failure);
 
   base::MainActor& actor_;
   platform::Clock& clock_;

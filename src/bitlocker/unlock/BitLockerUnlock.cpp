@@ -4,6 +4,7 @@
 
 #include "base/sleepFor.h"
 #include "bitlocker/unlock/RecoveryEntry.h"
+#include "disks/DiskDescriptor.h"
 
 namespace halvercine::bitlocker {
 
@@ -81,6 +82,7 @@ void BitLockerUnlock::submit() {
   if (state_.busy || state_.isClosed || state_.awaitingReplug || key().empty()) return;
   if (state_.method == Method::recovery && !state_.recoveryFaults.empty()) {
     state_.errorText = "bitlocker.recovery.invalid";
+    state_.resultCode.clear();
     return changed();
   }
   state_.busy = true;
@@ -100,7 +102,8 @@ base::Task<void> BitLockerUnlock::submission() {
   context_.monitor.refresh();
   if (!attempt_->isSameDevice()) co_return fail(unlock_code::deviceChanged);
   if (context_.isBusy(state_.disk)) co_return fail(unlock_code::diskBusy);
-  const bool readOnly = state_.mountReadOnly || !state_.disk.mediaWritable;
+  const auto* const now = context_.monitor.find(state_.disk.id);
+  const bool readOnly = state_.mountReadOnly || !(now ? *now : state_.disk).mediaWritable;
   if (!attempt_->submit(methodName(state_.method), credential().copy(), readOnly)) {
     co_return fail(unlock_code::mailboxUnavailable);
   }
@@ -116,7 +119,7 @@ base::Task<void> BitLockerUnlock::waiting() {
   attempt_->withdraw();
   switch (result.end) {
     case UnlockResult::End::unlocked:
-      co_return co_await succeed();
+      co_return co_await succeed(result.isAccepted);
     case UnlockResult::End::failed:
       co_return fail(result.code);
     case UnlockResult::End::ejected:
@@ -125,17 +128,17 @@ base::Task<void> BitLockerUnlock::waiting() {
   }
 }
 
-base::Task<void> BitLockerUnlock::succeed() {
+base::Task<void> BitLockerUnlock::succeed(bool isAccepted) {
   state_.isUnlocked = true;
   if (const auto* disk = context_.monitor.find(state_.disk.id)) {
     state_.disk.isMounted = disk->isMounted;
     state_.disk.isWritable = disk->isWritable;
     state_.disk.mountPath = disk->mountPath;
   }
-  if (state_.rememberCredential) {
-    co_await keychain_.save(key(), std::string(methodName(state_.method)), credential().copy());
-  } else {
+  if (!state_.rememberCredential) {
     co_await keychain_.remove(key());
+  } else if (isAccepted) {
+    co_await keychain_.save(key(), std::string(methodName(state_.method)), credential().copy());
   }
   state_.password = {};
   state_.recovery = {};
@@ -156,13 +159,18 @@ void BitLockerUnlock::endSubmission() {
   changed();
 }
 
+/// A medium that only its place in the registry identifies has a new one each time it is plugged
+/// in.
+bool BitLockerUnlock::isSameMedium(const disks::Disk& disk) const {
+  const auto& known = state_.disk.mediaID;
+  return disk.mediaID == known || (known && known->starts_with(disks::registryMediaPrefix));
+}
+
 /// The disk is back, perhaps under another name.
 void BitLockerUnlock::lookForReplug() {
   if (!state_.awaitingReplug) return;
   for (const auto& disk : context_.monitor.disks()) {
-    const bool isIt =
-        disk.bitLocker && disk.bitLocker->guid == key() && disk.mediaID == state_.disk.mediaID;
-    if (!isIt) continue;
+    if (!disk.bitLocker || disk.bitLocker->guid != key() || !isSameMedium(disk)) continue;
     state_.disk = disk;
     deviceId_ = context_.monitor.deviceId(disk.id);
     state_.awaitingReplug = false;

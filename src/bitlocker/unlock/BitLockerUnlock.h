@@ -96,7 +96,8 @@ class BitLockerUnlock {
   base::Task<void> fill();
   base::Task<void> submission();
   base::Task<void> waiting();
-  base::Task<void> succeed();
+  base::Task<void> succeed(bool isAccepted);
+  bool isSameMedium(const disks::Disk& disk) const;
   void fail(std::string_view code);
   void endSubmission();
   void lookForReplug();

@@ -21,7 +21,9 @@ std::string newRequestID() {
   return boost::algorithm::to_upper_copy(to_string(boost::uuids::random_generator()()));
 }
 
-UnlockResult failed(std::string_view code) { return {End::failed, std::string(code)}; }
+UnlockResult failed(std::string_view code) {
+  return {.end = End::failed, .code = std::string(code)};
+}
 
 bool isFailure(std::string_view state) {
   return state == "unlockFailed" || state == "error" || state == "unsupported";
@@ -98,6 +100,19 @@ base::Task<UnlockResult> UnlockAttempt::wait(std::function<void()> accepted) {
   deadline_ = clock_.uptime() + answerLimit;
   context_.monitor.refresh();
   refreshed_ = context_.monitor.refreshed.connect(wake);
+  auto result = co_await waitForEnd();
+  result.isAccepted = wasAccepted();
+  co_return result;
+}
+
+/// The list of disks may show the volume mounted before the record has been read.
+bool UnlockAttempt::wasAccepted() const {
+  if (acceptedAt_) return true;
+  const auto status = mailbox_.readStatus(key());
+  return status && isAnswer(*status) && status->state == "unlocked";
+}
+
+base::Task<UnlockResult> UnlockAttempt::waitForEnd() {
   for (;;) {
     if (auto result = look()) co_return std::move(*result);
     if (clock_.uptime() >= deadline_) {
@@ -115,7 +130,7 @@ base::Task<UnlockResult> UnlockAttempt::wait(std::function<void()> accepted) {
 std::optional<UnlockResult> UnlockAttempt::lookAtDisk() const {
   if (!isSameDevice()) return failed(unlock_code::deviceChanged);
   const auto* disk = context_.monitor.find(disk_.id);
-  if (disk && disk->isMounted) return UnlockResult{End::unlocked, ""};
+  if (disk && disk->isMounted) return UnlockResult{.end = End::unlocked, .code = ""};
   return std::nullopt;
 }
 
@@ -123,7 +138,7 @@ std::optional<UnlockResult> UnlockAttempt::look() {
   if (auto result = lookAtDisk()) return result;
   const auto status = mailbox_.readStatus(key());
   if (!status || status->timestamp < submitTime_) return std::nullopt;
-  if (isEjection(*status)) return UnlockResult{End::ejected, ""};
+  if (isEjection(*status)) return UnlockResult{.end = End::ejected, .code = ""};
   if (!isAnswer(*status)) return std::nullopt;
   if (isFailure(status->state)) return failed(status->errorMessage.value_or(""));
   if (status->state != "unlocked") return std::nullopt;

@@ -24,6 +24,8 @@ struct UnlockResult {
 
   End end = End::failed;
   std::string code;  ///< of a failure; empty when the module gave none
+  /// Whether the module has accepted the credential. Something else may have opened the volume.
+  bool isAccepted = false;
 };
 
 /// The text of a mount that failed after the module had accepted the credential; a result code too.

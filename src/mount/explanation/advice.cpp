@@ -73,6 +73,7 @@ class Steps {
     return *this;
   }
   Steps& mount() { return type("explain.step.mount", "halvercine mount " + id_); }
+  Steps& unlock(std::string_view key) { return type(key, "halvercine unlock " + id_); }
   Steps& remount(std::string_view key) {
     return type(key, "halvercine unmount " + id_ + " && halvercine mount " + id_);
   }
@@ -84,7 +85,7 @@ class Steps {
   /// Whatever else is done, it does not help as long as the medium is protected.
   Steps& protection() { return facts_.mediaWritable == false ? say("explain.step.switch") : *this; }
   Steps& replug() { return say("explain.step.replug"); }
-  Steps& check() { return say("explain.step.check"); }
+  Steps& check() { return type("explain.step.check", "halvercine check " + id_); }
 
   /// For a read-only volume that another attempt can make writable.
   Steps& takeover(Recovery recovery) {
@@ -131,13 +132,13 @@ Steps& addSteps(Steps& steps, VolumeState state, Recovery recovery) {
     case VolumeState::interruptedCreation:
       return steps.say("explain.step.startover");
     case VolumeState::bitLockerLocked:
-      return steps.say("explain.step.unlock");
+      return steps.unlock("explain.step.unlock");
     case VolumeState::bitLockerUndecided:
     case VolumeState::bitLockerUnlocking:
     case VolumeState::writableUnconfirmed:
       return steps.askAgain("explain.step.asklater");
     case VolumeState::bitLockerUnlockFailed:
-      return steps.say("explain.step.unlockagain");
+      return steps.unlock("explain.step.unlockagain");
     case VolumeState::bitLockerUnsupported:
       return steps.say("explain.step.windowspc");
     case VolumeState::bitLockerError:

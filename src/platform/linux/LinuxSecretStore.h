@@ -23,8 +23,8 @@ class LinuxSecretStore : public SecretStore {
       : keyring_(limit), files_(std::move(folder)) {}
 
   bool add(const std::string& service, const std::string& account, std::string_view value) override;
-  bool copyMatching(const std::string& service, const std::string& account,
-                    const std::function<void(std::string_view value)>& take) override;
+  Lookup copyMatching(const std::string& service, const std::string& account,
+                      const std::function<void(std::string_view value)>& take) override;
   bool remove(const std::string& service, const std::string& account) override;
   bool removeAll(const std::string& service) override;
 

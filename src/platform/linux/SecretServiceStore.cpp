@@ -77,21 +77,32 @@ class SecretServiceStore::Call {
     return isStored;
   }
 
-  /// Whether there is an item; its value goes to `take`, if that is given, when it can be read.
-  bool search(GHashTable* attributes, const std::function<void(std::string_view)>& take) {
+  /// The value of an item that is found goes to `take`; without one, whether it can be read does
+  /// not matter.
+  Lookup search(GHashTable* attributes, const std::function<void(std::string_view)>& take) {
     const auto flags = take ? SECRET_SEARCH_LOAD_SECRETS : SECRET_SEARCH_NONE;
     auto* const items =
         library_->search(service_, &schema, attributes, flags, cancellable_, &error_);
-    bool isFound = false;
+    auto result = items || error_ ? Lookup::unreadable : Lookup::absent;
     for (auto* item = items; item; item = item->next) {
-      if (!isFound) isFound = !take || handOver(static_cast<SecretItem*>(item->data), take);
+      const bool isFound =
+          result == Lookup::found || !take || handOver(static_cast<SecretItem*>(item->data), take);
+      if (isFound) result = Lookup::found;
       library_->releaseObject(item->data);
     }
     library_->freeList(items);
-    return isFound;
+    return result;
   }
 
+  /// The items of a locked keyring count as none, so the user is asked to unlock it, if there are
+  /// any in it.
   bool clear(GHashTable* attributes) {
+    constexpr auto flags = static_cast<SecretSearchFlags>(SECRET_SEARCH_ALL | SECRET_SEARCH_UNLOCK);
+    auto* const items =
+        library_->search(service_, &schema, attributes, flags, cancellable_, &error_);
+    for (auto* item = items; item; item = item->next) library_->releaseObject(item->data);
+    library_->freeList(items);
+    if (!items) return false;
     return library_->clear(service_, &schema, attributes, cancellable_, &error_) == TRUE;
   }
 
@@ -173,14 +184,16 @@ std::optional<bool> SecretServiceStore::addIfThere(const std::string& service,
   if (call.findsNoService()) return std::nullopt;
   if (!call.reachesService()) return false;
   const Attributes attributes(call.libsecret(), service, &account);
-  if (call.search(attributes.get(), nullptr)) return false;
+  if (call.search(attributes.get(), nullptr) != Lookup::absent) return false;
   return call.store(attributes.get(), service + " " + account, value);
 }
 
-bool SecretServiceStore::copyMatching(const std::string& service, const std::string& account,
-                                      const std::function<void(std::string_view value)>& take) {
+SecretStore::Lookup SecretServiceStore::copyMatching(
+    const std::string& service, const std::string& account,
+    const std::function<void(std::string_view value)>& take) {
   Call call(mutex_, limit_);
-  if (!call.reachesService()) return false;
+  if (call.findsNoService()) return Lookup::absent;
+  if (!call.reachesService()) return Lookup::unreadable;
   const Attributes attributes(call.libsecret(), service, &account);
   return call.search(attributes.get(), take);
 }

@@ -26,8 +26,8 @@ class SecretServiceStore : public SecretStore {
                                  std::string_view value);
 
   bool add(const std::string& service, const std::string& account, std::string_view value) override;
-  bool copyMatching(const std::string& service, const std::string& account,
-                    const std::function<void(std::string_view value)>& take) override;
+  Lookup copyMatching(const std::string& service, const std::string& account,
+                      const std::function<void(std::string_view value)>& take) override;
   bool remove(const std::string& service, const std::string& account) override;
   bool removeAll(const std::string& service) override;
 

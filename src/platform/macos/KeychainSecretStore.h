@@ -1,6 +1,12 @@
 // Secrets in the keychain of the user.
 #pragma once
 
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
 #include "platform/SecretStore.h"
 
 namespace halvercine::platform::macos {
@@ -10,10 +16,20 @@ namespace halvercine::platform::macos {
 class KeychainSecretStore : public SecretStore {
  public:
   bool add(const std::string& service, const std::string& account, std::string_view value) override;
-  bool copyMatching(const std::string& service, const std::string& account,
-                    const std::function<void(std::string_view value)>& take) override;
+  Lookup copyMatching(const std::string& service, const std::string& account,
+                      const std::function<void(std::string_view value)>& take) override;
   bool remove(const std::string& service, const std::string& account) override;
   bool removeAll(const std::string& service) override;
+
+ private:
+  class Exchange;
+  using Item = std::pair<std::string, std::string>;  // service and account
+
+  bool isAsked(const Item& item);
+  static bool deleteItems(const std::string& service, const std::string* account);
+
+  std::mutex mutex_;
+  std::map<Item, std::shared_ptr<Exchange>> unanswered_;
 };
 
 }  // namespace halvercine::platform::macos

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #import <Foundation/Foundation.h>
 #include <Security/Security.h>
@@ -31,9 +32,11 @@ NSMutableDictionary* queryOf(const std::string& service, const std::string* acco
   return query;
 }
 
+}  // namespace
+
 /// One exchange with the keychain, on a thread that nobody waits for longer than the limit. What is
 /// found is kept until the one who waits has taken it, and wiped.
-class Exchange : public std::enable_shared_from_this<Exchange> {
+class KeychainSecretStore::Exchange : public std::enable_shared_from_this<Exchange> {
  public:
   using Call = OSStatus (^)(NSDictionary* query, CFTypeRef* result);
 
@@ -42,8 +45,8 @@ class Exchange : public std::enable_shared_from_this<Exchange> {
   Exchange& operator=(const Exchange&) = delete;
   ~Exchange() { dropValue(); }
 
-  /// Whether the call has succeeded in time.
-  bool run(NSDictionary* query, Call call) {
+  /// The call's answer; nothing when there was none in time.
+  std::optional<OSStatus> run(NSDictionary* query, Call call) {
     const auto self = shared_from_this();
     dispatch_async(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0), ^{
       @autoreleasepool {
@@ -54,15 +57,21 @@ class Exchange : public std::enable_shared_from_this<Exchange> {
     });
     constexpr std::int64_t limit = SecretStore::limitSeconds * std::int64_t{NSEC_PER_SEC};
     if (dispatch_semaphore_wait(finished_, dispatch_time(DISPATCH_TIME_NOW, limit)) == 0) {
-      return status_ == errSecSuccess;
+      return status_;
     }
     const std::lock_guard lock(mutex_);
     isGivenUp_ = true;
     dropValue();
-    return false;
+    return std::nullopt;
   }
 
-  /// Hands over what a call that has succeeded in time has found.
+  /// Whether the call has ended.
+  bool hasEnded() {
+    const std::lock_guard lock(mutex_);
+    return hasEnded_;
+  }
+
+  /// Hands over what a call that has succeeded in time has found; false when it is no data.
   bool hand(const std::function<void(std::string_view)>& take) {
     const std::lock_guard lock(mutex_);
     if (!value_ || CFGetTypeID(value_.get()) != CFDataGetTypeID()) return false;
@@ -79,6 +88,7 @@ class Exchange : public std::enable_shared_from_this<Exchange> {
       const std::lock_guard lock(mutex_);
       status_ = status;
       value_ = std::move(value);
+      hasEnded_ = true;
       if (isGivenUp_) dropValue();
     }
     dispatch_semaphore_signal(finished_);
@@ -97,27 +107,28 @@ class Exchange : public std::enable_shared_from_this<Exchange> {
   std::mutex mutex_;
   OSStatus status_ = errSecSuccess;
   ScopedCF<CFTypeRef> value_;
+  bool hasEnded_ = false;
   bool isGivenUp_ = false;
   const dispatch_semaphore_t finished_ = dispatch_semaphore_create(0);
 };
 
-bool deleteItems(NSDictionary* query) {
+bool KeychainSecretStore::deleteItems(const std::string& service, const std::string* account) {
   // The login keychain deletes one item at a call, other keychains all that match.
   constexpr int mostItems = 10'000;
-  return query != nil &&
-         std::make_shared<Exchange>()->run(query, ^(NSDictionary* wanted, CFTypeRef*) {
-           OSStatus first = errSecItemNotFound;
-           for (int item = 0; item < mostItems; ++item) {
-             const OSStatus status = SecItemDelete((__bridge CFDictionaryRef)wanted);
-             if (item == 0) first = status;
-             if (status == errSecItemNotFound) break;
-             if (status != errSecSuccess) return status;
-           }
-           return first;
-         });
+  NSDictionary* const query = queryOf(service, account);
+  if (query == nil) return false;
+  const auto deleteAll = ^(NSDictionary* wanted, CFTypeRef*) {
+    OSStatus first = errSecItemNotFound;
+    for (int item = 0; item < mostItems; ++item) {
+      const OSStatus status = SecItemDelete((__bridge CFDictionaryRef)wanted);
+      if (item == 0) first = status;
+      if (status == errSecItemNotFound) break;
+      if (status != errSecSuccess) return status;
+    }
+    return first;
+  };
+  return std::make_shared<Exchange>()->run(query, deleteAll) == errSecSuccess;
 }
-
-}  // namespace
 
 bool KeychainSecretStore::add(const std::string& service, const std::string& account,
                               std::string_view value) {
@@ -127,37 +138,63 @@ bool KeychainSecretStore::add(const std::string& service, const std::string& acc
     NSMutableData* const data = [NSMutableData dataWithBytes:value.data() length:value.size()];
     item[(__bridge id)kSecValueData] = data;
     item[(__bridge id)kSecAttrAccessible] = (__bridge id)kSecAttrAccessibleAfterFirstUnlock;
-    return std::make_shared<Exchange>()->run(item, ^(NSDictionary* added, CFTypeRef*) {
+    const auto addAndWipe = ^(NSDictionary* added, CFTypeRef*) {
       const OSStatus status = SecItemAdd((__bridge CFDictionaryRef)added, nullptr);
       base::wipe(data.mutableBytes, data.length);
       return status;
-    });
+    };
+    return std::make_shared<Exchange>()->run(item, addAndWipe) == errSecSuccess;
   }
 }
 
-bool KeychainSecretStore::copyMatching(const std::string& service, const std::string& account,
-                                       const std::function<void(std::string_view value)>& take) {
+/// Whether an earlier question for the item is still before the user, perhaps: a second one would
+/// be put beside it.
+bool KeychainSecretStore::isAsked(const Item& item) {
+  const std::lock_guard lock(mutex_);
+  const auto asked = unanswered_.find(item);
+  if (asked == unanswered_.end()) return false;
+  if (!asked->second->hasEnded()) return true;
+  unanswered_.erase(asked);
+  return false;
+}
+
+SecretStore::Lookup KeychainSecretStore::copyMatching(
+    const std::string& service, const std::string& account,
+    const std::function<void(std::string_view value)>& take) {
   @autoreleasepool {
     NSMutableDictionary* const query = queryOf(service, &account);
-    if (query == nil) return false;
+    if (query == nil) return Lookup::absent;
     query[(__bridge id)kSecReturnData] = @YES;
     query[(__bridge id)kSecMatchLimit] = (__bridge id)kSecMatchLimitOne;
+    const std::pair item(service, account);
+    if (isAsked(item)) return Lookup::unreadable;
     const auto exchange = std::make_shared<Exchange>();
-    return exchange->run(query, ^(NSDictionary* wanted, CFTypeRef* result) {
+    const auto copy = ^(NSDictionary* wanted, CFTypeRef* result) {
       return SecItemCopyMatching((__bridge CFDictionaryRef)wanted, result);
-    }) && exchange->hand(take);
+    };
+    const auto status = exchange->run(query, copy);
+    if (!status) {
+      const std::lock_guard lock(mutex_);
+      unanswered_[item] = exchange;
+      return Lookup::unreadable;
+    }
+    if (*status == errSecSuccess) return exchange->hand(take) ? Lookup::found : Lookup::absent;
+    // What the user has refused is not asked for again.
+    const bool isAbsent = *status == errSecItemNotFound || *status == errSecUserCanceled ||
+                          *status == errSecAuthFailed;
+    return isAbsent ? Lookup::absent : Lookup::unreadable;
   }
 }
 
 bool KeychainSecretStore::remove(const std::string& service, const std::string& account) {
   @autoreleasepool {
-    return deleteItems(queryOf(service, &account));
+    return deleteItems(service, &account);
   }
 }
 
 bool KeychainSecretStore::removeAll(const std::string& service) {
   @autoreleasepool {
-    return deleteItems(queryOf(service, nullptr));
+    return deleteItems(service, nullptr);
   }
 }
 

@@ -64,14 +64,15 @@ bool FileSecretStore::add(const std::string& service, const std::string& account
          ::chmod(file->parent_path().c_str(), 0700) == 0 && !base::replacePrivateFile(*file, value);
 }
 
-bool FileSecretStore::copyMatching(const std::string& service, const std::string& account,
-                                   const std::function<void(std::string_view value)>& take) {
+SecretStore::Lookup FileSecretStore::copyMatching(
+    const std::string& service, const std::string& account,
+    const std::function<void(std::string_view value)>& take) {
   const auto file = fileOf(service, account);
-  if (!file) return false;
+  if (!file) return Lookup::absent;
   const auto value = base::readSecretFile(*file, valueLimit);
-  if (!value) return false;
+  if (!value) return Lookup::absent;
   take(value->reveal());
-  return true;
+  return Lookup::found;
 }
 
 bool FileSecretStore::remove(const std::string& service, const std::string& account) {

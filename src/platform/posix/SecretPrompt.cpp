@@ -87,6 +87,16 @@ class Line {
   Sequence sequence_ = Sequence::none;
 };
 
+/// As `read`; waits for input that does not block, too.
+ssize_t readByte(char& byte) {
+  for (;;) {
+    const auto got = ::read(STDIN_FILENO, &byte, 1);
+    if (got >= 0 || (errno != EINTR && errno != EAGAIN)) return got;
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    if (errno == EAGAIN) ::poll(&input, 1, -1);
+  }
+}
+
 void show(const std::string& text) {
   // What cannot be shown is no reason not to go on.
   [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
@@ -171,15 +181,11 @@ SecretPrompt::SecretPrompt() : terminal_(std::make_unique<QuietTerminal>()) {}
 SecretPrompt::~SecretPrompt() = default;
 
 std::expected<base::Secret, int> SecretPrompt::ask(
-    const std::string& prompt, bool canRedraw,
-    const std::function<std::string(std::string_view)>& hint) {
+    const std::string& prompt, const std::function<std::string(std::string_view)>& redrawn) {
   Line line(terminal_->usual());
-  const auto draw = [&] {
-    if (canRedraw) show("\r\x1B[K" + prompt + (hint ? hint(line.text()) : ""));
-  };
-  if (!canRedraw) show(prompt);
+  if (!redrawn) show(prompt);
   for (bool isComplete = false; !isComplete;) {
-    draw();
+    if (redrawn) show("\r\x1B[K" + redrawn(line.text()));
     if (const int signal = terminal_->wait(); signal == SIGTSTP) {
       terminal_->suspend();
       continue;
@@ -195,21 +201,25 @@ std::expected<base::Secret, int> SecretPrompt::ask(
   return line.release();
 }
 
-std::optional<base::Secret> readSecretLine() {
+std::expected<base::Secret, std::error_code> readSecretLine() {
   std::string line;
   line.reserve(lineLimit + 1);  // with the carriage return that some systems end lines with
-  char byte = 0;
-  bool isWhole = false;
-  while (!isWhole && line.size() <= lineLimit) {
-    const auto got = ::read(STDIN_FILENO, &byte, 1);
-    if (got < 0 && errno == EINTR) continue;
-    isWhole = got != 1 || byte == '\n';
-    if (!isWhole) line += byte;
+  int error = 0;
+  for (bool isWhole = false; !isWhole && error == 0;) {
+    char byte = 0;
+    const auto got = readByte(byte);
+    isWhole = got == 0 || byte == '\n';
+    if (got < 0) {
+      error = errno;
+    } else if (line.size() > lineLimit) {
+      error = EMSGSIZE;
+    } else if (!isWhole) {
+      line += byte;
+    }
   }
-  byte = 0;
   if (line.ends_with('\r')) line.pop_back();
   auto secret = base::Secret::takenFrom(line);
-  if (!isWhole) return std::nullopt;
+  if (error != 0) return std::unexpected(std::error_code(error, std::generic_category()));
   return secret;
 }
 

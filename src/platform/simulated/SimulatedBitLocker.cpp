@@ -87,10 +87,9 @@ Answer answerOf(const ScenarioBitLocker& volume, const UnlockRequestRecord& requ
 }
 
 std::optional<UnlockRequestRecord> readRequest(const std::filesystem::path& path) {
-  auto text = base::readRegularFile(path, requestLimit);
+  const auto text = base::readSecretFile(path, requestLimit);
   if (!text) return std::nullopt;
-  const auto secret = base::Secret::takenFrom(*text);
-  auto request = base::decodeSecretJson<UnlockRequestRecord>(secret.reveal());
+  auto request = base::decodeSecretJson<UnlockRequestRecord>(text->reveal());
   if (!request) return std::nullopt;
   return std::move(*request);
 }

@@ -68,8 +68,10 @@ DaemonStatus SimulatedHelper::status() const {
 
 void SimulatedHelper::registerDaemon(DaemonStepEnd ended) {
   const auto step = stepOf(scenario_.registers, registrations_++, RegistrationStatus::enabled);
-  if (!step.error) scenario_.reachable = scenario_.reachable || scenario_.reachableAnew;
-  perform(step, std::move(ended));
+  perform(step, [this, ended = std::move(ended)](std::optional<SystemError> error) {
+    if (!error) scenario_.reachable = scenario_.reachable || scenario_.reachableAnew;
+    ended(std::move(error));
+  });
 }
 
 void SimulatedHelper::unregisterDaemon(DaemonStepEnd ended) {
@@ -78,7 +80,10 @@ void SimulatedHelper::unregisterDaemon(DaemonStepEnd ended) {
 }
 
 void SimulatedHelper::perform(const ScenarioRegistrationStep& step, DaemonStepEnd ended) {
-  if (step.hang) return;
+  if (step.hang) {
+    scenario_.status = step.status.value_or(scenario_.status);
+    return;
+  }
   clock_->callAt(clock_->uptime() + uptimeOf(step.seconds), [this, step, ended = std::move(ended)] {
     if (step.status) scenario_.status = *step.status;
     if (!step.error) return ended(std::nullopt);

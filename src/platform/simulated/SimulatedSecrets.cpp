@@ -15,13 +15,15 @@ bool SimulatedSecrets::add(const std::string& service, const std::string& accoun
   return works_ && items_.try_emplace({service, account}, value).second;
 }
 
-bool SimulatedSecrets::copyMatching(const std::string& service, const std::string& account,
-                                    const std::function<void(std::string_view value)>& take) {
+SecretStore::Lookup SimulatedSecrets::copyMatching(
+    const std::string& service, const std::string& account,
+    const std::function<void(std::string_view value)>& take) {
   const std::lock_guard lock(mutex_);
+  if (!works_) return Lookup::unreadable;
   const auto found = items_.find({service, account});
-  if (!works_ || found == items_.end()) return false;
+  if (found == items_.end()) return Lookup::absent;
   take(found->second.reveal());
-  return true;
+  return Lookup::found;
 }
 
 bool SimulatedSecrets::remove(const std::string& service, const std::string& account) {
@@ -33,6 +35,11 @@ bool SimulatedSecrets::removeAll(const std::string& service) {
   const std::lock_guard lock(mutex_);
   return works_ &&
          std::erase_if(items_, [&](const auto& item) { return item.first.first == service; }) > 0;
+}
+
+void SimulatedSecrets::setWorking(bool works) {
+  const std::lock_guard lock(mutex_);
+  works_ = works;
 }
 
 }  // namespace halvercine::platform::simulated

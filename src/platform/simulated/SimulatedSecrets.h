@@ -19,14 +19,16 @@ class SimulatedSecrets : public SecretStore {
   SimulatedSecrets(const std::vector<ScenarioSecret>& secrets, bool works);
 
   bool add(const std::string& service, const std::string& account, std::string_view value) override;
-  bool copyMatching(const std::string& service, const std::string& account,
-                    const std::function<void(std::string_view value)>& take) override;
+  Lookup copyMatching(const std::string& service, const std::string& account,
+                      const std::function<void(std::string_view value)>& take) override;
   bool remove(const std::string& service, const std::string& account) override;
   bool removeAll(const std::string& service) override;
 
+  void setWorking(bool works);
+
  private:
-  const bool works_;
   std::mutex mutex_;
+  bool works_;
   std::map<std::pair<std::string, std::string>, base::Secret> items_;  // by service and account
 };
 

@@ -52,8 +52,8 @@ class SimulatedSecretStore : public SecretStore {
            std::string_view value) override {
     return machine_->secrets().add(service, account, value);
   }
-  bool copyMatching(const std::string& service, const std::string& account,
-                    const std::function<void(std::string_view)>& take) override {
+  Lookup copyMatching(const std::string& service, const std::string& account,
+                      const std::function<void(std::string_view)>& take) override {
     return machine_->secrets().copyMatching(service, account, take);
   }
   bool remove(const std::string& service, const std::string& account) override {

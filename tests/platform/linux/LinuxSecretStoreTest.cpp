@@ -12,6 +12,7 @@
 namespace halvercine::tests {
 namespace {
 
+using Lookup = platform::SecretStore::Lookup;
 using platform::gnulinux::LinuxSecretStore;
 using platform::gnulinux::SecretServiceStore;
 
@@ -36,8 +37,8 @@ TEST(LinuxSecretStoreTest, WithoutAKeyringFilesAreUsed) {
   if (child == 0) {
     ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
     LinuxSecretStore store(folder.path());
-    const bool isKept =
-        store.add("a", "x", "secret") && store.copyMatching("a", "x", [](std::string_view) {});
+    const bool isKept = store.add("a", "x", "secret") &&
+                        store.copyMatching("a", "x", [](std::string_view) {}) == Lookup::found;
     std::_Exit(isKept ? 0 : 1);
   }
   int status = -1;
@@ -54,23 +55,25 @@ TEST(LinuxSecretStoreTest, TheKeyringIsTakenAndFilesOnlyWithoutOne) {
   ASSERT_TRUE(store.add("a", "x", "secret"));
   EXPECT_FALSE(hasFiles(folder));
   SecretServiceStore keyring;
-  EXPECT_TRUE(
-      keyring.copyMatching("a", "x", [](std::string_view value) { EXPECT_EQ(value, "secret"); }));
+  const auto isSecret = [](std::string_view value) { EXPECT_EQ(value, "secret"); };
+  EXPECT_EQ(keyring.copyMatching("a", "x", isSecret), Lookup::found);
   EXPECT_TRUE(store.remove("a", "x"));
 
   session.setHanging(true);
   constexpr std::chrono::milliseconds impatient{20};
-  EXPECT_FALSE(LinuxSecretStore(folder.path(), impatient).add("a", "z", "secret"));
+  LinuxSecretStore hurried(folder.path(), impatient);
+  EXPECT_FALSE(hurried.add("a", "z", "secret"));
+  EXPECT_EQ(hurried.copyMatching("a", "z", isSecret), Lookup::unreadable);
   session.setHanging(false);
   EXPECT_FALSE(hasFiles(folder)) << "a keyring that hangs is a keyring";
 
   // What was kept in a file before there was a keyring is found, and forgotten, too.
   platform::posix::FileSecretStore(folder.path()).add("a", "y", "older");
-  EXPECT_TRUE(
-      store.copyMatching("a", "y", [](std::string_view value) { EXPECT_EQ(value, "older"); }));
+  const auto isOlder = [](std::string_view value) { EXPECT_EQ(value, "older"); };
+  EXPECT_EQ(store.copyMatching("a", "y", isOlder), Lookup::found);
   EXPECT_FALSE(store.add("a", "y", "newer"));
   EXPECT_TRUE(store.removeAll("a"));
-  EXPECT_FALSE(store.copyMatching("a", "y", [](std::string_view) {}));
+  EXPECT_EQ(store.copyMatching("a", "y", isOlder), Lookup::absent);
 }
 
 }  // namespace

@@ -24,8 +24,8 @@ class OwnServices : public platform::SecretStore {
            std::string_view value) override {
     return store_.add(own(service), account, value);
   }
-  bool copyMatching(const std::string& service, const std::string& account,
-                    const std::function<void(std::string_view value)>& take) override {
+  Lookup copyMatching(const std::string& service, const std::string& account,
+                      const std::function<void(std::string_view value)>& take) override {
     return store_.copyMatching(own(service), account, take);
   }
   bool remove(const std::string& service, const std::string& account) override {

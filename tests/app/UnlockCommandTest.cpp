@@ -1,6 +1,7 @@
 // `unlock` as a user meets it: the program itself on a simulated Mac.
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <string>
@@ -213,6 +214,13 @@ TEST(UnlockCommandTest, AsksWithoutEchoAndHelpsWithARecoveryPassword) {
     EXPECT_LT(base::displayWidth(row), OnTerminal::columns) << row << ": cannot be redrawn";
   }
   EXPECT_THAT(typed.shown, testing::Not(HasSubstr("530112")));
+}
+
+TEST(UnlockCommandTest, WithoutAnInputNothingIsTried) {
+  const std::string command =
+      std::string("exec '") + HALVERCINE_PROGRAM + "' --simulate=bitlocker --fast unlock disk4s3 ";
+  EXPECT_EQ(WEXITSTATUS(std::system((command + "<&- 2>/dev/null").c_str())), 1);
+  EXPECT_EQ(WEXITSTATUS(std::system((command + "</dev/null >/dev/null").c_str())), 0);
 }
 
 TEST(UnlockCommandTest, TheEndOfTheTerminalEndsTheControllerInOrder) {

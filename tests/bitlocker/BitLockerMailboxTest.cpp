@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <fcntl.h>
 #include <regex>
@@ -300,8 +301,9 @@ TEST(StatusTest, showsItsPartOfTheState) {
 
 TEST_F(BitLockerMailboxTest, aLookTakesNothingFromAnotherWriter) {
   const BitLockerMailbox other(containers, clock);
-  std::jthread looking([&](const std::stop_token& stop) {
-    while (!stop.stop_requested()) mailbox.pendingRequest(key);
+  std::atomic<bool> isDone = false;
+  std::thread looking([&] {
+    while (!isDone) mailbox.pendingRequest(key);
   });
   int lost = 0;
   for (int i = 0; i < 2000; ++i) {
@@ -309,6 +311,8 @@ TEST_F(BitLockerMailboxTest, aLookTakesNothingFromAnotherWriter) {
     if (!std::filesystem::exists(folder.path() / requestName)) ++lost;
     std::filesystem::remove(folder.path() / requestName);
   }
+  isDone = true;
+  looking.join();
   EXPECT_EQ(lost, 0);
 }
 

@@ -202,7 +202,8 @@ class RealShell {
     std::ofstream(folder_.path() / "script") << (writtenInstead.empty() ? script : writtenInstead);
     const auto command = withOwnTools(
         verifiedRun(script, (folder_.path() / "script").string(), privateFolder().string()));
-    return WEXITSTATUS(std::system(("{ " + command + "; } 2>/dev/null").c_str()));
+    const int status = std::system(("{ " + command + "; } 2>/dev/null").c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
 
   std::string calls() const { return contentOf(folder_.path() / "calls"); }

@@ -65,11 +65,9 @@ TEST(TimeoutGate, OneOfThreePassesAMillionTimes) {
       meeting.arrive_and_wait();
     }
   };
-  {
-    const std::jthread reply(race, 0);
-    const std::jthread error(race, 1);
-    const std::jthread limit(race, 2);
-  }
+  std::array<std::thread, 3> contenders;
+  for (std::size_t i = 0; i < contenders.size(); ++i) contenders[i] = std::thread(race, i);
+  for (auto& contender : contenders) contender.join();
   EXPECT_EQ(passed[0] + passed[1] + passed[2], static_cast<int>(rounds));
   EXPECT_EQ(invalidations, static_cast<int>(rounds));
   EXPECT_EQ(resumedTwice, 0);
@@ -116,13 +114,12 @@ TEST(TimeoutGate, MayBeCalledFromWithinItsOwnConnection) {
 TEST(XPOnceBox, DeliversOnceWhoeverCalls) {
   std::atomic<int> delivered = 0;
   const XPOnceBox<int> box([&](int) { ++delivered; });
-  {
-    const auto call = [box] {
-      for (int i = 0; i < 1000; ++i) box(i);
-    };
-    const std::jthread first(call);
-    const std::jthread second(call);
-  }
+  const auto call = [box] {
+    for (int i = 0; i < 1000; ++i) box(i);
+  };
+  std::thread other(call);
+  call();
+  other.join();
   EXPECT_EQ(delivered, 1);
 }
 

@@ -30,7 +30,7 @@ class PerformReregistrationTest : public tests::AsyncTest {
         return;
       }
       // As the system does it: on a thread of its own.
-      std::jthread([end = ends[(*next)++], ended = std::move(ended)] { ended(end); }).join();
+      std::thread([end = ends[(*next)++], ended = std::move(ended)] { ended(end); }).join();
     };
   }
 

@@ -1,12 +1,14 @@
 #include "platform/posix/inspectFile.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <sys/stat.h>
 
 namespace halvercine::platform::posix {
 namespace {
 
-constexpr mode_t permissionBits = 07777;
+// Wide enough for the facts: `mode_t` is narrower on some systems.
+constexpr std::uint32_t permissionBits = 07777;
 
 FileFacts::Kind kindOf(mode_t mode) {
   if (S_ISREG(mode)) return FileFacts::Kind::file;

@@ -122,7 +122,7 @@ void SimulatedBitLocker::look() {
   isLooking_ = false;
   for (const auto& [disk, volume] : volumes_) {
     if (!volume.state.unlock.takes || volume.timer != 0 || !hasRequest(volume)) continue;
-    later(disk, volume.state.unlock.takeAfter, [this, disk = disk] { take(disk); });
+    later(disk, volume.state.unlock.takeAfter, [this, name = disk] { take(name); });
   }
 }
 

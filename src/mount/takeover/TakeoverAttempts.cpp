@@ -9,8 +9,6 @@
 namespace halvercine::mount {
 namespace {
 
-using Kind = TakeoverEventKind;
-
 constexpr auto finishPause = std::chrono::milliseconds(10);
 constexpr auto finishPatience = std::chrono::seconds(5);
 
@@ -195,8 +193,8 @@ base::Task<void> TakeoverAttempts::finish() {
 base::Task<void> TakeoverAttempts::restoreAtTheEnd(std::string bsdName) {
   auto& clock = *context_.platform.clock;
   const auto name = takeover_.pending().at(bsdName).disk.name;
-  const auto patience = clock.uptime() + finishPatience;
-  while (takeover_.journal().isSomebodyWorking() && clock.uptime() < patience) {
+  const auto deadline = clock.uptime() + finishPatience;
+  while (takeover_.journal().isSomebodyWorking() && clock.uptime() < deadline) {
     co_await base::sleepFor(clock, finishPause);
   }
   bool isMounted = co_await takeover_.restore(bsdName, disks::MountAccess::readWrite);
@@ -206,16 +204,15 @@ base::Task<void> TakeoverAttempts::restoreAtTheEnd(std::string bsdName) {
   tell(isMounted ? Kind::restored : Kind::failed, bsdName, name);
 }
 
-void TakeoverAttempts::tell(TakeoverEventKind kind, const std::string& bsdName,
-                            const std::string& diskName, TakeoverEvent details) {
+void TakeoverAttempts::tell(Kind kind, const std::string& bsdName, const std::string& diskName,
+                            TakeoverEvent details) {
   details.kind = kind;
   details.bsdName = bsdName;
   details.diskName = diskName;
   events_.happened(details);
 }
 
-void TakeoverAttempts::tell(TakeoverEventKind kind, const TakeoverResult& result,
-                            TakeoverEvent details) {
+void TakeoverAttempts::tell(Kind kind, const TakeoverResult& result, TakeoverEvent details) {
   if (kind == Kind::failed) details.toolText = result.toolText;
   tell(kind, result.bsdName, result.diskName, std::move(details));
 }

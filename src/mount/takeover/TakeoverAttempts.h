@@ -53,6 +53,8 @@ class TakeoverAttempts {
   std::optional<MountReadinessTransition> readinessTransition() const { return transition_; }
 
  private:
+  using Kind = TakeoverEventKind;
+
   void begin(const std::string& bsdName, base::Task<void> attempt);
   void end(const std::string& bsdName);
   VolumeTakeover::Began whenBegun(const std::string& bsdName, std::string diskName);
@@ -64,9 +66,9 @@ class TakeoverAttempts {
   base::Task<void> restoreAtTheEnd(std::string bsdName);
   bool retryLater(const TakeoverResult& result);
   void keepWatching(const TakeoverResult& result);
-  void tell(TakeoverEventKind kind, const std::string& bsdName, const std::string& diskName,
+  void tell(Kind kind, const std::string& bsdName, const std::string& diskName,
             TakeoverEvent details = {});
-  void tell(TakeoverEventKind kind, const TakeoverResult& result, TakeoverEvent details = {});
+  void tell(Kind kind, const TakeoverResult& result, TakeoverEvent details = {});
 
   TakeoverContext context_;
   VolumeTakeover& takeover_;

@@ -97,7 +97,7 @@ base::Task<Answer> conclude(TakeoverParts& parts, mount::VolumeTakeover& takeove
       co_return report(context, disk.id, ExitStatus::done, "writable",
                        context.text("ui.takeover.done", std::vector<std::string>(1, name)));
     case MountVerdict::final:
-      co_return readOnly(context, disk, takeover.verdicts().at(result.identity->deviceID));
+      co_return readOnly(context, disk, takeover.verdicts().known().at(result.identity->deviceID));
     case MountVerdict::readOnly:
       co_return report(context, disk.id, ExitStatus::failed, "read-only",
                        context.text("ui.takeover.readonly"));
@@ -144,7 +144,7 @@ base::Task<Answer> takeOver(TakeoverParts& parts, mount::VolumeTakeover& takeove
                        context.text("ui.takeover.aborted"));
   }
   const auto* now = parts.monitor.find(disk.id);
-  co_return refusal(context, disk, now ? takeover.gateOf(*now) : mount::TakeoverGate());
+  co_return refusal(context, disk, now ? takeover.verdicts().gateOf(*now) : mount::TakeoverGate());
 }
 
 }  // namespace

@@ -4,6 +4,10 @@
 
 namespace halvercine::mount {
 
+MountRecoveryPolicy::QueuePlace MountRetryQueue::Entry::place(bool isRunning) const {
+  return {deviceID, isRunning ? count : count + 1, hasPendingRetry()};
+}
+
 const MountRetryQueue::Entry* MountRetryQueue::find(const std::string& bsdName,
                                                     std::uint64_t deviceId) const {
   const auto found = entries_.find(bsdName);
@@ -46,9 +50,7 @@ std::optional<MountRecoveryPolicy::QueuePlace> MountRetryQueue::place(const std:
                                                                       bool isRunning) const {
   const auto found = entries_.find(bsdName);
   if (found == entries_.end()) return std::nullopt;
-  const auto& entry = found->second;
-  const int attempt = isRunning ? entry.count : entry.count + 1;
-  return MountRecoveryPolicy::QueuePlace{entry.deviceID, attempt, entry.hasPendingRetry()};
+  return found->second.place(isRunning);
 }
 
 }  // namespace halvercine::mount

@@ -29,6 +29,11 @@ class MountRetryQueue {
     platform::Uptime nextAfter{};  ///< the earliest time of the next one; passed, if none is left
 
     bool hasPendingRetry() const { return count < MountRecoveryPolicy::attemptLimit; }
+
+    /// As the status line wants it. While a retry runs it tells the retry's number, else that of
+    /// the one to come.
+    MountRecoveryPolicy::QueuePlace place(bool isRunning) const;
+
     bool operator==(const Entry&) const = default;
   };
 
@@ -53,8 +58,7 @@ class MountRetryQueue {
 
   const std::map<std::string, Entry>& entries() const { return entries_; }
 
-  /// The place of a name in the queue as its status line wants it. While a retry runs it tells the
-  /// retry's number, else that of the one to come.
+  /// The place of the name's entry, whatever its device.
   std::optional<MountRecoveryPolicy::QueuePlace> place(const std::string& bsdName,
                                                        bool isRunning) const;
 

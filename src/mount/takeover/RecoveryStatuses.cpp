@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "mount/takeover/MountRetryQueue.h"
+
 namespace halvercine::mount {
 namespace {
 
@@ -51,10 +53,8 @@ std::optional<MountRecoveryPolicy::StatusLine> RecoveryStatuses::lineFor(
   const auto* retry = retryOf(bsdName, deviceId);
   if (!retry) return std::nullopt;
   const bool isWorking = isWorkingOn(deviceId);
-  const MountRecoveryPolicy::QueuePlace place{retry->deviceID,
-                                              isWorking ? retry->count : retry->count + 1,
-                                              retry->count < MountRecoveryPolicy::attemptLimit};
-  return MountRecoveryPolicy::recoveryStatus(deviceId, place, isWorking);
+  const MountRetryQueue::Entry entry{retry->deviceID, retry->count};
+  return MountRecoveryPolicy::recoveryStatus(deviceId, entry.place(isWorking), isWorking);
 }
 
 }  // namespace halvercine::mount

@@ -2,12 +2,8 @@
 
 #include <utility>
 
-#include <fmt/format.h>
-
 #include "base/sleepFor.h"
 #include "disks/DiskUtilityText.h"
-#include "mount/EnabledModules.h"
-#include "mount/MountAccessReportStore.h"
 
 namespace halvercine::mount {
 namespace {
@@ -38,7 +34,10 @@ struct VolumeTakeover::Run {
 };
 
 VolumeTakeover::VolumeTakeover(TakeoverContext context)
-    : context_(std::move(context)), journal_(context_.platform) {}
+    : context_(std::move(context)),
+      journal_(context_.platform),
+      verdicts_(context_.platform, context_.monitor),
+      failures_(context_.platform, context_.monitor) {}
 
 base::Task<TakeoverResult> VolumeTakeover::takeOver(std::string bsdName, Began began) {
   const auto run = std::make_shared<Run>();
@@ -127,7 +126,7 @@ SequenceFacts VolumeTakeover::factsFor(Run& run) {
   facts.deviceId = context_.monitor.deviceId(run.bsdName);
   if (const auto* disk = context_.monitor.find(run.bsdName)) {
     facts.isListed = true;
-    facts.gate = gateOf(*disk);
+    facts.gate = verdicts_.gateOf(*disk);
     if (facts.deviceId) facts.identity = identityOf(*disk, *facts.deviceId);
   }
   if (!holds_.contains(run.bsdName)) {
@@ -196,7 +195,7 @@ TakeoverResult VolumeTakeover::finished(Run& run, TakeoverEnd end) {
   if (end == TakeoverEnd::destructiveOperation) run.toolText = destructiveText;
   const bool isFailure = end == TakeoverEnd::mountFailed || end == TakeoverEnd::unmountFailed ||
                          end == TakeoverEnd::destructiveOperation;
-  if (isFailure && deviceId) recordFailure({run.bsdName, name, run.toolText}, *deviceId);
+  if (isFailure && deviceId) failures_.record({run.bsdName, name, run.toolText}, *deviceId);
   // What is mounted is kept in mind until it is known to be.
   const bool isUnsettled =
       leavesUnmounted(end) || isMountedEnd(end) || end == TakeoverEnd::coordinatorBusy;
@@ -210,25 +209,6 @@ void VolumeTakeover::drop(const std::string& bsdName) {
   if (dropped) journal_.settle(bsdName, dropped.mapped().identity.deviceID);
 }
 
-TakeoverGate VolumeTakeover::gateOf(const disks::Disk& disk) const {
-  TakeoverGate gate;
-  gate.isNtfs = disk.isNtfs();
-  gate.isMounted = disk.isMounted;
-  gate.isWritable = disk.isWritable;
-  if (!disk.isReadOnlyNtfs()) return gate;
-  const auto& platform = context_.platform;
-  if (const auto deviceId = context_.monitor.deviceId(disk.id)) {
-    gate.mediaWritable = mediaWritable(*platform.mediaRegistry, disk.id, *deviceId);
-    const auto verdict = verdicts_.find(*deviceId);
-    if (verdict != verdicts_.end()) gate.standingVerdict = verdict->second;
-  }
-  gate.isModuleAuthorized = isModuleAuthorized(*platform.containers);
-  const auto report =
-      loadMountAccessReport(ReportSources::of(platform), disk.id, Freshness::freshOnly);
-  if (report) gate.reason = report->reason;
-  return gate;
-}
-
 base::Task<MountVerdict> VolumeTakeover::confirm(TakeoverResult result,
                                                  std::function<bool()> mayWait) {
   auto& clock = *context_.platform.clock;
@@ -236,64 +216,15 @@ base::Task<MountVerdict> VolumeTakeover::confirm(TakeoverResult result,
   for (;;) {
     const bool isLast = clock.uptime() >= deadline || !mayWait();
     if (isLast) context_.monitor.refresh();
-    if (const auto verdict = verdictOn(result, isLast)) {
+    const auto verdict =
+        verdicts_.judge(result.bsdName, result.identity->deviceID, result.mountedAfter, isLast);
+    if (verdict) {
       if (*verdict != MountVerdict::unmounted) drop(result.bsdName);
       release(result.bsdName);
       co_return *verdict;
     }
     co_await base::sleepFor(clock, confirmationPause);
   }
-}
-
-/// Nothing while the answer may still come.
-std::optional<MountVerdict> VolumeTakeover::verdictOn(const TakeoverResult& result, bool isLast) {
-  const auto deviceId = context_.monitor.deviceId(result.bsdName);
-  if (deviceId != result.identity->deviceID) return MountVerdict::otherDevice;
-  const auto* disk = context_.monitor.find(result.bsdName);
-  if (!disk || !disk->isMounted) {
-    return isLast ? std::optional(MountVerdict::unmounted) : std::nullopt;
-  }
-  const auto report =
-      loadMountAccessReport(ReportSources::of(context_.platform), disk->id, Freshness::freshOnly);
-  const bool isReported =
-      report && report->timestamp >= platform::secondsSince1970(result.mountedAfter);
-  const bool claimsWritable = isReported && report->reason == ReadOnlyReason::readWrite;
-  if (disk->isWritable && (claimsWritable || isLast)) return MountVerdict::writable;
-  if (isReported && !claimsWritable && !disk->isWritable) {
-    const auto cause = gateOf(*disk).cause();
-    if (MountRecoveryPolicy::isRecoverable(cause)) return MountVerdict::readOnly;
-    verdicts_[*deviceId] = cause;
-    return MountVerdict::final;
-  }
-  return isLast ? std::optional(MountVerdict::readOnly) : std::nullopt;
-}
-
-void VolumeTakeover::recordFailure(const RemountFailure& failure, std::uint64_t deviceId) {
-  context_.platform.systemLog->write(
-      platform::LogLevel::error,
-      fmt::format("remount failure [{}] {} destructiveBusy={}", failure.id, failure.rawError,
-                  context_.monitor.destructiveBusy()));
-  lastFailure_ = failure;
-  failedDevice_ = deviceId;
-  journal_.update([&](JournalRecord& record) {
-    record.lastFailure = failure;
-    record.lastFailureDevice = deviceId;
-  });
-}
-
-void VolumeTakeover::restoreFailure(const JournalRecord& record) {
-  lastFailure_ = record.lastFailure;
-  failedDevice_ = record.lastFailureDevice;
-}
-
-void VolumeTakeover::clearFailure(std::uint64_t deviceId) {
-  if (!lastFailure_ || failedDevice_ != deviceId) return;
-  lastFailure_.reset();
-  failedDevice_.reset();
-  journal_.update([](JournalRecord& record) {
-    record.lastFailure.reset();
-    record.lastFailureDevice.reset();
-  });
 }
 
 void VolumeTakeover::addToLog(std::string_view category, std::string_view key,

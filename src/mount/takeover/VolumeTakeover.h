@@ -6,7 +6,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -16,6 +15,8 @@
 #include "disks/DiskMonitor.h"
 #include "disks/DiskUtility.h"
 #include "mount/takeover/DiskRemountCoordinator.h"
+#include "mount/takeover/MountVerdicts.h"
+#include "mount/takeover/RemountFailureStore.h"
 #include "mount/takeover/TakeoverJournal.h"
 #include "mount/takeover/TakeoverSequence.h"
 #include "platform/Platform.h"
@@ -55,15 +56,6 @@ struct TakeoverResult {
   std::string diskName;
   std::optional<SessionNtfsIdentity> identity;  ///< nothing when the gates were not passed
   platform::WallTime mountedAfter{};            ///< when the mount began
-};
-
-/// What a volume turned out to be after it was mounted again.
-enum class MountVerdict {
-  writable,
-  readOnly,     ///< another attempt may help
-  final,        ///< the module says why not, and another attempt cannot help
-  unmounted,    ///< it is not mounted after all, or not any more
-  otherDevice,  ///< another device has its name, or none
 };
 
 /// What the takeover needs of the rest of the program. All of it outlives the takeover.
@@ -116,24 +108,11 @@ class VolumeTakeover {
   /// By BSD name.
   const std::map<std::string, PendingRecovery>& pending() const { return pending_; }
 
-  /// The gate of a listed disk, as of now.
-  TakeoverGate gateOf(const disks::Disk& disk) const;
-
-  /// The final verdicts on mounted volumes, by device ID: they stand when the report of the mount
-  /// has gone stale.
-  std::map<std::uint64_t, ReadOnlyCause>& verdicts() { return verdicts_; }
-
   DiskRemountCoordinator& coordinator() { return coordinator_; }
   const TakeoverJournal& journal() const { return journal_; }
-
-  /// Records a failure to show: in the system log, and in the journal.
-  void recordFailure(const RemountFailure& failure, std::uint64_t deviceId);
-  const std::optional<RemountFailure>& lastRemountFailure() const { return lastFailure_; }
-  const std::optional<std::uint64_t>& failedDevice() const { return failedDevice_; }
-  void clearFailure(std::uint64_t deviceId);
-
-  /// Takes over what an earlier process has recorded.
-  void restoreFailure(const JournalRecord& record);
+  MountVerdicts& verdicts() { return verdicts_; }
+  RemountFailureStore& failures() { return failures_; }
+  const RemountFailureStore& failures() const { return failures_; }
 
   /// Adds the text of `key` with the volume's name to the operation log.
   void addToLog(std::string_view category, std::string_view key, const std::string& diskName,
@@ -155,7 +134,6 @@ class VolumeTakeover {
   bool issueTicket(Run& run);
   bool shareWorkingLock(Run& run);
   void release(const std::string& bsdName);
-  std::optional<MountVerdict> verdictOn(const TakeoverResult& result, bool isLast);
 
   TakeoverContext context_;
   TakeoverJournal journal_;
@@ -163,9 +141,8 @@ class VolumeTakeover {
   std::weak_ptr<base::FileLock> workingLock_;  // shared by the sequences that run
   std::map<std::string, PendingRecovery> pending_;
   std::map<std::string, Hold> holds_;  // by BSD name, until the verdict
-  std::map<std::uint64_t, ReadOnlyCause> verdicts_;
-  std::optional<RemountFailure> lastFailure_;
-  std::optional<std::uint64_t> failedDevice_;
+  MountVerdicts verdicts_;
+  RemountFailureStore failures_;
 };
 
 }  // namespace halvercine::mount

@@ -1,7 +1,10 @@
 #include "mount/EnabledModules.h"
 
 #include <algorithm>
+#include <chrono>
+#include <utility>
 
+#include "base/BoundedCalls.h"
 #include "base/PrivateFiles.h"
 #include "base/PropertyList.h"
 #include "base/Text.h"
@@ -55,9 +58,14 @@ std::vector<std::string> enabledModules(std::string_view propertyList) {
 std::optional<std::vector<std::string>> enabledModules(platform::Containers& containers) {
   const auto home = containers.home();
   if (!home) return std::nullopt;
-  const auto text = base::readRegularFile(*home / settingsFile, base::propertyListLimit);
-  if (!text) return std::nullopt;
-  return enabledModules(*text);
+  constexpr std::chrono::seconds patience{1};
+  static base::BoundedCalls<std::optional<std::string>> reads(patience);
+  const auto text = reads(*home / settingsFile, [](const std::string& path) {
+    auto read = base::readRegularFile(path, base::propertyListLimit);
+    return read ? std::optional(std::move(*read)) : std::nullopt;
+  });
+  if (!text || !*text) return std::nullopt;
+  return enabledModules(**text);
 }
 
 bool isModuleAuthorized(platform::Containers& containers) {

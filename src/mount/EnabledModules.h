@@ -18,8 +18,8 @@ namespace halvercine::mount {
 /// system's own business and may grow states.
 std::vector<std::string> enabledModules(std::string_view propertyList);
 
-/// The same for the user's own settings file; nothing when there is none that can be read. Any
-/// thread.
+/// The same for the user's own settings file; nothing when there is none that can be read now. The
+/// system asks the user before it lets the file be read, which nobody waits for. Any thread.
 std::optional<std::vector<std::string>> enabledModules(platform::Containers& containers);
 
 /// The identifier of this product's file-system module.

@@ -46,9 +46,9 @@ class RecordingTransport : public platform::HelperTransport {
     platform::HelperProxy* remoteObject(std::function<void(SystemError)>) override { return this; }
     void send(const platform::HelperMessage& message,
               std::function<void(const platform::HelperReply&)> replied) override {
-      auto& sent = transport_.sent.emplace_back(Sent{message.selector, {}});
+      auto& noted = transport_.sent.emplace_back(Sent{message.selector, {}});
       for (const auto& argument : message.arguments) {
-        sent.arguments.push_back(std::visit(Spelled(), argument));
+        noted.arguments.push_back(std::visit(Spelled(), argument));
       }
       if (!transport_.isSilent) std::thread([&] { replied(transport_.reply); }).join();
     }

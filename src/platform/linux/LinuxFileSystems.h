@@ -5,9 +5,9 @@
 #include <optional>
 #include <sys/statvfs.h>
 
+#include "base/BoundedCalls.h"
 #include "platform/FileSystems.h"
 #include "platform/linux/Storage.h"
-#include "platform/posix/BoundedCalls.h"
 
 namespace halvercine::platform::gnulinux {
 
@@ -25,7 +25,7 @@ class LinuxFileSystems : public FileSystems {
   void putMount(FileSystemStatistics& statistics, const Mount& mount) const;
 
   std::shared_ptr<Storage> storage_;
-  posix::BoundedCalls<std::optional<struct statvfs>> boundedCalls_;
+  base::BoundedCalls<std::optional<struct statvfs>> boundedCalls_;
 };
 
 }  // namespace halvercine::platform::gnulinux

@@ -6,8 +6,8 @@
 #include <string>
 #include <sys/mount.h>
 
+#include "base/BoundedCalls.h"
 #include "platform/FileSystems.h"
-#include "platform/posix/BoundedCalls.h"
 
 namespace halvercine::platform::macos {
 
@@ -18,11 +18,11 @@ class MacFileSystems : public FileSystems {
   VolumeResourceValues resourceValues(const std::string& path) override;
 
  private:
-  posix::BoundedCalls<std::optional<struct statfs>> statistics_;
+  base::BoundedCalls<std::optional<struct statfs>> statistics_;
   // Apart: the capacity for important use can take long.
-  posix::BoundedCalls<std::optional<std::int64_t>> importantUsageCapacity_;
-  posix::BoundedCalls<std::optional<std::int64_t>> capacity_;
-  posix::BoundedCalls<std::optional<std::string>> name_;
+  base::BoundedCalls<std::optional<std::int64_t>> importantUsageCapacity_;
+  base::BoundedCalls<std::optional<std::int64_t>> capacity_;
+  base::BoundedCalls<std::optional<std::string>> name_;
 };
 
 }  // namespace halvercine::platform::macos

@@ -1,4 +1,4 @@
-#include "platform/posix/BoundedCalls.h"
+#include "base/BoundedCalls.h"
 
 #include <atomic>
 #include <chrono>
@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-namespace halvercine::platform::posix {
+namespace halvercine::base {
 namespace {
 
 TEST(BoundedCalls, AStuckCallKeepsNobodyAndIsNotRepeated) {
@@ -37,4 +37,4 @@ TEST(BoundedCalls, AStuckCallKeepsNobodyAndIsNotRepeated) {
 }
 
 }  // namespace
-}  // namespace halvercine::platform::posix
+}  // namespace halvercine::base

@@ -1,4 +1,4 @@
-// Calls into file systems whose server may not answer.
+// Calls about files that may not come back.
 #pragma once
 
 #include <chrono>
@@ -12,9 +12,10 @@
 #include <thread>
 #include <utility>
 
-namespace halvercine::platform::posix {
+namespace halvercine::base {
 
-/// A mount that is served by a process hangs when the process does. A call about a path goes on in
+/// A mount that is served by a process hangs when the process does, and macOS holds a program that
+/// reads the files of another one until the user has allowed it. A call about a path goes on in
 /// a thread of its own, nobody waits for it longer than a moment, and the path is not asked again
 /// until it has come back. Any thread; callers of one path share a call.
 template <class Answer>
@@ -80,4 +81,4 @@ class BoundedCalls {
   std::shared_ptr<Calls> calls_ = std::make_shared<Calls>();  // outlived by abandoned calls
 };
 
-}  // namespace halvercine::platform::posix
+}  // namespace halvercine::base

@@ -7,7 +7,7 @@ namespace halvercine::platform::posix {
 
 void fillClosedStandardStreams() {
   // In this order a new file gets the number that is missing.
-  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
     if (::fcntl(stream, F_GETFD) >= 0) continue;
     ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
   }

@@ -36,7 +36,7 @@ void speedTestLoop(benchmark::State& state) {
   std::uint64_t operations = 0;
   for (auto _ : state) {
     const speedtest::SpeedWindow window{clock.uptime(), {}, std::chrono::milliseconds(5)};
-    work.counters.reset(true, window.begin);
+    work.counters.reset(true);
     speedtest::measureSlice(work, cell, window, 0);
     operations += work.counters.ops();
     if (work.counters.latenciesCapped()) state.SkipWithError("more operations than samples");

@@ -72,6 +72,7 @@ boost::json::object speedReportJson(const CommandContext& context, const SpeedRe
   json["tier"] = boost::describe::enum_to_string(context.options.tier, "");
   json["fileSize"] = report.plan.fileSize;
   json["bytesWritten"] = runner.bytesWritten();
+  json["fileLeft"] = runner.isFileLeft();
   if (runner.isUncached()) json["uncached"] = *runner.isUncached();
   if (runner.environment()) json["environment"] = environmentJson(*runner.environment());
   json["results"] = base::toJson(runner.results());

@@ -178,7 +178,7 @@ Answer speedtestCommand(const CommandContext& context, Machine& machine) {
     auto read = readEarlierSpeed(*file);
     if (!read) {
       return failure(context.options, ExitStatus::usage, "comparison-unreadable",
-                     base::displayText(*file) + ": " + base::displayText(read.error()));
+                     read.error().in(context.localization));
     }
     earlier = std::move(*read);
   }

@@ -101,7 +101,7 @@ std::optional<std::int64_t> capacityOf(const platform::VolumeResourceValues& val
 }
 
 std::optional<std::int64_t> capacityOf(const platform::FileSystemStatistics& statistics) {
-  if (!statistics.knowsSizes()) return std::nullopt;
+  if (statistics.blockSize == 0) return std::nullopt;  // no answer in time
   std::int64_t bytes = 0;
   if (__builtin_mul_overflow(statistics.availableBlocks, statistics.blockSize, &bytes)) {
     return std::numeric_limits<std::int64_t>::max();

@@ -12,12 +12,9 @@ struct FileSystemStatistics {
   std::string mountedFrom;            ///< such as "/dev/disk4s1", or a URL for some drivers
   std::string typeName;               ///< such as "ntfs", "exfat", "apfs"
   bool readOnly = false;              ///< the MNT_RDONLY flag
-  std::uint64_t blockSize = 0;        ///< bytes; 0 when the sizes are not known
+  std::uint64_t blockSize = 0;        ///< bytes; 0: sizes unknown (no answer in time)
   std::uint64_t blocks = 0;           ///< of `blockSize`
   std::uint64_t availableBlocks = 0;  ///< of `blockSize`, for an ordinary user
-
-  /// False when the file system's server has not answered in time: the rest is the kernel's word.
-  bool knowsSizes() const { return blockSize != 0; }
 };
 
 /// Resource values of a volume (NSURL…Key); a value that the system does not give is absent.

@@ -26,7 +26,7 @@ constexpr int mostLooks = 10;
 std::optional<std::uint64_t> freeSpace(platform::FileSystems& fileSystems,
                                        const std::string& folder) {
   const auto statistics = fileSystems.statistics(folder);
-  if (statistics && statistics->knowsSizes()) {
+  if (statistics && statistics->blockSize != 0) {
     return statistics->availableBlocks * statistics->blockSize;
   }
   const auto capacity = fileSystems.resourceValues(folder).availableCapacityForImportantUsage;

@@ -437,7 +437,7 @@ TEST(SpeedTestRunnerTest, NothingIsWrittenToAnotherVolume) {
 /// Another clock, of whose timers each third one is late.
 class LateClock : public platform::Clock {
  public:
-  explicit LateClock(std::shared_ptr<platform::Clock> clock) : clock_(std::move(clock)) {}
+  explicit LateClock(std::unique_ptr<platform::Clock> clock) : clock_(std::move(clock)) {}
 
   platform::WallTime now() const override { return clock_->now(); }
   platform::Uptime uptime() const override { return clock_->uptime(); }
@@ -447,13 +447,13 @@ class LateClock : public platform::Clock {
   void cancel(platform::TimerId timer) override { clock_->cancel(timer); }
 
  private:
-  std::shared_ptr<platform::Clock> clock_;
+  std::unique_ptr<platform::Clock> clock_;
   int timers_ = 0;
 };
 
 TEST(SpeedTestRunnerTest, ALateBeatOfTheClockMakesNoPointOfItsOwn) {
   Bench bench(R"({"write": [{"us": 10000, "usPerMiB": 0}]})");
-  bench.platform.clock = std::make_shared<LateClock>(bench.platform.clock);
+  bench.platform.clock = std::make_unique<LateClock>(std::move(bench.platform.clock));
   SpeedTestRunner runner(bench.actor, bench.platform);
   runner.start("/Volumes/DATA", {16 * mebibyte, 0s, 3s, 10ms, 10ms});
   bench.actor.runUntil([&runner] { return !runner.isRunning(); });

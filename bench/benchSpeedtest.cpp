@@ -1,10 +1,10 @@
 // What the speed test's own loop costs, on a file that does nothing, beside reading the clock; and
 // its workers together, beside a lock that each takes once for an operation.
-#include <benchmark/benchmark.h>
-
 #include <mutex>
 #include <thread>
 #include <vector>
+
+#include <benchmark/benchmark.h>
 
 #include "base/MainActor.h"
 #include "platform/posix/AsioClock.h"

@@ -47,7 +47,9 @@ class Cells {
 
   bool fill() {
     work_.counters.reset(false);
-    run(1, [this](std::size_t worker) { speedtest::fillSlice(work_, speedtest::mebibyte, 1, worker); });
+    run(1, [this](std::size_t worker) {
+      speedtest::fillSlice(work_, speedtest::mebibyte, 1, worker);
+    });
     return work_.counters.transferred() == work_.fileSize;
   }
 

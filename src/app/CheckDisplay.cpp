@@ -37,10 +37,7 @@ std::string durationText(std::chrono::seconds duration) {
 }
 
 CheckDisplay::CheckDisplay(const CommandContext& context, const check::CheckSession& session)
-    : context_(context),
-      session_(session),
-      line_(context.options.noColor),
-      state_(stateNow()) {}
+    : context_(context), session_(session), line_(context.options.noColor), state_(stateNow()) {}
 
 void CheckDisplay::update() {
   if (hasEnded_) return;

@@ -58,7 +58,8 @@ Answer noTarget(const CommandContext& context, std::errc error) {
 /// that are no part of the kernel write, such as "ntfs://disk4s1/DATA".
 bool namesDevice(std::string_view mountedFrom, std::string_view bsdName) {
   const auto isPartOfName = [&](std::size_t index) {
-    return index < mountedFrom.size() && std::isalnum(static_cast<unsigned char>(mountedFrom[index]));
+    return index < mountedFrom.size() &&
+           std::isalnum(static_cast<unsigned char>(mountedFrom[index]));
   };
   for (auto at = mountedFrom.find(bsdName); at != std::string_view::npos;
        at = mountedFrom.find(bsdName, at + 1)) {
@@ -113,8 +114,7 @@ std::expected<SpeedTestTarget, Answer> findSpeedTestTarget(const CommandContext&
     if (!target.view) target.view = viewOf(*views, statistics->mountedFrom);
     // Another file system over the mount point would be measured in its place.
     if (selected && !namesDevice(statistics->mountedFrom, target.view->disk.id)) {
-      return std::unexpected(
-          notMounted(context, target.view->disk, "ui.speedtest.target.covered"));
+      return std::unexpected(notMounted(context, target.view->disk, "ui.speedtest.target.covered"));
     }
   }
   return target;

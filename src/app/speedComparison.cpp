@@ -70,8 +70,9 @@ std::expected<EarlierSpeed, base::LocalizedText> readEarlierSpeed(const std::str
   };
   const auto text = readUserFile(path, sizeLimit);
   if (!text) {
-    return std::unexpected(base::LocalizedText{
-        "ui.speedtest.compare.unreadable", {base::displayText(path), base::displayText(text.error())}});
+    return std::unexpected(
+        base::LocalizedText{"ui.speedtest.compare.unreadable",
+                            {base::displayText(path), base::displayText(text.error())}});
   }
   if (isOfSpeedtest(base::decodeJson<UnfinishedDocument>(*text))) {
     return refused("ui.speedtest.compare.unfinished");

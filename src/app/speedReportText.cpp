@@ -35,10 +35,9 @@ std::string heading(const CommandContext& context, const SpeedReport& report) {
 
 std::string tierLine(const CommandContext& context) {
   const std::string tier = boost::describe::enum_to_string(context.options.tier, "");
-  return wrappedLines(
-      context.text("ui.speedtest.tier", {context.text("speed.tier." + tier),
-                                         context.text("speed.tier.hint." + tier)}),
-      context.terminal, 0);
+  return wrappedLines(context.text("ui.speedtest.tier", {context.text("speed.tier." + tier),
+                                                         context.text("speed.tier.hint." + tier)}),
+                      context.terminal, 0);
 }
 
 std::string change(double now, double earlier) {

@@ -53,7 +53,8 @@ class SpeedCounters {
       }
     }
     // Stored once: each store would take the line from all the others.
-    if (capacity_ > 0 && !latenciesCapped()) latenciesCapped_.store(true, std::memory_order_relaxed);
+    if (capacity_ > 0 && !latenciesCapped())
+      latenciesCapped_.store(true, std::memory_order_relaxed);
   }
 
   std::vector<std::unique_ptr<Lane>> lanes_;

@@ -47,9 +47,8 @@ SpeedTestFailure SpeedTestFailure::openFailed(int error) {
 }
 
 SpeedTestFailure SpeedTestFailure::ioFailed(int error) {
-  return {"io-failed:" + std::to_string(error),
-          {"speed.error.io.fmt", {}, {errorText(error)}},
-          error};
+  return {
+      "io-failed:" + std::to_string(error), {"speed.error.io.fmt", {}, {errorText(error)}}, error};
 }
 
 SpeedTestFailure SpeedTestFailure::generic() {

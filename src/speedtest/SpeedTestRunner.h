@@ -40,8 +40,8 @@ class SpeedTestRunner {
   SpeedTestRunner& operator=(const SpeedTestRunner&) = delete;
 
   /// Measures the volume that `folder` is on, with a test file in that folder. False when a run is
-  /// under way. `mountedFrom`, unless it is empty, is what the volume has to be mounted from, as the
-  /// statistics of its file system say it: nothing is written when another one is there.
+  /// under way. `mountedFrom`, unless it is empty, is what the volume has to be mounted from, as
+  /// the statistics of its file system say it: nothing is written when another one is there.
   bool start(std::string folder, SpeedPlan plan, std::string mountedFrom = "");
 
   /// Asks for the end: each worker ends after the operation that it is in. The results so far stay.

@@ -139,9 +139,10 @@ TEST(SpeedtestCommandTest, WhatIsMountedOverADiskIsNotMeasuredForIt) {
   const std::pair<const char*, int> rows[] = {
       {"tmpfs", 1}, {"/dev/disk4s11", 1}, {"/dev/disk4s1", 0}, {"ntfs://disk4s1/DATA", 0}};
   for (const auto& [from, status] : rows) {
-    const auto scenario = folder.write("scenario.json", R"({"format": 1, "devices": [{"disk": "disk4",
+    const auto scenario =
+        folder.write("scenario.json", R"({"format": 1, "devices": [{"disk": "disk4",
         "volumes": [{"disk": "disk4s1", "name": "DATA", "kind": "ntfs", "mount": {"from": ")" +
-                                                             std::string(from) + R"("}}]}]})");
+                                          std::string(from) + R"("}}]}]})");
     const auto run = tests::runProgram({"--simulate=" + scenario.string(), "--fast", "speedtest",
                                         "disk4s1", "--tier", "fast", "--json"});
     EXPECT_EQ(run.status, status) << from << run.output;

@@ -45,7 +45,8 @@ TEST(SpeedCountersTest, NothingMeasuredIsNoRate) {
   counters.reset(true);
   counters.lane(0).pass(4096);  // in the warm-up
   EXPECT_EQ(counters.transferred(), 4096u);
-  EXPECT_EQ(counters.result(cell, microseconds(10)), (SpeedCellResult{cell.profile, cell.direction, 0, 0, 0, {}}));
+  EXPECT_EQ(counters.result(cell, microseconds(10)),
+            (SpeedCellResult{cell.profile, cell.direction, 0, 0, 0, {}}));
   counters.reset(false);
   counters.lane(0).record(1'000'000, microseconds(10));  // 1 ms is the least that counts
   const auto result = counters.result(cell, microseconds(10));

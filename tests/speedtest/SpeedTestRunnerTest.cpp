@@ -106,7 +106,8 @@ TEST(SpeedTestRunnerTest, TheWaitForTheLastOperationsIsNotMeasured) {
   queue.run({16 * mebibyte, 0s, 10ms, 2s, 10ms});
   EXPECT_NEAR(queue.runner.results().at(1).iops, 4 / 0.019, 4 / 2.0 + 1);
   // One that hangs for half a minute: nothing ends behind it in the window of 1 s.
-  Bench hanging(R"({"read": [{"us": 10000, "usPerMiB": 0}, {"fromGiB": 0.03125, "us": 30000000}]})");
+  Bench hanging(
+      R"({"read": [{"us": 10000, "usPerMiB": 0}, {"fromGiB": 0.03125, "us": 30000000}]})");
   hanging.run({16 * mebibyte, 0s, 10ms, 1s, 10ms});
   EXPECT_NEAR(hanging.runner.results().at(1).iops, 32, 1);
 }
@@ -260,9 +261,9 @@ class HookedFiles : public platform::UncachedFiles {
 
   std::function<void()> created;  ///< on the background thread, with the file there
   std::function<std::size_t(std::uint64_t offset, std::size_t size)> written;  ///< bytes taken
-  std::function<void()> removing;                ///< on the background thread
-  std::function<void()> closing;                 ///< when the last owner lets it go
-  bool isMemoryShort = false;  ///< once the file is there
+  std::function<void()> removing;  ///< on the background thread
+  std::function<void()> closing;   ///< when the last owner lets it go
+  bool isMemoryShort = false;      ///< once the file is there
   int flushes = 0;
 
  private:
@@ -345,9 +346,9 @@ TEST(SpeedTestRunnerTest, WhatWasFoundStaysWhileTheFileIsDeleted) {
     const char* storage;
     std::optional<SpeedTestFailure> failure;
   };
-  for (const auto& row :
-       {Row{R"({"write": [{"us": 10000}]})", {}},
-        Row{R"({"writeError": "EIO", "writeErrorAfterMiB": 8})", SpeedTestFailure::ioFailed(EIO)}}) {
+  for (const auto& row : {Row{R"({"write": [{"us": 10000}]})", {}},
+                          Row{R"({"writeError": "EIO", "writeErrorAfterMiB": 8})",
+                              SpeedTestFailure::ioFailed(EIO)}}) {
     for (const bool isAbandoned : {true, false}) {
       HookedBench bench(row.storage);
       bool isRemoving = false;

@@ -9,8 +9,8 @@ namespace halvercine::platform::gnulinux {
 namespace {
 
 TEST(LinuxSleepAssertionsTest, NoneWithoutLogindAndNoChildAfterwards) {
-  const bool isThere = ::access("/usr/bin/systemd-inhibit", X_OK) == 0 &&
-                       ::access("/run/systemd/system", F_OK) == 0;
+  const bool isThere =
+      ::access("/usr/bin/systemd-inhibit", X_OK) == 0 && ::access("/run/systemd/system", F_OK) == 0;
   auto assertion = LinuxSleepAssertions().take("PreventUserIdleSystemSleep", "Test");
   EXPECT_EQ(assertion != nullptr, isThere);
   assertion.reset();

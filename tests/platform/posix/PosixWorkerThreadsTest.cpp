@@ -19,8 +19,9 @@ struct Run {
   bool hasFailed = false;
 };
 
-Run run(base::MainActor& actor, std::size_t count,
-        const std::function<void(std::size_t)>& work = [](std::size_t) {}) {
+Run run(
+    base::MainActor& actor, std::size_t count,
+    const std::function<void(std::size_t)>& work = [](std::size_t) {}) {
   PosixWorkerThreads threads(actor);
   std::atomic<std::size_t> begun = 0;
   std::exception_ptr failure;

@@ -38,8 +38,7 @@ struct SpeedWork {
 struct SpeedWindow {
   platform::Uptime begin{};
   platform::Uptime warmup{};  ///< from the beginning; what ends within is not measured
-  platform::Uptime
-      length{};  ///< from the beginning, warm-up included; likewise what ends behind it
+  platform::Uptime length{};  ///< from the beginning, warm-up included; nor what ends later
 
   /// For how long the cell has been measured when its workers ended at `now`.
   platform::Uptime measured(platform::Uptime now) const {

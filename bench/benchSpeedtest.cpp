@@ -1,4 +1,9 @@
-// What the speed test's own loop costs, on a file that does nothing, beside reading the clock.
+// What the speed test's own loop costs, on a file that does nothing, beside reading the clock; and
+// its workers together, beside a lock that each takes once for an operation.
+#include <mutex>
+#include <thread>
+#include <vector>
+
 #include <benchmark/benchmark.h>
 
 #include "base/MainActor.h"
@@ -23,6 +28,22 @@ class IdleFile : public platform::UncachedFile {
   int remove() override { return 0; }
 };
 
+/// What counting under a lock would add, without the counting.
+class LockedFile : public IdleFile {
+ public:
+  std::int64_t read(std::span<std::byte> buffer, std::uint64_t offset) override {
+    const std::lock_guard lock(mutex_);
+    return IdleFile::read(buffer, offset);
+  }
+  std::int64_t write(std::span<const std::byte> data, std::uint64_t offset) override {
+    const std::lock_guard lock(mutex_);
+    return IdleFile::write(data, offset);
+  }
+
+ private:
+  std::mutex mutex_;
+};
+
 /// One worker of a cell. The window is short enough for every operation to leave a sample.
 void speedTestLoop(benchmark::State& state) {
   using speedtest::SpeedCell;
@@ -36,10 +57,36 @@ void speedTestLoop(benchmark::State& state) {
   std::uint64_t operations = 0;
   for (auto _ : state) {
     const speedtest::SpeedWindow window{clock.uptime(), {}, std::chrono::milliseconds(5)};
-    work.counters.reset(true, window.begin);
+    work.counters.reset(true);
     speedtest::measureSlice(work, cell, window, 0);
     operations += work.counters.ops();
     if (work.counters.latenciesCapped()) state.SkipWithError("more operations than samples");
+  }
+  state.counters["operation"] = benchmark::Counter(
+      static_cast<double>(operations), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+/// All workers of a cell, far beyond the samples that are kept.
+template <class File>
+void speedTestWorkers(benchmark::State& state) {
+  const speedtest::SpeedCell cell{
+      state.range(0) == 8 ? speedtest::SpeedProfile::seq1mQ8 : speedtest::SpeedProfile::rnd4kQ32,
+      speedtest::SpeedDirection::read};
+  const auto workers = speedtest::accessPattern(cell.profile).queueDepth;
+  base::MainActor actor;
+  platform::posix::AsioClock clock(actor);
+  speedtest::SpeedWork work(clock, std::make_unique<File>(), 512ULL << 20U);
+  std::uint64_t operations = 0;
+  for (auto _ : state) {
+    const speedtest::SpeedWindow window{clock.uptime(), {}, std::chrono::milliseconds(200)};
+    work.counters.reset(true);
+    std::vector<std::thread> threads;
+    threads.reserve(workers);
+    for (std::size_t worker = 0; worker < workers; ++worker) {
+      threads.emplace_back([&, worker] { speedtest::measureSlice(work, cell, window, worker); });
+    }
+    for (auto& thread : threads) thread.join();
+    operations += work.counters.ops();
   }
   state.counters["operation"] = benchmark::Counter(
       static_cast<double>(operations), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
@@ -56,5 +103,17 @@ void readingTheClockTwice(benchmark::State& state) {
 
 BENCHMARK(readingTheClockTwice);
 BENCHMARK(speedTestLoop)->ArgName("random")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(speedTestWorkers<IdleFile>)
+    ->ArgName("workers")
+    ->Arg(8)
+    ->Arg(32)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(speedTestWorkers<LockedFile>)
+    ->ArgName("workers")
+    ->Arg(8)
+    ->Arg(32)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -47,7 +47,9 @@ class Cells {
 
   bool fill() {
     work_.counters.reset(false);
-    run(1, [this](std::size_t worker) { speedtest::fillSlice(work_, 1'048'576, 1, worker); });
+    run(1, [this](std::size_t worker) {
+      speedtest::fillSlice(work_, speedtest::mebibyte, 1, worker);
+    });
     return work_.counters.transferred() == work_.fileSize;
   }
 
@@ -55,14 +57,15 @@ class Cells {
     const auto pattern = speedtest::accessPattern(cell.profile);
     const auto before = processorSeconds();
     const speedtest::SpeedWindow when{clock_.uptime(), duration(warmup), duration(window)};
-    work_.counters.reset(true, when.begin);
+    work_.counters.reset(true);
     run(pattern.queueDepth,
         [&](std::size_t worker) { speedtest::measureSlice(work_, cell, when, worker); });
+    const auto measured = when.measured(clock_.uptime());
     const auto operations =
         static_cast<double>(work_.counters.transferred()) / static_cast<double>(pattern.blockSize);
     const auto processor = (processorSeconds() - before) * 1e6 / operations;
     // More operations than samples are kept leave no percentile; the engine says so too.
-    const auto result = work_.counters.result(cell);
+    const auto result = work_.counters.result(cell, measured);
     std::printf("%.3f %.1f %.3f %.3f %.4f\n", result.mbps, result.iops, result.avgLatencyUs,
                 result.p99LatencyUs.value_or(-1), processor);
     std::fflush(stdout);

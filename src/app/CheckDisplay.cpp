@@ -1,8 +1,6 @@
 #include "app/CheckDisplay.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdio>
 #include <utility>
 
 #include <boost/json/object.hpp>
@@ -10,23 +8,16 @@
 
 #include "app/Answer.h"
 #include "base/Json.h"
-#include "base/Text.h"
 
 namespace halvercine::app {
 namespace {
 
-constexpr std::size_t barColumns = 20;
 constexpr std::uint32_t lastStage = 4;
 
 /// The done part of the stage, 0 to 1.
 double partOf(const check::CheckProgressSnapshot& frame) {
   if (frame.total == 0) return 0;
   return std::min(1.0, static_cast<double>(frame.scanned) / static_cast<double>(frame.total));
-}
-
-std::string bar(double part) {
-  const auto filled = static_cast<std::size_t>(std::floor(part * barColumns));
-  return "[" + std::string(filled, '#') + std::string(barColumns - filled, '.') + "]";
 }
 
 std::string stageKey(std::uint32_t stage) {
@@ -45,23 +36,8 @@ std::string durationText(std::chrono::seconds duration) {
   return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
 }
 
-std::string fittingLine(const std::vector<std::string>& pieces, std::size_t columns) {
-  std::string line;
-  for (const auto& piece : pieces) {
-    auto longer = line;
-    if (!line.empty()) longer += "  ";
-    longer += piece;
-    if (!line.empty() && columns > 0 && base::displayWidth(longer) >= columns) break;
-    line = std::move(longer);
-  }
-  return line;
-}
-
 CheckDisplay::CheckDisplay(const CommandContext& context, const check::CheckSession& session)
-    : context_(context),
-      session_(session),
-      terminal_(Terminal::forErrors(context.options.noColor)),
-      state_(stateNow()) {}
+    : context_(context), session_(session), line_(context.options.noColor), state_(stateNow()) {}
 
 void CheckDisplay::update() {
   if (hasEnded_) return;
@@ -120,18 +96,14 @@ void CheckDisplay::printFrame() {
 }
 
 void CheckDisplay::say(const std::string& line) {
-  clear();
+  line_.clear();
   writeDiagnostic("halvercine: " + line);
   if (!context_.options.json) draw();
 }
 
 void CheckDisplay::draw() {
-  if (!terminal_.redraws() || hasEnded_ || session_.outcome()) return;
-  auto text = progressText();
-  if (text == drawn_) return;
-  std::fputs(("\r\x1b[K" + text).c_str(), stderr);
-  std::fflush(stderr);
-  drawn_ = std::move(text);
+  if (!line_.isShown() || hasEnded_ || session_.outcome()) return;
+  line_.draw(progressText());
 }
 
 std::string CheckDisplay::progressText() const {
@@ -139,11 +111,11 @@ std::string CheckDisplay::progressText() const {
   if (!frame) {
     const bool isDirect = session_.path() == check::CheckSession::Path::direct;
     return fittingLine({context_.text(isDirect ? "ui.check.direct" : "ui.check.waiting")},
-                       terminal_.columns());
+                       line_.columns());
   }
   const auto part = partOf(*frame);
-  std::vector<std::string> pieces{context_.text(stageKey(frame->stage)), bar(part),
-                                  fmt::format("{:3.0f} %", std::floor(part * 100))};
+  std::vector<std::string> pieces{context_.text(stageKey(frame->stage)), progressBar(part),
+                                  percentText(part)};
   if (session_.isPaused()) pieces.push_back(context_.text("ui.check.paused"));
   if (const auto left = session_.rate().timeLeft()) {
     pieces.push_back(context_.text("ui.check.timeleft", {durationText(*left)}));
@@ -151,17 +123,12 @@ std::string CheckDisplay::progressText() const {
   if (const auto rate = session_.rate().unitsPerSecond()) {
     pieces.push_back(context_.text("ui.check.speed", {fmt::format("{:.0f}", *rate)}));
   }
-  return fittingLine(pieces, terminal_.columns());
+  return fittingLine(pieces, line_.columns());
 }
 
 void CheckDisplay::end() {
-  clear();
+  line_.clear();
   hasEnded_ = true;
-}
-
-void CheckDisplay::clear() {
-  if (!drawn_.empty()) std::fputs("\r\x1b[K", stderr);
-  drawn_.clear();
 }
 
 }  // namespace halvercine::app

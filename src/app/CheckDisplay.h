@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "app/Terminal.h"
+#include "app/ProgressLine.h"
 #include "app/commands.h"
 #include "check/CheckSession.h"
 
@@ -45,24 +45,19 @@ class CheckDisplay {
   void printEvent(boost::json::object event);
   void printFrame();
   void draw();
-  void clear();
   std::string progressText() const;
 
   const CommandContext& context_;
   const check::CheckSession& session_;
-  Terminal terminal_;
+  ProgressLine line_;
   State state_;
   std::optional<check::CheckProgressSnapshot> frame_;  // the last that was printed
   bool isFirst_ = true;
-  std::string drawn_;  // what stands in the line of the progress
   bool hasEnded_ = false;
   bool nobodyListens_ = false;
 };
 
 /// A time for people: "0:07", "12:30", "3:05:00".
 std::string durationText(std::chrono::seconds duration);
-
-/// The first of the pieces that fit side by side into so many columns (0 for any), at least one.
-std::string fittingLine(const std::vector<std::string>& pieces, std::size_t columns);
 
 }  // namespace halvercine::app

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "app/Terminal.h"
+#include "app/ProgressLine.h"
 #include "app/commands.h"
 #include "speedtest/SpeedTestRunner.h"
 
@@ -25,12 +25,10 @@ class SpeedTestDisplay {
 
  private:
   std::string progressText() const;
-  void clear();
 
   const CommandContext& context_;
   const speedtest::SpeedTestRunner& runner_;
-  Terminal terminal_;
-  std::string drawn_;
+  ProgressLine line_;
   bool hasEnded_ = false;
 };
 

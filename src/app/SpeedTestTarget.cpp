@@ -1,5 +1,6 @@
 #include "app/SpeedTestTarget.h"
 
+#include <cctype>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -53,11 +54,30 @@ Answer noTarget(const CommandContext& context, std::errc error) {
       "disk-not-found", context.text(reasonKey(error), {base::displayText(context.options.disk)}));
 }
 
+/// Whether what a file system is mounted from names this device: "/dev/disk4s1", or what drivers
+/// that are no part of the kernel write, such as "ntfs://disk4s1/DATA".
+bool namesDevice(std::string_view mountedFrom, std::string_view bsdName) {
+  const auto isPartOfName = [&](std::size_t index) {
+    return index < mountedFrom.size() &&
+           std::isalnum(static_cast<unsigned char>(mountedFrom[index]));
+  };
+  for (auto at = mountedFrom.find(bsdName); at != std::string_view::npos;
+       at = mountedFrom.find(bsdName, at + 1)) {
+    if (!isPartOfName(at - 1) && !isPartOfName(at + bsdName.size())) return true;
+  }
+  return false;
+}
+
 std::optional<DiskView> viewOf(const std::vector<DiskView>& views, const std::string& mountedFrom) {
   for (const auto& view : views) {
-    if (mountedFrom == "/dev/" + view.disk.id) return view;
+    if (namesDevice(mountedFrom, view.disk.id)) return view;
   }
   return std::nullopt;
+}
+
+Answer notMounted(const CommandContext& context, const disks::Disk& disk, std::string_view key) {
+  return failure(context.options, ExitStatus::failed, "not-mounted",
+                 context.text(key, {base::displayText(disk.name), disk.id}));
 }
 
 }  // namespace
@@ -74,9 +94,7 @@ std::expected<SpeedTestTarget, Answer> findSpeedTestTarget(const CommandContext&
   if (selected) {
     const auto& disk = (*selected)->disk;
     if (!disk.mountPath) {
-      return std::unexpected(
-          failure(context.options, ExitStatus::failed, "not-mounted",
-                  context.text("ui.takeover.notmounted", {base::displayText(disk.name), disk.id})));
+      return std::unexpected(notMounted(context, disk, "ui.takeover.notmounted"));
     }
     target.folder = *disk.mountPath;
     target.view = **selected;
@@ -92,7 +110,12 @@ std::expected<SpeedTestTarget, Answer> findSpeedTestTarget(const CommandContext&
   }
   if (const auto statistics = context.platform.fileSystems->statistics(target.folder)) {
     target.fileSystem = statistics->typeName;
+    target.mountedFrom = statistics->mountedFrom;
     if (!target.view) target.view = viewOf(*views, statistics->mountedFrom);
+    // Another file system over the mount point would be measured in its place.
+    if (selected && !namesDevice(statistics->mountedFrom, target.view->disk.id)) {
+      return std::unexpected(notMounted(context, target.view->disk, "ui.speedtest.target.covered"));
+    }
   }
   return target;
 }

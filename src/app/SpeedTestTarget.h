@@ -14,6 +14,7 @@ namespace halvercine::app {
 struct SpeedTestTarget {
   std::string folder;            ///< where the test file goes
   std::string fileSystem;        ///< the type, as the system says it; may be empty
+  std::string mountedFrom;       ///< what the system says; empty when it does not
   std::optional<DiskView> view;  ///< of the disk, when it is among those that are known
 };
 

@@ -10,20 +10,19 @@ namespace {
 
 constexpr std::string_view gap = "  ";
 
-/// A remark in as many lines as the terminal makes necessary.
-std::string noteLines(const Cell& note, const Terminal& terminal, std::size_t indent) {
+}  // namespace
+
+std::string wrappedLines(const Cell& text, const Terminal& terminal, std::size_t indent) {
   constexpr std::size_t fewest = 20;  // narrower, it would read like a list of words
   const auto all = terminal.columns();
   const auto room = all == 0 ? std::string::npos : std::max(all, indent + fewest) - indent;
   std::string lines;
-  for (const auto line : base::wrapped(note.text, room)) {
+  for (const auto line : base::wrapped(text.text, room)) {
     lines.append(indent, ' ');
-    lines += terminal.tinted(line, note.tint) + '\n';
+    lines += terminal.tinted(line, text.tint) + '\n';
   }
   return lines;
 }
-
-}  // namespace
 
 void Table::addRow(std::vector<Cell> cells) {
   for (auto& cell : cells) cell.text = base::displayText(cell.text);
@@ -46,7 +45,7 @@ std::string Table::render(const Terminal& terminal, std::size_t indent) const {
   std::string lines;
   for (const auto& row : rows_) {
     if (row.isNote) {
-      lines += noteLines(row.cells.front(), terminal, indent + widths.front() + gap.size());
+      lines += wrappedLines(row.cells.front(), terminal, indent + widths.front() + gap.size());
       continue;
     }
     lines.append(indent, ' ');

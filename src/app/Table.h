@@ -46,4 +46,7 @@ class Table {
   std::vector<Row> rows_;
 };
 
+/// A text in as many lines as the terminal makes necessary, each behind so many blanks.
+std::string wrappedLines(const Cell& text, const Terminal& terminal, std::size_t indent);
+
 }  // namespace halvercine::app

@@ -72,13 +72,23 @@ int print(const Answer& answer) {
   return static_cast<int>(ExitStatus::failed);
 }
 
+/// No memory, or a fault of ours.
+void tell(const std::exception& error) {
+  writeDiagnostic(std::string("halvercine: ") + error.what());
+}
+
 int run(const Options& options) {
   if (options.command == Command::version) return print(versionCommand(options));
   const auto machine = Machine::make(options);
   if (!machine) {
     return print(failure(options, ExitStatus::usage, "scenario-unreadable", machine.error()));
   }
-  const int status = print(runOn(**machine, options));
+  int status = static_cast<int>(ExitStatus::failed);
+  try {
+    status = print(runOn(**machine, options));
+  } catch (const std::exception& error) {  // what was under way is still put in order below
+    tell(error);
+  }
   // A call that a dead disk never lets return must not keep the program from ending.
   if (!(*machine)->actor().settleBackground(patience)) std::_Exit(status);
   return status;
@@ -94,8 +104,8 @@ int runProgram(int argc, const char* const* argv) {
   try {
     const auto options = readOptions(argc, argv);
     return options ? run(*options) : print(misuse(options.error()));
-  } catch (const std::exception& error) {  // no memory, or a fault of ours
-    writeDiagnostic(std::string("halvercine: ") + error.what());
+  } catch (const std::exception& error) {
+    tell(error);
     return static_cast<int>(ExitStatus::failed);
   }
 }

@@ -9,6 +9,7 @@
 #include "app/Answer.h"
 #include "app/readUserFile.h"
 #include "base/Json.h"
+#include "base/Text.h"
 
 namespace halvercine::app {
 namespace {
@@ -38,10 +39,20 @@ bool isPlausible(const speedtest::SpeedCellResult& result) {
 }
 
 /// What a test that did not come to its end has printed.
-bool isUnfinished(const std::string& text) {
-  const auto document = base::parseJson(text);
-  const auto* object = document ? document->if_object() : nullptr;
-  return object != nullptr && object->contains("error");
+struct UnfinishedDocument {
+  struct Error {
+    std::string id;
+  };
+  int format = 0;
+  std::string command;
+  Error error;
+};
+BOOST_DESCRIBE_STRUCT(UnfinishedDocument::Error, (), (id))
+BOOST_DESCRIBE_STRUCT(UnfinishedDocument, (), (format, command, error))
+
+template <class Document>
+bool isOfSpeedtest(const Document& document) {
+  return document && document->format == jsonFormat && document->command == "speedtest";
 }
 
 }  // namespace
@@ -53,17 +64,24 @@ const speedtest::SpeedCellResult* EarlierSpeed::of(const speedtest::SpeedCellRes
   return found == results.end() ? nullptr : &*found;
 }
 
-std::expected<EarlierSpeed, std::string> readEarlierSpeed(const std::string& path) {
+std::expected<EarlierSpeed, base::LocalizedText> readEarlierSpeed(const std::string& path) {
+  const auto refused = [name = base::displayText(path)](std::string_view key) {
+    return std::unexpected(base::LocalizedText{key, {name}});
+  };
   const auto text = readUserFile(path, sizeLimit);
-  if (!text) return std::unexpected(text.error());
-  if (isUnfinished(*text)) return std::unexpected("that test was stopped or failed");
-  auto document = base::decodeJson<EarlierDocument>(*text);
-  if (!document) return std::unexpected(std::move(document.error().message));
-  if (document->format != jsonFormat || document->command != "speedtest" ||
-      !std::ranges::all_of(document->result.results, isPlausible)) {
-    return std::unexpected("not a result of speedtest --json");
+  if (!text) {
+    return std::unexpected(
+        base::LocalizedText{"ui.speedtest.compare.unreadable",
+                            {base::displayText(path), base::displayText(text.error())}});
   }
-  if (document->result.results.empty()) return std::unexpected("no cell was measured in that test");
+  if (isOfSpeedtest(base::decodeJson<UnfinishedDocument>(*text))) {
+    return refused("ui.speedtest.compare.unfinished");
+  }
+  auto document = base::decodeJson<EarlierDocument>(*text);
+  if (!isOfSpeedtest(document) || !std::ranges::all_of(document->result.results, isPlausible)) {
+    return refused("ui.speedtest.compare.other");
+  }
+  if (document->result.results.empty()) return refused("ui.speedtest.compare.empty");
   return EarlierSpeed{std::move(document->result.tier), std::move(document->result.results)};
 }
 

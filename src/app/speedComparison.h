@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/LocalizedText.h"
 #include "speedtest/SpeedCellResult.h"
 
 namespace halvercine::app {
@@ -18,8 +19,8 @@ struct EarlierSpeed {
   const speedtest::SpeedCellResult* of(const speedtest::SpeedCellResult& result) const;
 };
 
-/// Reads what `speedtest --json` has printed. The error is a text for the user.
-std::expected<EarlierSpeed, std::string> readEarlierSpeed(const std::string& path);
+/// Reads what `speedtest --json` has printed.
+std::expected<EarlierSpeed, base::LocalizedText> readEarlierSpeed(const std::string& path);
 
 /// By how many percent `now` is more than `earlier`; nothing when that was 0.
 std::optional<double> percentMore(double now, double earlier);

@@ -58,7 +58,12 @@ boost::json::array comparisonJson(const SpeedReport& report) {
 }  // namespace
 
 std::vector<speedtest::VerdictCard> SpeedReport::cards() const {
-  const auto isSolidState = target.view ? std::optional(target.view->disk.isSSD) : std::nullopt;
+  std::optional<bool> isSolidState;
+  if (target.view) {
+    const auto& disk = target.view->disk;
+    // What is behind the disk of a virtual machine only its host knows.
+    if (disk.isSSD || disk.connection != "Virtio") isSolidState = disk.isSSD;
+  }
   return speedtest::speedVerdict(
       {runner.results(), runner.writeCurve(), runner.environment(), isSolidState});
 }
@@ -72,6 +77,7 @@ boost::json::object speedReportJson(const CommandContext& context, const SpeedRe
   json["tier"] = boost::describe::enum_to_string(context.options.tier, "");
   json["fileSize"] = report.plan.fileSize;
   json["bytesWritten"] = runner.bytesWritten();
+  json["fileLeft"] = runner.isFileLeft();
   if (runner.isUncached()) json["uncached"] = *runner.isUncached();
   if (runner.environment()) json["environment"] = environmentJson(*runner.environment());
   json["results"] = base::toJson(runner.results());

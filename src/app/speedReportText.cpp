@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 
 #include <fmt/format.h>
 
@@ -16,16 +17,8 @@ constexpr std::size_t indent = 2;
 constexpr std::size_t curveColumns = 60;
 constexpr std::size_t fewestCurveColumns = 8;
 
-/// In lines that fit on the terminal.
 std::string indented(const CommandContext& context, const std::string& text) {
-  constexpr std::size_t fewest = 20;
-  const auto columns = context.terminal.columns();
-  const auto room = columns == 0 ? std::string::npos : std::max(columns, indent + fewest) - indent;
-  std::string lines;
-  for (const auto line : base::wrapped(text, room)) {
-    lines.append(indent, ' ').append(line).append("\n");
-  }
-  return lines;
+  return wrappedLines(text, context.terminal, indent);
 }
 
 /// Whose speed it is, and how it is connected.
@@ -42,12 +35,15 @@ std::string heading(const CommandContext& context, const SpeedReport& report) {
 
 std::string tierLine(const CommandContext& context) {
   const std::string tier = boost::describe::enum_to_string(context.options.tier, "");
-  return context.text("speed.tier." + tier) + ": " + context.text("speed.tier.hint." + tier) + "\n";
+  return wrappedLines(context.text("ui.speedtest.tier", {context.text("speed.tier." + tier),
+                                                         context.text("speed.tier.hint." + tier)}),
+                      context.terminal, 0);
 }
 
 std::string change(double now, double earlier) {
   const auto percent = percentMore(now, earlier);
-  return percent ? fmt::format("{:+.0f} %", *percent) : "–";
+  // The sum makes a negative zero a positive one.
+  return percent ? fmt::format("{:+.0f} %", std::round(*percent) + 0.0) : "–";
 }
 
 std::string grid(const CommandContext& context, const SpeedReport& report) {
@@ -91,7 +87,7 @@ std::string curveText(const CommandContext& context, const SpeedReport& report) 
                                  curve.back().seconds);
   constexpr std::size_t blanks = indent + 2;
   const auto columns = context.terminal.columns();
-  const auto taken = blanks + range.size();
+  const auto taken = blanks + base::displayWidth(range);
   const auto room = columns == 0 ? curveColumns : columns - std::min(columns, taken);
   return "\n" + std::string(indent, ' ') +
          sparkline(curve, std::clamp(room, fewestCurveColumns, curveColumns)) + "  " + range +

@@ -77,7 +77,7 @@ class SpeedTestAttendance {
     isHungUp_ = isHungUp_ || signal == SIGHUP;
     isAbandoned_ = isAbandoned_ || signal == SIGPIPE;
     if (!runner_.isRunning()) return;
-    if (!runner_.isStopping()) {
+    if (!stoppedAt_) {
       stoppedAt_ = context_.platform.clock->uptime();
       runner_.stop();
       if (signal != SIGPIPE) display_.say(context_.text("ui.speedtest.stopping"));
@@ -86,7 +86,9 @@ class SpeedTestAttendance {
     }
   }
 
-  platform::Uptime stoppedFor() const { return context_.platform.clock->uptime() - stoppedAt_; }
+  platform::Uptime stoppedFor() const {
+    return stoppedAt_ ? context_.platform.clock->uptime() - *stoppedAt_ : platform::Uptime{};
+  }
 
   void leave() {
     runner_.abandon();
@@ -95,7 +97,7 @@ class SpeedTestAttendance {
 
   void update() {
     // The file is there, and empty.
-    if (runner_.isUncached() && !isAnnounced_ && !runner_.isStopping()) {
+    if (runner_.isUncached() && !isAnnounced_ && !stoppedAt_) {
       isAnnounced_ = true;
       announce(context_, display_, target_, plan_);
     }
@@ -111,7 +113,7 @@ class SpeedTestAttendance {
   boost::signals2::scoped_connection connection_;
   platform::posix::TerminationSignals signals_;
   base::RepeatingTimer abandonment_;
-  platform::Uptime stoppedAt_{};
+  std::optional<platform::Uptime> stoppedAt_;
   bool isAnnounced_ = false;
   bool isHungUp_ = false;
   bool isAbandoned_ = false;
@@ -176,14 +178,14 @@ Answer speedtestCommand(const CommandContext& context, Machine& machine) {
     auto read = readEarlierSpeed(*file);
     if (!read) {
       return failure(context.options, ExitStatus::usage, "comparison-unreadable",
-                     base::displayText(*file) + ": " + base::displayText(read.error()));
+                     read.error().in(context.localization));
     }
     earlier = std::move(*read);
   }
   const auto plan = speedtest::speedPlan(context.options.tier, target->fileSystem);
   SpeedTestRunner runner(machine.actor(), context.platform);
   SpeedTestAttendance attendance(context, machine, runner, *target, plan);
-  runner.start(target->folder, plan);
+  runner.start(target->folder, plan, target->mountedFrom);
   attendance.follow();
   const SpeedReport report{*target, plan, runner, earlier};
   auto answer = answerOf(context, report, attendance.isHungUp());

@@ -100,7 +100,8 @@ std::optional<std::int64_t> capacityOf(const platform::VolumeResourceValues& val
   return std::nullopt;
 }
 
-std::int64_t capacityOf(const platform::FileSystemStatistics& statistics) {
+std::optional<std::int64_t> capacityOf(const platform::FileSystemStatistics& statistics) {
+  if (statistics.blockSize == 0) return std::nullopt;  // no answer in time
   std::int64_t bytes = 0;
   if (__builtin_mul_overflow(statistics.availableBlocks, statistics.blockSize, &bytes)) {
     return std::numeric_limits<std::int64_t>::max();
@@ -153,7 +154,9 @@ void DiskDescriptor::readVolume(Disk& disk, const PropertyDictionary& descriptio
   if (disk.mountPath) {
     const auto values = platform_.fileSystems->resourceValues(*disk.mountPath);
     const auto statistics = platform_.fileSystems->statistics(*disk.mountPath);
-    disk.available = capacityOf(values).value_or(statistics ? capacityOf(*statistics) : 0);
+    auto capacity = capacityOf(values);
+    if (!capacity && statistics) capacity = capacityOf(*statistics);
+    disk.available = capacity.value_or(0);
     if (statistics && statistics->mountedFrom == base::devicePath(disk.id)) {
       type = statistics->typeName;
     }
@@ -167,9 +170,9 @@ void DiskDescriptor::readVolume(Disk& disk, const PropertyDictionary& descriptio
   if (disk.isMounted) decideAccess(disk, kernelAllowsWriting);
 }
 
-std::int64_t DiskDescriptor::availableCapacity(platform::FileSystems& fileSystems,
-                                               const std::string& mountPath) {
-  if (const auto capacity = capacityOf(fileSystems.resourceValues(mountPath))) return *capacity;
+std::optional<std::int64_t> DiskDescriptor::availableCapacity(platform::FileSystems& fileSystems,
+                                                              const std::string& mountPath) {
+  if (const auto capacity = capacityOf(fileSystems.resourceValues(mountPath))) return capacity;
   const auto statistics = fileSystems.statistics(mountPath);
   return statistics ? capacityOf(*statistics) : 0;
 }

@@ -32,10 +32,10 @@ class DiskDescriptor {
                                std::optional<bitlocker::BitLockerState> bitLocker) const;
 
   /// Free bytes at a mount path: what the system would clear for important use, else what is free,
-  /// else what `statfs` says. A figure of zero is no answer and falls through; 0 when all fail. Any
-  /// thread.
-  static std::int64_t availableCapacity(platform::FileSystems& fileSystems,
-                                        const std::string& mountPath);
+  /// else what `statfs` says. A figure of zero is no answer and falls through; 0 when all fail, and
+  /// nothing when the file system has not answered in time. Any thread.
+  static std::optional<std::int64_t> availableCapacity(platform::FileSystems& fileSystems,
+                                                       const std::string& mountPath);
 
   /// The volume UUID of a description as text; a value that is no UUID object is none.
   static std::optional<std::string> volumeUuid(const platform::PropertyDictionary& description);

@@ -190,7 +190,7 @@ base::Task<void> DiskMonitor::readCapacity(CapacityRefreshIdentity identity) {
   };
   const auto available = co_await base::runInBackground(actor_, read);
   capacityInFlight_.erase({identity.id, identity.deviceID});
-  applyCapacity(identity, available);
+  if (available) applyCapacity(identity, *available);  // else what is known stays
 }
 
 void DiskMonitor::applyCapacity(const CapacityRefreshIdentity& identity, std::int64_t available) {

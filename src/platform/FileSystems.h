@@ -12,7 +12,7 @@ struct FileSystemStatistics {
   std::string mountedFrom;            ///< such as "/dev/disk4s1", or a URL for some drivers
   std::string typeName;               ///< such as "ntfs", "exfat", "apfs"
   bool readOnly = false;              ///< the MNT_RDONLY flag
-  std::uint64_t blockSize = 0;        ///< bytes
+  std::uint64_t blockSize = 0;        ///< bytes; 0: sizes unknown (no answer in time)
   std::uint64_t blocks = 0;           ///< of `blockSize`
   std::uint64_t availableBlocks = 0;  ///< of `blockSize`, for an ordinary user
 };

@@ -22,8 +22,8 @@ class WorkerThreads {
   /// Calls `work(0)` to `work(count - 1)` at the same time, each on a thread of its own with the
   /// priority of work that the user has asked for and watches, without haste ("utility"). `work`
   /// owns what it uses. `ended` is called once on the main actor, never from inside this call, when
-  /// all have returned, with the first exception if there was one; also when no thread could be
-  /// had. Main actor.
+  /// all have returned, with the first exception if there was one; also when not all threads could
+  /// be had: then none has called it. Main actor.
   [[nodiscard]] virtual std::unique_ptr<WorkerGroup> start(
       std::size_t count, std::function<void(std::size_t worker)> work,
       std::function<void(std::exception_ptr)> ended) = 0;

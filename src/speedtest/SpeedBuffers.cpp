@@ -11,7 +11,7 @@
 namespace halvercine::speedtest {
 namespace {
 
-constexpr std::size_t templateSize = 1'048'576;
+constexpr std::size_t templateSize = mebibyte;
 constexpr std::size_t smallSize = 4'096;
 
 std::size_t targetsSize() {

@@ -12,15 +12,12 @@ SpeedCounters::SpeedCounters(std::size_t workers) : latencies_(mostLatencies) {
   }
 }
 
-void SpeedCounters::reset(bool collectsLatencies, platform::Uptime begin) {
+void SpeedCounters::reset(bool collectsLatencies) {
   for (const auto& lane : lanes_) {
     lane->transferred_.store(0, std::memory_order_relaxed);
     lane->bytes_ = 0;
     lane->ops_ = 0;
-    lane->passedUntil_ = begin;
-    lane->measuredUntil_ = begin;
   }
-  begin_ = begin;
   capacity_ = collectsLatencies ? mostLatencies : 0;
   sampleCount_.store(0, std::memory_order_relaxed);
   latenciesCapped_.store(false, std::memory_order_relaxed);
@@ -44,19 +41,9 @@ std::uint64_t SpeedCounters::ops() const {
   return total;
 }
 
-double SpeedCounters::elapsedSeconds() const {
+SpeedCellResult SpeedCounters::result(const SpeedCell& cell, platform::Uptime measured) {
   constexpr double least = 0.001;
-  auto from = begin_;
-  auto until = begin_;
-  for (const auto& lane : lanes_) {
-    from = std::max(from, lane->passedUntil_);
-    until = std::max(until, lane->measuredUntil_);
-  }
-  return std::max(std::chrono::duration<double>(until - from).count(), least);
-}
-
-SpeedCellResult SpeedCounters::result(const SpeedCell& cell) {
-  const auto elapsed = elapsedSeconds();
+  const auto elapsed = std::max(std::chrono::duration<double>(measured).count(), least);
   SpeedCellResult result{cell.profile, cell.direction, 0, 0, 0, std::nullopt};
   result.mbps = static_cast<double>(bytes()) / 1'000'000 / elapsed;
   result.iops = static_cast<double>(ops()) / elapsed;

@@ -26,12 +26,12 @@ class SpeedCounters {
   /// Room for so many workers.
   explicit SpeedCounters(std::size_t workers);
 
-  /// Begins anew, at this time. No worker is under way.
-  void reset(bool collectsLatencies, platform::Uptime begin = {});
+  /// Begins anew. No worker is under way.
+  void reset(bool collectsLatencies);
 
   Lane& lane(std::size_t worker) { return *lanes_[worker]; }
 
-  /// Bytes so far, warm-up included. Any thread, also while the workers count.
+  /// Bytes so far, those that are not measured included. Any thread, also while the workers count.
   std::uint64_t transferred() const;
 
   // Of the measured part. No worker is under way.
@@ -39,8 +39,9 @@ class SpeedCounters {
   std::uint64_t ops() const;
   bool latenciesCapped() const { return latenciesCapped_.load(std::memory_order_relaxed); }
 
-  /// The result of a cell; reorders the samples. No worker is under way.
-  SpeedCellResult result(const SpeedCell& cell);
+  /// The result of a cell that was measured for so long, at least 1 ms; reorders the samples. No
+  /// worker is under way.
+  SpeedCellResult result(const SpeedCell& cell, platform::Uptime measured);
 
  private:
   void sample(platform::Uptime latency) {
@@ -51,18 +52,14 @@ class SpeedCounters {
         return;
       }
     }
-    if (capacity_ > 0) latenciesCapped_.store(true, std::memory_order_relaxed);
+    // Stored once: each store would take the line from all the others.
+    if (capacity_ > 0 && !latenciesCapped())
+      latenciesCapped_.store(true, std::memory_order_relaxed);
   }
-
-  /// From the end of the last operation of the warm-up to that of the last one that is measured: so
-  /// every operation that ends in this time is counted, and no time in which another one ended. At
-  /// least 1 ms.
-  double elapsedSeconds() const;
 
   std::vector<std::unique_ptr<Lane>> lanes_;
   std::vector<double> latencies_;  // microseconds
   std::size_t capacity_ = 0;
-  platform::Uptime begin_{};
   alignas(128) std::atomic<std::size_t> sampleCount_{0};
   alignas(128) std::atomic<bool> latenciesCapped_{false};
 };
@@ -73,19 +70,15 @@ class alignas(128) SpeedCounters::Lane {
  public:
   explicit Lane(SpeedCounters& counters) : counters_(counters) {}
 
-  /// An operation of the warm-up, or of a part that is not measured.
-  void pass(std::size_t bytes, platform::Uptime end = {}) {
-    add(transferred_, bytes);
-    passedUntil_ = end;
-  }
+  /// An operation that is not measured.
+  void pass(std::size_t bytes) { add(transferred_, bytes); }
 
-  /// A measured operation.
-  void record(std::size_t bytes, platform::Uptime begin, platform::Uptime end) {
+  /// A measured one.
+  void record(std::size_t bytes, platform::Uptime latency) {
     add(transferred_, bytes);
     bytes_ += bytes;
     ++ops_;
-    measuredUntil_ = end;
-    counters_.sample(end - begin);
+    counters_.sample(latency);
   }
 
  private:
@@ -100,8 +93,6 @@ class alignas(128) SpeedCounters::Lane {
   std::atomic<std::uint64_t> transferred_{0};
   std::uint64_t bytes_ = 0;
   std::uint64_t ops_ = 0;
-  platform::Uptime passedUntil_{};
-  platform::Uptime measuredUntil_{};
 };
 
 }  // namespace halvercine::speedtest

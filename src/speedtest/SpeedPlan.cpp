@@ -19,7 +19,6 @@ platform::Uptime SpeedPlan::writingTime() const {
 }
 
 SpeedPlan speedPlan(SpeedSizeTier tier, std::string_view fileSystemType) {
-  constexpr std::uint64_t mebibyte = 1'048'576;
   switch (tier) {
     case SpeedSizeTier::fast:
       return {512 * mebibyte, milliseconds(500), seconds(3), seconds(3), seconds(3)};

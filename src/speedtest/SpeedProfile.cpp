@@ -3,7 +3,6 @@
 namespace halvercine::speedtest {
 
 AccessPattern accessPattern(SpeedProfile profile) {
-  constexpr std::size_t mebibyte = 1'048'576;
   constexpr std::size_t page = 4'096;
   switch (profile) {
     case SpeedProfile::seq1mQ8:

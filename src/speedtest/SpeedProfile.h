@@ -10,6 +10,9 @@ namespace halvercine::speedtest {
 
 BOOST_DEFINE_ENUM_CLASS(SpeedProfile, seq1mQ8, seq1mQ1, rnd4kQ32, rnd4kQ1)
 
+/// Bytes.
+inline constexpr std::size_t mebibyte = 1'048'576;
+
 /// A cell is written before it is read.
 BOOST_DEFINE_ENUM_CLASS(SpeedDirection, write, read)
 

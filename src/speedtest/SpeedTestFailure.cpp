@@ -34,9 +34,6 @@ base::LocalizedText errorText(int error) {
   }
 }
 
-/// Whether the fault is with the space that a file may take, not with the disk.
-bool isLimit(int error) { return error == ENOSPC || error == EDQUOT || error == EFBIG; }
-
 }  // namespace
 
 SpeedTestFailure SpeedTestFailure::insufficientFree() {
@@ -50,9 +47,8 @@ SpeedTestFailure SpeedTestFailure::openFailed(int error) {
 }
 
 SpeedTestFailure SpeedTestFailure::ioFailed(int error) {
-  return {"io-failed:" + std::to_string(error),
-          {isLimit(error) ? "speed.error.full.fmt" : "speed.error.io.fmt", {}, {errorText(error)}},
-          error};
+  return {
+      "io-failed:" + std::to_string(error), {"speed.error.io.fmt", {}, {errorText(error)}}, error};
 }
 
 SpeedTestFailure SpeedTestFailure::generic() {

@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds liveTickPeriod{250};
 // middle would make the medium write everything twice.
 constexpr std::size_t fillWorkers = 1;
 
-constexpr std::size_t fillBlockSize = 1'048'576;
+constexpr std::size_t fillBlockSize = mebibyte;
 
 double seconds(platform::Uptime duration) {
   return std::chrono::duration<double>(duration).count();
@@ -33,7 +33,8 @@ bool isCancellation(const boost::system::system_error& error) {
 
 }  // namespace
 
-/// Deletes the file in the background should the run not come to its end.
+/// Deletes the file in the background should the run not come to its end. The last of its owners
+/// closes it, which gives its space back and can take as long as writing: never the main actor.
 class SpeedTestRunner::TestFile {
  public:
   explicit TestFile(base::MainActor& actor) : actor_(actor) {}
@@ -44,7 +45,13 @@ class SpeedTestRunner::TestFile {
   TestFile& operator=(const TestFile&) = delete;
 
   void hold(std::shared_ptr<SpeedWork> work) { work_ = std::move(work); }
-  std::shared_ptr<SpeedWork> release() { return std::exchange(work_, nullptr); }
+  bool isHeld() const { return work_ != nullptr; }
+
+  /// On a background thread. Answers 0 or an errno value.
+  int remove() {
+    const auto work = std::exchange(work_, nullptr);
+    return work->file->remove();
+  }
 
  private:
   base::MainActor& actor_;
@@ -61,10 +68,11 @@ SpeedTestRunner::~SpeedTestRunner() {
   if (work_) work_->cancel.set();
 }
 
-bool SpeedTestRunner::start(std::string folder, SpeedPlan plan) {
+bool SpeedTestRunner::start(std::string folder, SpeedPlan plan, std::string mountedFrom) {
   if (isRunning()) return false;
   ++runGeneration_;
   isStopping_ = false;
+  isSettled_ = false;
   wasStopped_ = false;
   failure_.reset();
   prepareProgress_ = 0;
@@ -75,12 +83,12 @@ bool SpeedTestRunner::start(std::string folder, SpeedPlan plan) {
   bytesWritten_ = 0;
   environment_ = {platform_.systemInfo->onBattery(), platform_.systemInfo->thermalState()};
   setPhase(Phase::preparing);
-  workerTask_.spawn("speed test", run(std::move(folder), plan));
+  workerTask_.spawn("speed test", run(std::move(folder), plan, std::move(mountedFrom)));
   return true;
 }
 
 void SpeedTestRunner::stop() {
-  if (!isRunning() || isStopping_) return;
+  if (!isRunning() || isStopping_ || isSettled_) return;
   isStopping_ = true;
   if (work_) work_->cancel.set();
   changed();
@@ -88,41 +96,43 @@ void SpeedTestRunner::stop() {
 
 void SpeedTestRunner::abandon() {
   if (!isRunning()) return;
-  isStopping_ = true;
   if (work_) work_->cancel.set();
   ++runGeneration_;
-  isFileLeft_ = work_ != nullptr;  // as far as anybody knows by then
   workerTask_.cancelAll();
-  finish(std::nullopt);
+  if (!isSettled_) {
+    isStopping_ = true;
+    settle(std::nullopt);
+  }
+  isFileLeft_ = true;  // for all that anybody knows: it may be about to be made, or deleted
+  finish();
 }
 
-base::Task<void> SpeedTestRunner::run(std::string folder, SpeedPlan plan) {
+base::Task<void> SpeedTestRunner::run(std::string folder, SpeedPlan plan, std::string mountedFrom) {
   const auto generation = runGeneration_;
   const auto assertion =
       platform_.sleepAssertions->take("PreventUserIdleSystemSleep", "Halvercine Speed Test");
   auto file = std::make_shared<TestFile>(actor_);
   std::optional<SpeedTestFailure> failure;
   try {
-    failure = co_await measure(std::move(folder), plan, file);
+    failure = co_await measure(std::move(folder), plan, std::move(mountedFrom), file);
   } catch (const boost::system::system_error& error) {
     if (isCancellation(error)) throw;
     failure = SpeedTestFailure::generic();
   } catch (const std::exception&) {  // no memory, no threads
     failure = SpeedTestFailure::generic();
   }
-  liveTick_.stop();
-  if (auto work = file->release()) {
-    work_.reset();
-    auto remove = [work] { return work->file->remove(); };
-    work.reset();
+  settle(std::move(failure));
+  if (file->isHeld()) {
+    const auto remove = [file] { return file->remove(); };
     isFileLeft_ = co_await base::runInBackground(actor_, remove) != 0;
   }
-  if (generation == runGeneration_) finish(std::move(failure));
+  if (generation == runGeneration_) finish();
 }
 
 base::Task<std::optional<SpeedTestFailure>> SpeedTestRunner::measure(
-    std::string folder, SpeedPlan plan, std::shared_ptr<TestFile> file) {
-  auto made = co_await prepareTestFile(actor_, platform_, std::move(folder), plan.fileSize);
+    std::string folder, SpeedPlan plan, std::string mountedFrom, std::shared_ptr<TestFile> file) {
+  auto made = co_await prepareTestFile(actor_, platform_, std::move(folder), std::move(mountedFrom),
+                                       plan.fileSize);
   if (!made) co_return std::move(made.error());
   isUncached_ = (*made)->isUncached();
   work_ = std::make_shared<SpeedWork>(*platform_.clock, std::move(*made), plan.fileSize);
@@ -159,7 +169,7 @@ base::Task<bool> SpeedTestRunner::fillFile(std::shared_ptr<SpeedWork> work) {
 base::Task<bool> SpeedTestRunner::runWindow(std::shared_ptr<SpeedWork> work, SpeedCell cell,
                                             SpeedPlan plan) {
   const SpeedWindow window{platform_.clock->uptime(), plan.warmup, plan.windowOf(cell)};
-  work->counters.reset(true, window.begin);
+  work->counters.reset(true);
   cell_ = cell;
   liveCurve_.clear();
   startLiveTick([this, work, begin = window.begin] { tickCell(*work, begin); });
@@ -167,12 +177,16 @@ base::Task<bool> SpeedTestRunner::runWindow(std::shared_ptr<SpeedWork> work, Spe
   const auto measure = [work, cell, window](std::size_t worker) {
     measureSlice(*work, cell, window, worker);
   };
-  const bool isDone = co_await runWorkers(work, accessPattern(cell.profile).queueDepth, measure);
+  bool isDone = co_await runWorkers(work, accessPattern(cell.profile).queueDepth, measure);
+  const auto measured = window.measured(platform_.clock->uptime());
   liveTick_.stop();
   if (cell.direction == SpeedDirection::write) bytesWritten_ += work->counters.transferred();
+  // All of them gave up before the end, with transfers that came short: that is no speed of 0.
+  const bool isCutShort = measured < window.length - window.warmup;
+  if (isCutShort && work->counters.ops() == 0) isDone = false;
   if (isDone && work->goesOn()) {
     if (cell == curveCell) writeCurve_ = liveCurve_;
-    results_.push_back(work->counters.result(cell));
+    results_.push_back(work->counters.result(cell, measured));
   }
   cell_.reset();
   changed();
@@ -206,13 +220,16 @@ void SpeedTestRunner::startLiveTick(std::function<void()> tick) {
   liveTick_.start(liveTickPeriod, std::move(tick));
 }
 
-void SpeedTestRunner::updateLiveRate(const SpeedWork& work) {
+/// False when it is too early for one: a beat that comes late is followed by the next at once.
+bool SpeedTestRunner::updateLiveRate(const SpeedWork& work) {
   const auto now = platform_.clock->uptime();
+  const auto passed = now - liveWindowStart_;
+  if (passed < liveTickPeriod / 2) return false;
   const auto bytes = work.counters.transferred();
-  const auto passed = seconds(now - liveWindowStart_);
-  if (passed > 0) liveMBps_ = static_cast<double>(bytes - liveBytes_) / 1'000'000 / passed;
+  liveMBps_ = static_cast<double>(bytes - liveBytes_) / 1'000'000 / seconds(passed);
   liveBytes_ = bytes;
   liveWindowStart_ = now;
+  return true;
 }
 
 void SpeedTestRunner::tickFill(const SpeedWork& work) {
@@ -223,19 +240,24 @@ void SpeedTestRunner::tickFill(const SpeedWork& work) {
 }
 
 void SpeedTestRunner::tickCell(const SpeedWork& work, platform::Uptime begin) {
-  updateLiveRate(work);
+  if (!updateLiveRate(work)) return;
   liveCurve_.push_back({seconds(liveWindowStart_ - begin), liveMBps_});
   changed();
 }
 
-void SpeedTestRunner::finish(std::optional<SpeedTestFailure> failure) {
+/// How the run ended, before its file is deleted, which changes nothing about it.
+void SpeedTestRunner::settle(std::optional<SpeedTestFailure> failure) {
+  isSettled_ = true;
+  wasStopped_ = isStopping_ && !failure;
+  failure_ = std::move(failure);
   liveTick_.stop();
   work_.reset();
   cell_.reset();
   liveMBps_ = 0;
-  wasStopped_ = isStopping_ && !failure;
+}
+
+void SpeedTestRunner::finish() {
   isStopping_ = false;
-  failure_ = std::move(failure);
   setPhase(failure_ ? Phase::failed : Phase::idle);
   if (finishHandler) finishHandler();
 }

@@ -40,14 +40,16 @@ class SpeedTestRunner {
   SpeedTestRunner& operator=(const SpeedTestRunner&) = delete;
 
   /// Measures the volume that `folder` is on, with a test file in that folder. False when a run is
-  /// under way.
-  bool start(std::string folder, SpeedPlan plan);
+  /// under way. `mountedFrom`, unless it is empty, is what the volume has to be mounted from, as
+  /// the statistics of its file system say it: nothing is written when another one is there.
+  bool start(std::string folder, SpeedPlan plan, std::string mountedFrom = "");
 
   /// Asks for the end: each worker ends after the operation that it is in. The results so far stay.
+  /// Too late once all is measured and the file is being deleted.
   void stop();
 
   /// Ends a run whose operations do not come back: nobody waits for them any more, and the file is
-  /// deleted behind everybody's back, if that works.
+  /// deleted behind everybody's back, if that works. What has been found by then stays.
   void abandon();
 
   Phase phase() const { return phase_; }
@@ -71,8 +73,8 @@ class SpeedTestRunner {
   const std::optional<SpeedTestEnvironment>& environment() const { return environment_; }
   /// Whether the page cache was off; nothing before the file was made.
   const std::optional<bool>& isUncached() const { return isUncached_; }
-  /// The test file could not be deleted, or nobody waited for that; the next run in its folder
-  /// deletes it, if it is there.
+  /// The test file could not be deleted, or nobody waited to know whether there is one and it goes;
+  /// the next run in its folder deletes it, if it is there.
   bool isFileLeft() const { return isFileLeft_; }
   /// What the run has written, warm-ups included.
   std::uint64_t bytesWritten() const { return bytesWritten_; }
@@ -81,14 +83,15 @@ class SpeedTestRunner {
   /// written.
   Signal<void()> changed;
 
-  /// Called when a run has ended and its file is gone.
+  /// Called when a run has ended; see `isFileLeft`.
   std::function<void()> finishHandler;
 
  private:
   class TestFile;
 
-  base::Task<void> run(std::string folder, SpeedPlan plan);
+  base::Task<void> run(std::string folder, SpeedPlan plan, std::string mountedFrom);
   base::Task<std::optional<SpeedTestFailure>> measure(std::string folder, SpeedPlan plan,
+                                                      std::string mountedFrom,
                                                       std::shared_ptr<TestFile> file);
   base::Task<bool> fillFile(std::shared_ptr<SpeedWork> work);
   base::Task<bool> runWindow(std::shared_ptr<SpeedWork> work, SpeedCell cell, SpeedPlan plan);
@@ -97,14 +100,16 @@ class SpeedTestRunner {
   void startLiveTick(std::function<void()> tick);
   void tickFill(const SpeedWork& work);
   void tickCell(const SpeedWork& work, platform::Uptime begin);
-  void updateLiveRate(const SpeedWork& work);
-  void finish(std::optional<SpeedTestFailure> failure);
+  bool updateLiveRate(const SpeedWork& work);
+  void settle(std::optional<SpeedTestFailure> failure);
+  void finish();
   void setPhase(Phase phase);
 
   base::MainActor& actor_;
   const platform::Platform& platform_;
   Phase phase_ = Phase::idle;
   bool isStopping_ = false;
+  bool isSettled_ = false;  // how the run ended is known; its file may still be there
   bool wasStopped_ = false;
   std::optional<SpeedTestFailure> failure_;
   double prepareProgress_ = 0;

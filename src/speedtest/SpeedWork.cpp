@@ -35,10 +35,11 @@ void measure(SpeedWork& work, const SpeedWindow& window, std::size_t blockSize, 
       if (count < 0) work.ioErrors.record(static_cast<std::int32_t>(-count));
       return;
     }
-    if (end <= measuredFrom) {
-      lane.pass(blockSize, end);
+    // Waiting for what is still under way at the end is no part of the measured time.
+    if (end <= measuredFrom || end > windowEnd) {
+      lane.pass(blockSize);
     } else {
-      lane.record(blockSize, begin, end);
+      lane.record(blockSize, end - begin);
     }
   }
 }
@@ -83,7 +84,7 @@ void fillSlice(SpeedWork& work, std::size_t blockSize, std::size_t workers, std:
     if (count < 0) work.ioErrors.record(static_cast<std::int32_t>(-count));
     const auto kept = count / unit * unit;
     if (kept <= 0) return;
-    lane.pass(static_cast<std::size_t>(kept));
+    lane.record(static_cast<std::size_t>(kept), {});
     offset += static_cast<std::uint64_t>(kept);
   }
 }

@@ -1,6 +1,7 @@
 // What the workers of a speed test do.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 
@@ -37,7 +38,12 @@ struct SpeedWork {
 struct SpeedWindow {
   platform::Uptime begin{};
   platform::Uptime warmup{};  ///< from the beginning; what ends within is not measured
-  platform::Uptime length{};  ///< from the beginning, warm-up included
+  platform::Uptime length{};  ///< from the beginning, warm-up included; nor what ends later
+
+  /// For how long the cell has been measured when its workers ended at `now`.
+  platform::Uptime measured(platform::Uptime now) const {
+    return std::min(now - begin, length) - warmup;
+  }
 };
 
 /// Writes the part of the file that is one worker's, front to back. Returns early when the run is

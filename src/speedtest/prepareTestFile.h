@@ -20,9 +20,11 @@ inline constexpr const char* testFilePrefix = ".halvercine-speedtest.";
 inline constexpr std::uint64_t freeReserve = 512ULL * 1024 * 1024;
 
 /// Deletes what killed tests have left in `folder`, looks whether a file of `fileSize` bytes leaves
-/// enough space, and makes it, still empty. Main actor.
+/// enough space, and makes it, still empty. With a `mountedFrom` that is not empty there is no file
+/// on another file system than that one: the volume may be unmounted, or another be mounted over
+/// it, at any moment. Main actor.
 base::Task<std::expected<std::unique_ptr<platform::UncachedFile>, SpeedTestFailure>>
 prepareTestFile(base::MainActor& actor, const platform::Platform& platform, std::string folder,
-                std::uint64_t fileSize);
+                std::string mountedFrom, std::uint64_t fileSize);
 
 }  // namespace halvercine::speedtest

@@ -47,6 +47,7 @@ TEST(SpeedtestCommandTest, JsonHasEverythingAndCanBeCompared) {
   ASSERT_EQ(result.at("results").as_array().size(), 8u);
   EXPECT_EQ(result.at("disk"), "disk5s1");
   EXPECT_EQ(result.at("fileSize"), 536870912);
+  EXPECT_EQ(result.at("fileLeft"), false);
   EXPECT_GE(result.at("writeCurve").as_array().size(), 10u);
   EXPECT_EQ(result.at("environment").at("onBattery"), true);
   EXPECT_EQ(result.at("cards").at(0).at("key"), "speed.verdict.hdd.title");
@@ -72,15 +73,16 @@ TEST(SpeedtestCommandTest, WhatCannotBeComparedIsRefused) {
     return with(R"({"profile": "seq1mQ8", "direction": "write", )" + figures + "}");
   };
   const std::pair<std::string, std::string> rows[] = {
-      {"{", ""},
-      {R"({"format": 1, "command": "list", "result": {}})", ""},
+      {"{", "is not what"},
+      {R"({"format": 1, "command": "list", "result": {}})", "is not what"},
+      {R"({"format": 1, "command": "list", "error": {"id": "interrupted"}})", "is not what"},
       {R"({"format": 1, "command": "speedtest", "error": {"id": "interrupted"}})", "was stopped"},
-      {with(""), "no cell"},
-      {cell(R"("mbps": 5e-324, "iops": 1, "avgLatencyUs": 1)"), "not a result"},
-      {cell(R"("mbps": 1e300, "iops": 1, "avgLatencyUs": 1)"), "not a result"},
-      {cell(R"("mbps": 1, "iops": -1, "avgLatencyUs": 1)"), "not a result"},
-      {cell(R"("mbps": 1, "iops": 1, "avgLatencyUs": -1)"), "not a result"},
-      {cell(R"("mbps": 1, "iops": 1, "avgLatencyUs": 1, "p99LatencyUs": 1e10)"), "not a result"}};
+      {with(""), "nothing was measured"},
+      {cell(R"("mbps": 5e-324, "iops": 1, "avgLatencyUs": 1)"), "is not what"},
+      {cell(R"("mbps": 1e300, "iops": 1, "avgLatencyUs": 1)"), "is not what"},
+      {cell(R"("mbps": 1, "iops": -1, "avgLatencyUs": 1)"), "is not what"},
+      {cell(R"("mbps": 1, "iops": 1, "avgLatencyUs": -1)"), "is not what"},
+      {cell(R"("mbps": 1, "iops": 1, "avgLatencyUs": 1, "p99LatencyUs": 1e10)"), "is not what"}};
   const tests::TemporaryFolder folder;
   for (const auto& [text, reason] : rows) {
     const auto file = folder.write("bad.json", text).string();
@@ -88,6 +90,8 @@ TEST(SpeedtestCommandTest, WhatCannotBeComparedIsRefused) {
     EXPECT_EQ(run.status, 2) << text;
     EXPECT_THAT(run.errors, HasSubstr(reason));
   }
+  const auto chinese = speedtest({"Archive", "--compare", "/nowhere", "--lang", "zh-Hans"});
+  EXPECT_THAT(chinese.errors, HasSubstr("无法读取“/nowhere”"));
   const auto slow =
       folder.write("slow.json", cell(R"("mbps": 0, "iops": 1e-6, "avgLatencyUs": 0)")).string();
   const auto run = speedtest({"Archive", "--tier", "fast", "--json", "--compare", slow});
@@ -130,6 +134,22 @@ TEST(SpeedtestCommandTest, WhatDoesNotWorkIsSaid) {
   EXPECT_THAT(chinese.errors, HasSubstr("没有访问权限"));
 }
 
+TEST(SpeedtestCommandTest, WhatIsMountedOverADiskIsNotMeasuredForIt) {
+  const tests::TemporaryFolder folder;
+  const std::pair<const char*, int> rows[] = {
+      {"tmpfs", 1}, {"/dev/disk4s11", 1}, {"/dev/disk4s1", 0}, {"ntfs://disk4s1/DATA", 0}};
+  for (const auto& [from, status] : rows) {
+    const auto scenario =
+        folder.write("scenario.json", R"({"format": 1, "devices": [{"disk": "disk4",
+        "volumes": [{"disk": "disk4s1", "name": "DATA", "kind": "ntfs", "mount": {"from": ")" +
+                                          std::string(from) + R"("}}]}]})");
+    const auto run = tests::runProgram({"--simulate=" + scenario.string(), "--fast", "speedtest",
+                                        "disk4s1", "--tier", "fast", "--json"});
+    EXPECT_EQ(run.status, status) << from << run.output;
+    EXPECT_EQ(run.output.find("not-mounted") != std::string::npos, status != 0) << from;
+  }
+}
+
 /// The program on a real folder, in a process of its own.
 class RealTest {
  public:
@@ -142,19 +162,33 @@ class RealTest {
     std::_Exit(127);
   }
 
-  void kill(int signal) const { ::kill(child_, signal); }
-
-  /// Its status; the number of the signal below 0 if one ended it.
-  int end() const {
-    int status = 0;
-    ::waitpid(child_, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  void kill(int signal) const {
+    if (!hasEnded_) ::kill(child_, signal);
   }
 
-  bool isRunning() const { return ::waitpid(child_, nullptr, WNOHANG) == 0; }
+  /// Its status; the number of the signal below 0 if one ended it.
+  int end() {
+    if (!hasEnded_) hasEnded_ = ::waitpid(child_, &status_, 0) == child_;
+    return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);
+  }
+
+  bool isRunning() {
+    if (!hasEnded_) hasEnded_ = ::waitpid(child_, &status_, WNOHANG) != 0;
+    return !hasEnded_;
+  }
+
+  /// Whether it has more workers than filling the file takes, where the system tells.
+  bool isMeasuring() const {
+    std::error_code error;
+    const std::filesystem::directory_iterator threads("/proc/" + std::to_string(child_) + "/task",
+                                                      error);
+    return error || std::distance(threads, {}) > 8 + 8;
+  }
 
  private:
   pid_t child_ = -1;
+  bool hasEnded_ = false;
+  int status_ = 0;
 };
 
 TEST(SpeedtestCommandTest, ASignalLeavesNothingOnARealFileSystem) {
@@ -163,11 +197,11 @@ TEST(SpeedtestCommandTest, ASignalLeavesNothingOnARealFileSystem) {
   ASSERT_EQ(::statvfs(folder.path().c_str(), &space), 0);
   if (space.f_bavail * space.f_frsize < (1200ULL << 20U)) GTEST_SKIP() << "not enough free space";
   // Until there is a file with something in it.
-  const auto waitForFile = [&](const RealTest& test) {
+  const auto waitForFile = [&](RealTest& test, std::uintmax_t size = 1'000'000) {
     while (test.isRunning()) {
       for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
         std::error_code error;
-        if (entry.file_size(error) > 1'000'000 && !error) return true;
+        if (entry.file_size(error) >= size && !error) return true;
       }
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
@@ -175,19 +209,27 @@ TEST(SpeedtestCommandTest, ASignalLeavesNothingOnARealFileSystem) {
   };
   for (const auto& [signal, status] :
        {std::pair(SIGINT, 130), {SIGTERM, 130}, {SIGHUP, 129}, {SIGQUIT, 130}}) {
-    const RealTest test(folder.path().string());
+    RealTest test(folder.path().string());
     ASSERT_TRUE(waitForFile(test));
     test.kill(signal);
     EXPECT_EQ(test.end(), status);
     EXPECT_TRUE(folder.names().empty()) << signal;
   }
-  const RealTest killed(folder.path().string());
+  RealTest measuring(folder.path().string());
+  ASSERT_TRUE(waitForFile(measuring, 512ULL << 20U));
+  while (measuring.isRunning() && !measuring.isMeasuring()) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  measuring.kill(SIGTERM);
+  EXPECT_EQ(measuring.end(), 130);
+  EXPECT_TRUE(folder.names().empty());
+  RealTest killed(folder.path().string());
   ASSERT_TRUE(waitForFile(killed));
   killed.kill(SIGKILL);
   EXPECT_EQ(killed.end(), -SIGKILL);
   ASSERT_EQ(folder.names().size(), 1u);
   const auto left = *folder.names().begin();
-  const RealTest next(folder.path().string());
+  RealTest next(folder.path().string());
   while (next.isRunning() && folder.names().contains(left)) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }

@@ -16,9 +16,9 @@ TEST(SpeedCountersTest, ThePercentileIsTheSampleAtTheTruncatedIndex) {
     SpeedCounters counters(1);
     counters.reset(true);
     for (int sample = count; sample >= 1; --sample) {
-      counters.lane(0).record(4096, {}, microseconds(sample));
+      counters.lane(0).record(4096, microseconds(sample));
     }
-    const auto result = counters.result(cell);
+    const auto result = counters.result(cell, microseconds(10));
     EXPECT_EQ(result.p99LatencyUs, expected) << count;
     EXPECT_DOUBLE_EQ(result.avgLatencyUs, (count + 1) / 2.0) << count;
   }
@@ -29,10 +29,10 @@ TEST(SpeedCountersTest, OnlyTheFirstSamplesAreKept) {
     SpeedCounters counters(2);
     counters.reset(true);
     for (std::size_t sample = 0; sample < SpeedCounters::mostLatencies; ++sample) {
-      counters.lane(sample % 2).record(4096, {}, microseconds(10));
+      counters.lane(sample % 2).record(4096, microseconds(10));
     }
-    if (isMore) counters.lane(0).record(4096, {}, microseconds(1'000'000));
-    const auto result = counters.result(cell);
+    if (isMore) counters.lane(0).record(4096, microseconds(1'000'000));
+    const auto result = counters.result(cell, microseconds(10));
     EXPECT_EQ(counters.latenciesCapped(), isMore);
     EXPECT_EQ(result.p99LatencyUs.has_value(), !isMore);
     EXPECT_DOUBLE_EQ(result.avgLatencyUs, 10);
@@ -45,10 +45,11 @@ TEST(SpeedCountersTest, NothingMeasuredIsNoRate) {
   counters.reset(true);
   counters.lane(0).pass(4096);  // in the warm-up
   EXPECT_EQ(counters.transferred(), 4096u);
-  EXPECT_EQ(counters.result(cell), (SpeedCellResult{cell.profile, cell.direction, 0, 0, 0, {}}));
+  EXPECT_EQ(counters.result(cell, microseconds(10)),
+            (SpeedCellResult{cell.profile, cell.direction, 0, 0, 0, {}}));
   counters.reset(false);
-  counters.lane(0).record(1'000'000, {}, microseconds(10));  // 1 ms is the least that counts
-  const auto result = counters.result(cell);
+  counters.lane(0).record(1'000'000, microseconds(10));  // 1 ms is the least that counts
+  const auto result = counters.result(cell, microseconds(10));
   EXPECT_DOUBLE_EQ(result.mbps, 1000);
   EXPECT_DOUBLE_EQ(result.iops, 1000);
   EXPECT_FALSE(result.p99LatencyUs) << "no samples were asked for";

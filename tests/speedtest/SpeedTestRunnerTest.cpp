@@ -1,5 +1,6 @@
 #include "speedtest/SpeedTestRunner.h"
 
+#include <atomic>
 #include <cerrno>
 #include <future>
 #include <new>
@@ -16,8 +17,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using Phase = SpeedTestRunner::Phase;
-
-constexpr std::uint64_t mebibyte = 1 << 20U;
 
 /// A small file and short windows: the whole grid is some thousand operations.
 constexpr SpeedPlan smallPlan{16 * mebibyte, 100ms, 600ms, 600ms, 600ms};
@@ -89,13 +88,28 @@ TEST(SpeedTestRunnerTest, FiguresAreThoseOfTheMedium) {
       const auto serviceMs = laws[pattern.isRandom ? 1 : 0];
       const auto depth = static_cast<double>(pattern.queueDepth);
       const auto parallel = std::min(depth, row.channels);
-      EXPECT_NEAR(result.iops, parallel * 1000 / serviceMs, parallel / serviceMs);
+      // One operation of each channel may begin within the measured 0.5 s and end outside.
+      EXPECT_NEAR(result.iops, parallel * 1000 / serviceMs, parallel / 0.5);
       EXPECT_NEAR(result.avgLatencyUs, serviceMs * depth / parallel * 1000, 1);
       EXPECT_NEAR(result.p99LatencyUs.value_or(0), serviceMs * depth / parallel * 1000, 1);
       EXPECT_DOUBLE_EQ(result.mbps * 1e6, result.iops * static_cast<double>(pattern.blockSize));
     }
     EXPECT_TRUE(bench.isClean());
   }
+}
+
+TEST(SpeedTestRunnerTest, TheWaitForTheLastOperationsIsNotMeasured) {
+  // Two operations in line for each of four channels, each tenth takes ten times as long: 1.9 times
+  // the common time in the mean. The last ones of a window end up to 0.2 s behind it.
+  Bench queue(R"({"channels": 4, "read": [{"us": 10000, "usPerMiB": 0}], "slowUs": 90000,
+                  "slowEvery": 10})");
+  queue.run({16 * mebibyte, 0s, 10ms, 2s, 10ms});
+  EXPECT_NEAR(queue.runner.results().at(1).iops, 4 / 0.019, 4 / 2.0 + 1);
+  // One that hangs for half a minute: nothing ends behind it in the window of 1 s.
+  Bench hanging(
+      R"({"read": [{"us": 10000, "usPerMiB": 0}, {"fromGiB": 0.03125, "us": 30000000}]})");
+  hanging.run({16 * mebibyte, 0s, 10ms, 1s, 10ms});
+  EXPECT_NEAR(hanging.runner.results().at(1).iops, 32, 1);
 }
 
 TEST(SpeedTestRunnerTest, OneSlowOperationInAHundredIsTheLastPercent) {
@@ -133,15 +147,14 @@ TEST(SpeedTestRunnerTest, TheWarmUpIsInNoFigure) {
 }
 
 TEST(SpeedTestRunnerTest, TheBytesThatWereWrittenAreCounted) {
-  // 16 operations fill the file, then each of four cells writes for 0.6 s.
+  // 16 operations fill the file, then each of four cells writes for 0.65 s.
   Bench bench(
       R"({"channels": 1, "write": [{"us": 100000, "usPerMiB": 0}], "read": [{"us": 100000}]})");
-  bench.run();
-  // Who begins within the window is written to the end: as many more as there are workers.
-  const auto sequential = 6 + 7 + 6;
-  const auto random = 6 + 31 + 6;
-  EXPECT_NEAR(static_cast<double>(bench.runner.bytesWritten()),
-              static_cast<double>((16 + sequential) * mebibyte + random * 4096), 2.0 * mebibyte);
+  bench.run({16 * mebibyte, 100ms, 650ms, 650ms, 650ms});
+  // Six end within the window; what each worker has begun by then is written to its end.
+  const auto sequential = (6 + 8) + (6 + 1);
+  const auto random = (6 + 32) + (6 + 1);
+  EXPECT_EQ(bench.runner.bytesWritten(), (16 + sequential) * mebibyte + random * 4096);
 }
 
 TEST(SpeedTestRunnerTest, AVolumeWithExactlyEnoughSpaceIsAccepted) {
@@ -158,6 +171,12 @@ TEST(SpeedTestRunnerTest, AVolumeWithExactlyEnoughSpaceIsAccepted) {
   Bench told("{}", R"({"statfsFails": true, "importantUsage": 10})");
   told.run();
   EXPECT_EQ(told.runner.failure(), SpeedTestFailure::insufficientFree());
+  // Nobody's word is no full volume.
+  for (const auto* mount : {R"({"blockSize": 0})", R"({"statfsFails": true})"}) {
+    Bench unknown("{}", mount);
+    unknown.run();
+    EXPECT_EQ(unknown.runner.failure(), SpeedTestFailure::generic()) << mount;
+  }
 }
 
 TEST(SpeedTestRunnerTest, ErrorsEndTheRunAndLeaveNothing) {
@@ -226,7 +245,7 @@ TEST(SpeedTestRunnerTest, ARunThatIsAbandonedOrDestroyedDeletesItsFile) {
   }
 }
 
-/// Test files that do something of their own before they are made or written.
+/// Test files that do something of their own before they are made, written or deleted.
 class HookedFiles : public platform::UncachedFiles {
  public:
   explicit HookedFiles(std::unique_ptr<platform::UncachedFiles> files) : files_(std::move(files)) {}
@@ -242,7 +261,9 @@ class HookedFiles : public platform::UncachedFiles {
 
   std::function<void()> created;  ///< on the background thread, with the file there
   std::function<std::size_t(std::uint64_t offset, std::size_t size)> written;  ///< bytes taken
-  bool isMemoryShort = false;  ///< once the file is there
+  std::function<void()> removing;  ///< on the background thread
+  std::function<void()> closing;   ///< when the last owner lets it go
+  bool isMemoryShort = false;      ///< once the file is there
   int flushes = 0;
 
  private:
@@ -250,6 +271,11 @@ class HookedFiles : public platform::UncachedFiles {
    public:
     File(std::unique_ptr<platform::UncachedFile> file, HookedFiles& files)
         : file_(std::move(file)), files_(files) {}
+    ~File() override {
+      if (files_.closing) files_.closing();
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
     std::int64_t read(std::span<std::byte> buffer, std::uint64_t offset) override {
       return file_->read(buffer, offset);
     }
@@ -266,7 +292,10 @@ class HookedFiles : public platform::UncachedFiles {
       if (files_.isMemoryShort) throw std::bad_alloc();
       return file_->bufferAlignment();
     }
-    int remove() override { return file_->remove(); }
+    int remove() override {
+      if (files_.removing) files_.removing();
+      return file_->remove();
+    }
 
    private:
     std::unique_ptr<platform::UncachedFile> file_;
@@ -302,6 +331,7 @@ TEST(SpeedTestRunnerTest, AFileThatIsMadeWhileTheRunIsAbandonedIsDeleted) {
     bench.actor.runUntil([&isMade] { return isMade; });
     if (isAbandoned) {
       runner->abandon();
+      EXPECT_TRUE(runner->isFileLeft()) << "nobody knows";
     } else {
       runner.reset();
     }
@@ -309,6 +339,127 @@ TEST(SpeedTestRunnerTest, AFileThatIsMadeWhileTheRunIsAbandonedIsDeleted) {
     bench.actor.runUntil([] { return false; });
     EXPECT_TRUE(bench.isClean());
   }
+}
+
+TEST(SpeedTestRunnerTest, WhatWasFoundStaysWhileTheFileIsDeleted) {
+  struct Row {
+    const char* storage;
+    std::optional<SpeedTestFailure> failure;
+  };
+  for (const auto& row : {Row{R"({"write": [{"us": 10000}]})", {}},
+                          Row{R"({"writeError": "EIO", "writeErrorAfterMiB": 8})",
+                              SpeedTestFailure::ioFailed(EIO)}}) {
+    for (const bool isAbandoned : {true, false}) {
+      HookedBench bench(row.storage);
+      bool isRemoving = false;
+      std::promise<void> left;
+      bench.files->removing = [&] {
+        bench.actor.post([&isRemoving] { isRemoving = true; });
+        left.get_future().wait();
+      };
+      bench.runner.start("/Volumes/DATA", {16 * mebibyte, 0s, 50ms, 50ms, 50ms});
+      bench.actor.runUntil([&isRemoving] { return isRemoving; });
+      bench.runner.stop();
+      if (isAbandoned) bench.runner.abandon();
+      left.set_value();
+      bench.actor.runUntil([] { return false; });
+      EXPECT_EQ(bench.runner.failure(), row.failure);
+      EXPECT_EQ(bench.runner.results().size(), row.failure ? 0u : 8u);
+      EXPECT_FALSE(bench.runner.wasStopped());
+      EXPECT_EQ(bench.runner.isFileLeft(), isAbandoned);
+      EXPECT_TRUE(bench.isClean());
+    }
+  }
+}
+
+TEST(SpeedTestRunnerTest, TheMainActorNeitherDeletesNorClosesTheFile) {
+  HookedBench bench;
+  std::vector<bool> wasOnMainActor;
+  bench.files->removing = [&] { wasOnMainActor.push_back(bench.actor.isCurrent()); };
+  bench.files->closing = bench.files->removing;
+  bench.run({16 * mebibyte, 0s, 50ms, 50ms, 50ms});
+  bench.actor.runUntil([] { return false; });
+  EXPECT_THAT(wasOnMainActor, testing::ElementsAre(false, false));
+}
+
+TEST(SpeedTestRunnerTest, AFaultOnTheMainActorLeavesNoFile) {
+  Bench bench(R"({"write": [{"us": 10000}]})");
+  std::optional<SpeedTestRunner> runner(std::in_place, bench.actor, bench.platform);
+  runner->changed.connect([&] {
+    if (!runner->liveCurve().empty()) throw std::runtime_error("a fault");
+  });
+  runner->start("/Volumes/DATA", smallPlan);
+  EXPECT_THROW(bench.actor.runUntil([&] { return !runner->isRunning(); }), std::runtime_error);
+  EXPECT_FALSE(bench.isClean());
+  runner.reset();
+  EXPECT_TRUE(bench.actor.settleBackground(10s));
+  EXPECT_TRUE(bench.isClean());
+}
+
+/// File systems of which another one gets mounted over all.
+class CoveredFileSystems : public platform::FileSystems {
+ public:
+  explicit CoveredFileSystems(std::unique_ptr<platform::FileSystems> covered)
+      : covered_(std::move(covered)) {}
+
+  std::optional<platform::FileSystemStatistics> statistics(const std::string& path) override {
+    auto statistics = covered_->statistics(path);
+    if (isCovered && statistics) statistics->mountedFrom = "tmpfs";
+    return statistics;
+  }
+  platform::VolumeResourceValues resourceValues(const std::string& path) override {
+    return covered_->resourceValues(path);
+  }
+
+  std::atomic<bool> isCovered{false};
+
+ private:
+  std::unique_ptr<platform::FileSystems> covered_;
+};
+
+TEST(SpeedTestRunnerTest, NothingIsWrittenToAnotherVolume) {
+  for (const bool isLate : {true, false}) {
+    HookedBench bench;
+    auto made = std::make_unique<CoveredFileSystems>(std::move(bench.platform.fileSystems));
+    auto& fileSystems = *made;
+    bench.platform.fileSystems = std::move(made);
+    if (isLate) bench.files->created = [&] { fileSystems.isCovered = true; };
+    fileSystems.isCovered = !isLate;
+    int writes = 0;
+    bench.files->written = [&writes](std::uint64_t, std::size_t size) { return ++writes, size; };
+    ASSERT_TRUE(bench.runner.start("/Volumes/DATA", smallPlan, "/dev/disk4s1"));
+    bench.actor.runUntil([&] { return !bench.runner.isRunning(); });
+    EXPECT_EQ(bench.runner.failure(), SpeedTestFailure::openFailed(ENXIO));
+    EXPECT_EQ(writes, 0);
+    EXPECT_TRUE(bench.isClean());
+  }
+}
+
+/// Another clock, of whose timers each third one is late.
+class LateClock : public platform::Clock {
+ public:
+  explicit LateClock(std::unique_ptr<platform::Clock> clock) : clock_(std::move(clock)) {}
+
+  platform::WallTime now() const override { return clock_->now(); }
+  platform::Uptime uptime() const override { return clock_->uptime(); }
+  platform::TimerId callAt(platform::Uptime deadline, std::function<void()> action) override {
+    return clock_->callAt(deadline + (++timers_ % 3 == 0 ? 245ms : 0ms), std::move(action));
+  }
+  void cancel(platform::TimerId timer) override { clock_->cancel(timer); }
+
+ private:
+  std::unique_ptr<platform::Clock> clock_;
+  int timers_ = 0;
+};
+
+TEST(SpeedTestRunnerTest, ALateBeatOfTheClockMakesNoPointOfItsOwn) {
+  Bench bench(R"({"write": [{"us": 10000, "usPerMiB": 0}]})");
+  bench.platform.clock = std::make_unique<LateClock>(std::move(bench.platform.clock));
+  SpeedTestRunner runner(bench.actor, bench.platform);
+  runner.start("/Volumes/DATA", {16 * mebibyte, 0s, 3s, 10ms, 10ms});
+  bench.actor.runUntil([&runner] { return !runner.isRunning(); });
+  EXPECT_GE(runner.writeCurve().size(), 5u);
+  for (const auto& sample : runner.writeCurve()) EXPECT_NEAR(sample.mbps, 104.86, 8);
 }
 
 TEST(SpeedTestRunnerTest, WithoutMemoryForTheBuffersTheFileGoes) {
@@ -356,6 +507,15 @@ TEST(SpeedTestRunnerTest, AShortTransferOfACellEndsThatWorkerAlone) {
   bench.run({16 * mebibyte, 0s, 1s, 1s, 1s});
   EXPECT_EQ(bench.runner.phase(), Phase::idle);
   EXPECT_NEAR(bench.runner.results().at(0).iops, 7 * 100, 8) << "of eight workers";
+  // When it ends them all, there is nothing that could be called a speed.
+  HookedBench none;
+  begun = 0;
+  none.files->written = [&](std::uint64_t, std::size_t size) {
+    return ++begun > 16 ? size / 2 : size;
+  };
+  none.run({16 * mebibyte, 0s, 1s, 1s, 1s});
+  EXPECT_EQ(none.runner.failure(), SpeedTestFailure::generic());
+  EXPECT_TRUE(none.runner.results().empty());
 }
 
 TEST(SpeedTestRunnerTest, ADiskThatIsUnpluggedEndsTheRun) {

@@ -138,7 +138,9 @@ PropertyDictionary deviceCharacteristics(const std::string& directory,
   put(characteristics, "Product Revision Level", identity.revision);
   const std::string bus = busOf(directory);
   const auto rotational = readNumber(directory, "queue/rotational");
-  if (!bus.empty() && bus != "Loop" && rotational) {
+  // A virtual machine's disk has the flag for want of an answer; that it has not is one.
+  const bool isUntold = bus == "Virtio" && rotational != 0;
+  if (!bus.empty() && bus != "Loop" && rotational && !isUntold) {
     put(characteristics, "Medium Type", *rotational == 0 ? "Solid State" : "Rotational");
   }
   return characteristics;

@@ -1,5 +1,6 @@
 #include "platform/posix/PosixWorkerThreads.h"
 
+#include <latch>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -19,7 +20,8 @@ void enterUtilityClass() {
 #endif
 }
 
-/// Runs them all on the calling thread's behalf and answers the first exception.
+/// Runs them all on the calling thread's behalf and answers the first exception. They begin when
+/// all are there: fewer would measure something else.
 std::exception_ptr runAll(std::size_t count, const std::function<void(std::size_t)>& work) {
   std::mutex mutex;
   std::exception_ptr failure;
@@ -27,22 +29,27 @@ std::exception_ptr runAll(std::size_t count, const std::function<void(std::size_
     const std::lock_guard lock(mutex);
     if (!failure) failure = std::move(thrown);
   };
+  std::latch decided(1);
+  bool areAll = false;  // read behind the latch
   std::vector<std::thread> threads;
-  threads.reserve(count);
   try {
+    threads.reserve(count);
     for (std::size_t worker = 0; worker < count; ++worker) {
       threads.emplace_back([&, worker] {
         enterUtilityClass();
+        decided.wait();
         try {
-          work(worker);
+          if (areAll) work(worker);
         } catch (...) {
           keep(std::current_exception());
         }
       });
     }
-  } catch (...) {  // no further thread to be had: those that run end by themselves
+    areAll = true;
+  } catch (...) {  // no further thread to be had
     keep(std::current_exception());
   }
+  decided.count_down();
   for (auto& thread : threads) thread.join();
   return failure;
 }

@@ -61,6 +61,7 @@ class VirtualWorkerThreads::Worker : public std::enable_shared_from_this<Worker>
   void run() {
     current = this;
     work_();
+    work_ = nullptr;  // and what it owns
     const std::lock_guard lock(mutex_);
     turn_ = Turn::nobodys;
     turned_.notify_all();

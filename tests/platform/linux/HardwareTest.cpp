@@ -63,6 +63,15 @@ void sataDisk(FakeSysfs& sysfs) {
   sysfs.attribute(disk, "queue/rotational", "0\n");
 }
 
+void virtioDisk(FakeSysfs& sysfs, const std::string& rotational) {
+  const std::string device = "pci0000:00/0000:00:02.0/virtio1";
+  sysfs.device(device, "virtio");
+  const auto disk = below(device, "/block/vdt");
+  sysfs.block(disk, "254:64", 40);
+  sysfs.link("devices/" + disk + "/device", "../../../virtio1");
+  sysfs.attribute(disk, "queue/rotational", rotational);
+}
+
 // With multipath the disk hangs on the subsystem, which stands apart from all hardware.
 void nvmeDisk(FakeSysfs& sysfs, const std::string& externalPort) {
   const std::string controller = "pci0000:00/0000:01:00.0/nvme/nvme0";
@@ -135,6 +144,9 @@ TEST(Hardware, IdentityIsReadWhereEachDriverLeavesIt) {
   EXPECT_EQ(characteristics(sataDisk), (Dictionary{{"Product Name", "Samsung SSD 860"},
                                                    {"Serial Number", "S3Z9NB0K12"},
                                                    {"Medium Type", "Solid State"}}));
+  EXPECT_EQ(characteristics([](FakeSysfs& sysfs) { virtioDisk(sysfs, "1\n"); }), Dictionary{});
+  EXPECT_EQ(characteristics([](FakeSysfs& sysfs) { virtioDisk(sysfs, "0\n"); }),
+            (Dictionary{{"Medium Type", "Solid State"}}));
   EXPECT_EQ(characteristics([](FakeSysfs& sysfs) { nvmeDisk(sysfs, ""); }),
             (Dictionary{{"Product Name", "WD_BLACK SN850X"},
                         {"Serial Number", "23040A"},

@@ -22,8 +22,11 @@ void MainActor::joinBackground() {
 
 bool MainActor::settleBackground(std::chrono::milliseconds limit) {
   const auto deadline = std::chrono::steady_clock::now() + limit;
-  while (backgroundWork_ > 0 && context_.run_one_until(deadline) > 0) {
-  }
+  do {
+    // What is ready may be about to start some.
+    while (std::chrono::steady_clock::now() < deadline && context_.poll_one() > 0) {
+    }
+  } while (backgroundWork_ > 0 && context_.run_one_until(deadline) > 0);
   return backgroundWork_ == 0;
 }
 

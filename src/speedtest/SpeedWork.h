@@ -38,12 +38,10 @@ struct SpeedWork {
 struct SpeedWindow {
   platform::Uptime begin{};
   platform::Uptime warmup{};  ///< from the beginning; what ends within is not measured
-  platform::Uptime length{};  ///< from the beginning, warm-up included; nor what ends later
+  platform::Uptime length{};  ///< from the beginning, warm-up included; nothing begins later
 
-  /// For how long the cell has been measured when its workers ended at `now`.
-  platform::Uptime measured(platform::Uptime now) const {
-    return std::min(now - begin, length) - warmup;
-  }
+  /// For how long the cell has been measured when its last worker ended at `now`.
+  platform::Uptime measured(platform::Uptime now) const { return now - begin - warmup; }
 };
 
 /// Writes the part of the file that is one worker's, front to back. Returns early when the run is

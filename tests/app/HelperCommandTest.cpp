@@ -49,7 +49,7 @@ TEST(HelperCommand, WhatItSaysAndHowItEnds) {
        {"status"},
        0,
        "It was registered for build 9; this is build 2100."},
-      {helper(R"("status": "notRegistered")"), {"status"}, 1, "helper not ready"},
+      {helper(R"("status": "notRegistered")"), {"status"}, 1, "The helper is not registered"},
       {helper(R"("status": "unknown")"), {"status"}, 1, "helper status unknown"},
       {helper(pending), {"status"}, 5, "awaits approval"},
       {helper(R"("reachable": false)"), {"status"}, 1, "helper unreachable"},

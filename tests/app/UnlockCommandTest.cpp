@@ -173,18 +173,13 @@ class OnTerminal {
   pid_t child_ = -1;
 };
 
-/// What stood in one row after the other.
-std::vector<std::string> rows(const std::string& shown) {
-  std::vector<std::string> rows(1);
-  for (const char character : shown) {
-    if (character == '\r' || character == '\n') {
-      rows.emplace_back();
-    } else {
-      rows.back() += character;
-    }
-  }
-  for (auto& row : rows) {
-    if (row.starts_with("\x1B[K")) row.erase(0, 3);
+/// What stood in the row that is drawn again and again.
+std::vector<std::string> redrawnRows(const std::string& shown) {
+  const std::string begin = "\r\x1B[K";
+  std::vector<std::string> rows;
+  for (auto at = shown.find(begin); at != std::string::npos; at = shown.find(begin, at)) {
+    at += begin.size();
+    rows.push_back(shown.substr(at, shown.find_first_of("\r\n", at) - at));
   }
   return rows;
 }
@@ -210,7 +205,7 @@ TEST(UnlockCommandTest, AsksWithoutEchoAndHelpsWithARecoveryPassword) {
   typed.type(recovery + "\n");
   EXPECT_TRUE(typed.shows("complete"));
   EXPECT_EQ(typed.status(), 0) << typed.shown;
-  for (const auto& row : rows(typed.shown)) {
+  for (const auto& row : redrawnRows(typed.shown)) {
     EXPECT_LT(base::displayWidth(row), OnTerminal::columns) << row << ": cannot be redrawn";
   }
   EXPECT_THAT(typed.shown, testing::Not(HasSubstr("530112")));

@@ -15,6 +15,8 @@ using Commands = std::vector<std::string>;
 
 const std::string explainIt = "halvercine explain disk4s1";
 const std::string mountIt = "halvercine mount disk4s1";
+const std::string checkIt = "halvercine check disk4s1";
+const std::string unlockIt = "halvercine unlock disk4s1";
 const std::string remountIt = "halvercine unmount disk4s1 && halvercine mount disk4s1";
 const std::string takeItOver = "halvercine takeover disk4s1";
 const std::string runIt = "halvercine run";
@@ -100,7 +102,8 @@ void addNoVolumes(std::vector<Situation>& all) {
 
 void addEncrypted(std::vector<Situation>& all) {
   using bitlocker::BitLockerState;
-  all.push_back({"Locked", encrypted("locked"), VolumeState::bitLockerLocked});
+  all.push_back(
+      {"Locked", encrypted("locked"), VolumeState::bitLockerLocked, Recovery::none, {unlockIt}});
   all.push_back({"Being unlocked",
                  with(encrypted("locked"), [](auto& facts) { facts.unlockRequested = true; }),
                  VolumeState::bitLockerUnlocking,
@@ -114,7 +117,9 @@ void addEncrypted(std::vector<Situation>& all) {
   all.push_back(
       {"The password was wrong",
        encrypted("unlockFailed", [](auto& volume) { volume.errorMessage = "wrongCredential"; }),
-       VolumeState::bitLockerUnlockFailed});
+       VolumeState::bitLockerUnlockFailed,
+       Recovery::none,
+       {unlockIt}});
   all.push_back({"An encryption that is not supported", encrypted("unsupported"),
                  VolumeState::bitLockerUnsupported});
   all.push_back({"Damaged encryption data",
@@ -246,13 +251,19 @@ void addReadOnly(std::vector<Situation>& all) {
                  VolumeState::readOnlyRequested,
                  Recovery::cannotHelp,
                  {remountIt}});
-  all.push_back({"Windows has not let go of it", readOnlyFacts(ReadOnlyReason::unsafeVolume),
-                 VolumeState::readOnlyProtected, Recovery::cannotHelp});
+  all.push_back({"Windows has not let go of it",
+                 readOnlyFacts(ReadOnlyReason::unsafeVolume),
+                 VolumeState::readOnlyProtected,
+                 Recovery::cannotHelp,
+                 {checkIt}});
   all.push_back({"The disk could not be opened for writing",
                  readOnlyFacts(ReadOnlyReason::openFailed), VolumeState::readOnlyOpenFailed,
                  Recovery::cannotHelp});
-  all.push_back({"Writing was withheld", readOnlyFacts(ReadOnlyReason::eowSafety),
-                 VolumeState::readOnlyEndOfWrite, Recovery::cannotHelp});
+  all.push_back({"Writing was withheld",
+                 readOnlyFacts(ReadOnlyReason::eowSafety),
+                 VolumeState::readOnlyEndOfWrite,
+                 Recovery::cannotHelp,
+                 {checkIt}});
 }
 
 void addUnmounted(std::vector<Situation>& all) {
@@ -296,7 +307,9 @@ void addUnmounted(std::vector<Situation>& all) {
                  VolumeState::unmountedMismatch});
   all.push_back({"It needs a check first",
                  with(facts, [](auto& found) { found.unmount.needsCheck = true; }),
-                 VolumeState::unmountedNeedsCheck});
+                 VolumeState::unmountedNeedsCheck,
+                 Recovery::none,
+                 {checkIt}});
   all.push_back({"A program holds its device",
                  with(facts, isHeld),
                  VolumeState::unmountedHeld,

@@ -96,7 +96,7 @@ TEST(ReadScenario, namesThePlaceOfEveryMistake) {
       {R"({"format": 1, "application": {"permissions": [{"path": "/", "mode": "rwx"}]}})",
        "application.permissions[0].mode: expected up to four octal digits such as 755"},
       {R"({"format": 1, "helper": {"registers": [{"hang": true, "error": {}}]}})",
-       "helper.registers[0]: does nothing when it hangs"},
+       "helper.registers[0]: does not answer when it hangs"},
       {R"({"format": 1, "helper": {"calls": [{"hang": true, "dies": true}]}})",
        "helper.calls[0]: can end in one way only: hang, dies, repeats, misspeaks or error"},
       {R"({"format": 1, "helper": {"calls": [{"seconds": -1}]}})",

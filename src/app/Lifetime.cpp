@@ -6,23 +6,26 @@
 #include "app/Terminal.h"
 
 namespace halvercine::app {
+namespace {
+
+// What comes sooner after the first interrupt belongs to it: a terminal that goes sends several
+// signals, and so does the end of a session.
+constexpr std::chrono::seconds untilSecondInterrupt{1};
+
+}  // namespace
 
 Lifetime::Lifetime(const CommandContext& context, Machine& machine)
     : machine_(machine),
+      clock_(*context.platform.clock),
       signals_(
-          machine.actor(),
-          [this](int signal) {
-            ++interruptions_;
-            end(signal == SIGHUP ? ExitStatus::hungUp : ExitStatus::interrupted);
-          },
+          machine.actor(), [this](int signal) { interrupted(signal); },
           platform::posix::TerminationSignals::Hangup::taken,
           platform::posix::TerminationSignals::Quit::taken),
-      abandonment_(*context.platform.clock) {
-  auto& clock = *context.platform.clock;
+      abandonment_(clock_) {
   if (context.options.seconds) {
     const auto limit = std::chrono::duration<double>(*context.options.seconds);
-    limit_ = clock.callAt(clock.uptime() + std::chrono::duration_cast<platform::Uptime>(limit),
-                          [this] { end(ExitStatus::done); });
+    limit_ = clock_.callAt(clock_.uptime() + std::chrono::duration_cast<platform::Uptime>(limit),
+                           [this] { end(ExitStatus::done); });
   }
   // Without events nothing is written that would show it.
   abandonment_.start(std::chrono::seconds(1), [this] {
@@ -31,12 +34,22 @@ Lifetime::Lifetime(const CommandContext& context, Machine& machine)
 }
 
 Lifetime::~Lifetime() {
-  if (limit_) machine_.platform().clock->cancel(*limit_);
+  if (limit_) clock_.cancel(*limit_);
 }
 
 ExitStatus Lifetime::run() {
   machine_.actor().runUntil([this] { return ended_.has_value(); });
   return ended_.value_or(ExitStatus::done);
+}
+
+void Lifetime::interrupted(int signal) {
+  const auto now = clock_.uptime();
+  if (!interruptedAt_) {
+    interruptedAt_ = now;
+    end(signal == SIGHUP ? ExitStatus::hungUp : ExitStatus::interrupted);
+  } else if (signal != SIGHUP && now - *interruptedAt_ >= untilSecondInterrupt) {
+    isInterruptedAgain_ = true;
+  }
 }
 
 void Lifetime::end(ExitStatus status) {

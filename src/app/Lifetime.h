@@ -30,12 +30,17 @@ class Lifetime {
   /// Writes to standard output; ends the command when that does not work.
   void print(const std::string& text);
 
-  int interruptions() const { return interruptions_; }
+  /// Whether somebody, not content with the end that an interrupt has begun, interrupts that too.
+  bool isInterruptedAgain() const { return isInterruptedAgain_; }
 
  private:
+  void interrupted(int signal);
+
   Machine& machine_;
+  platform::Clock& clock_;
   std::optional<ExitStatus> ended_;
-  int interruptions_ = 0;
+  std::optional<platform::Uptime> interruptedAt_;
+  bool isInterruptedAgain_ = false;
   platform::posix::TerminationSignals signals_;
   base::RepeatingTimer abandonment_;
   std::optional<platform::TimerId> limit_;

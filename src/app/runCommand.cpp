@@ -150,13 +150,12 @@ base::Task<void> finish(mount::AutomaticTakeover& takeover, bool& isFinished) {
 void finish(const TakeoverParts& parts, mount::AutomaticTakeover& takeover,
             const base::TaskScope& registrations, const Lifetime& lifetime) {
   auto& actor = parts.machine.actor();
-  const int interruptions = lifetime.interruptions();
   bool isFinished = false;
   base::TaskScope scope(actor, *parts.command.platform.systemLog);
   scope.spawn("end of the takeover", finish(takeover, isFinished));
   actor.runUntil([&] {
     const bool isDone = isFinished && registrations.running() == 0;
-    return isDone || lifetime.interruptions() > interruptions;
+    return isDone || lifetime.isInterruptedAgain();
   });
 }
 

@@ -42,8 +42,8 @@ class MainActor {
   /// Waits for the background work that has been started. Afterwards none may be started any more.
   void joinBackground();
 
-  /// Waits for it for at most `limit`, processing what it posts; false when some is still under
-  /// way: a call into the system that may never return. Main actor.
+  /// Runs what is ready, and waits for it for at most `limit`; false when some is still under way:
+  /// a call into the system that may never return. Main actor.
   bool settleBackground(std::chrono::milliseconds limit);
 
   /// Called when nothing is left to do and no background work is under way; it makes something

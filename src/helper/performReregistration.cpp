@@ -63,8 +63,6 @@ base::Task<Outcome> performReregistration(platform::Clock& clock, double timeout
   if (*end) co_return std::unexpected(ReregistrationError{Kind::unregisterStep, **end});
   for (const auto wait : settling) {
     co_await base::sleepUntil(clock, std::min(clock.uptime() + wait, deadline));
-    // Nothing is begun that nobody waits for.
-    if (clock.uptime() >= deadline) co_return std::unexpected(ReregistrationError{});
     end = co_await performStep(clock, deadline - clock.uptime(), registerStep, scheduleOnMain);
     if (!end) co_return std::unexpected(ReregistrationError{});
     if (!*end) co_return Outcome();

@@ -34,13 +34,13 @@ class PerformReregistrationTest : public tests::AsyncTest {
     };
   }
 
-  auto reregister(DaemonStep unregister, DaemonStep register_, double limit = 30) {
+  auto reregister(DaemonStep unregister, DaemonStep register_) {
     const ScheduleOnMain schedule = [this](std::function<void()> action) {
       actor.post(std::move(action));
     };
     begun = clock.uptime();
     return run(
-        performReregistration(clock, limit, std::move(unregister), std::move(register_), schedule));
+        performReregistration(clock, 30, std::move(unregister), std::move(register_), schedule));
   }
 
   platform::Uptime taken() const { return clock.uptime() - begun; }
@@ -82,14 +82,6 @@ TEST_F(PerformReregistrationTest, Outcomes) {
     EXPECT_EQ(done.size(), steps);
     EXPECT_EQ(taken(), time);
   }
-}
-
-TEST_F(PerformReregistrationTest, NothingIsBegunWhenTheTimeIsOver) {
-  const auto result =
-      reregister(step("unregister", {std::nullopt}), step("register", {std::nullopt}), 0.5);
-  ASSERT_FALSE(result);
-  EXPECT_EQ(result.error().kind, Kind::timedOut);
-  EXPECT_EQ(done, std::vector<std::string>{"unregister"});
 }
 
 TEST_F(PerformReregistrationTest, AStepThatEndsLateIsNotHeard) {

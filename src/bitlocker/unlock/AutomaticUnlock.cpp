@@ -72,6 +72,7 @@ base::Task<void> AutomaticUnlock::examine(disks::Disk disk, std::optional<std::u
     co_await base::sleepFor(*context_.platform.clock, keychainDelay);
   }
   underWay_.erase(disk.id);
+  look();  // another device may have taken the name
 }
 
 base::Task<void> AutomaticUnlock::tryToUnlock(disks::Disk disk,

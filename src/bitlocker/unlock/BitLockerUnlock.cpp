@@ -162,8 +162,11 @@ void BitLockerUnlock::endSubmission() {
 /// A medium that only its place in the registry identifies has a new one each time it is plugged
 /// in.
 bool BitLockerUnlock::isSameMedium(const disks::Disk& disk) const {
+  const auto isPlace = [](const std::optional<std::string>& id) {
+    return id && id->starts_with(disks::registryMediaPrefix);
+  };
   const auto& known = state_.disk.mediaID;
-  return disk.mediaID == known || (known && known->starts_with(disks::registryMediaPrefix));
+  return disk.mediaID == known || (isPlace(known) && isPlace(disk.mediaID));
 }
 
 /// The disk is back, perhaps under another name.

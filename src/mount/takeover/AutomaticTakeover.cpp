@@ -41,6 +41,7 @@ void AutomaticTakeover::start() {
 
 base::Task<void> AutomaticTakeover::finish() {
   co_await attempts_.finish();
+  save();  // what it has given a tool up for is the next run's to watch
   store_.clear();
 }
 

@@ -27,21 +27,21 @@ TakeoverState TakeoverStateStore::load() {
 
 void TakeoverStateStore::save(TakeoverState state) {
   if (state == known_) return;
-  known_ = std::move(state);
   const double now = platform::secondsSince1970(clock_.now());
   const auto uptime = clock_.uptime();
-  journal_.update([&](JournalRecord& record) {
+  const bool isSaved = journal_.update([&](JournalRecord& record) {
     record.retries.clear();
-    for (const auto& [bsdName, entry] : known_.retries) {
+    for (const auto& [bsdName, entry] : state.retries) {
       const double due = now + secondsOf(entry.nextAfter - uptime);
       record.retries.push_back({bsdName, entry.deviceID, entry.count, due});
     }
     record.verdicts.clear();
-    for (const auto& [deviceId, cause] : known_.verdicts) {
+    for (const auto& [deviceId, cause] : state.verdicts) {
       record.verdicts.push_back({deviceId, cause});
     }
-    record.inherited = known_.inherited;
+    record.inherited = state.inherited;
   });
+  if (isSaved) known_ = std::move(state);
 }
 
 void TakeoverStateStore::clear() const {

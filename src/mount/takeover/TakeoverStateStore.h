@@ -31,7 +31,8 @@ class TakeoverStateStore {
   /// delay, whatever has happened to the wall clock.
   TakeoverState load();
 
-  /// Writes the state, if it is another than the one loaded or saved last.
+  /// Writes the state, if it is another than the one loaded or saved last; what cannot be written
+  /// now is written by the next call.
   void save(TakeoverState state);
 
   /// At an orderly end: retries, verdicts and the failure shown are this run's affair. What was

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -25,7 +26,7 @@ class KeychainSecretStore : public SecretStore {
   class Exchange;
   using Item = std::pair<std::string, std::string>;  // service and account
 
-  bool isAsked(const Item& item);
+  std::optional<Lookup> earlierAnswer(const Item& item);
   static bool deleteItems(const std::string& service, const std::string* account);
 
   std::mutex mutex_;

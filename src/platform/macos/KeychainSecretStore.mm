@@ -32,6 +32,11 @@ NSMutableDictionary* queryOf(const std::string& service, const std::string* acco
   return query;
 }
 
+/// An item that the user does not let us have is none.
+bool isAbsent(OSStatus status) {
+  return status == errSecItemNotFound || status == errSecUserCanceled || status == errSecAuthFailed;
+}
+
 }  // namespace
 
 /// One exchange with the keychain, on a thread that nobody waits for longer than the limit. What is
@@ -65,10 +70,10 @@ class KeychainSecretStore::Exchange : public std::enable_shared_from_this<Exchan
     return std::nullopt;
   }
 
-  /// Whether the call has ended.
-  bool hasEnded() {
+  /// The answer of a call that was not waited for, once it has one.
+  std::optional<OSStatus> lateAnswer() {
     const std::lock_guard lock(mutex_);
-    return hasEnded_;
+    return hasEnded_ ? std::optional(status_) : std::nullopt;
   }
 
   /// Hands over what a call that has succeeded in time has found; false when it is no data.
@@ -147,15 +152,16 @@ bool KeychainSecretStore::add(const std::string& service, const std::string& acc
   }
 }
 
-/// Whether an earlier question for the item is still before the user, perhaps: a second one would
-/// be put beside it.
-bool KeychainSecretStore::isAsked(const Item& item) {
+/// What a question for the item has come to that was put earlier, and perhaps still is before the
+/// user: a second one would be put beside it, and what the user has refused is not asked for again.
+std::optional<SecretStore::Lookup> KeychainSecretStore::earlierAnswer(const Item& item) {
   const std::lock_guard lock(mutex_);
   const auto asked = unanswered_.find(item);
-  if (asked == unanswered_.end()) return false;
-  if (!asked->second->hasEnded()) return true;
+  if (asked == unanswered_.end()) return std::nullopt;
+  const auto answer = asked->second->lateAnswer();
+  if (!answer) return Lookup::unreadable;
   unanswered_.erase(asked);
-  return false;
+  return isAbsent(*answer) ? std::optional(Lookup::absent) : std::nullopt;
 }
 
 SecretStore::Lookup KeychainSecretStore::copyMatching(
@@ -167,7 +173,7 @@ SecretStore::Lookup KeychainSecretStore::copyMatching(
     query[(__bridge id)kSecReturnData] = @YES;
     query[(__bridge id)kSecMatchLimit] = (__bridge id)kSecMatchLimitOne;
     const std::pair item(service, account);
-    if (isAsked(item)) return Lookup::unreadable;
+    if (const auto answer = earlierAnswer(item)) return *answer;
     const auto exchange = std::make_shared<Exchange>();
     const auto copy = ^(NSDictionary* wanted, CFTypeRef* result) {
       return SecItemCopyMatching((__bridge CFDictionaryRef)wanted, result);
@@ -179,10 +185,7 @@ SecretStore::Lookup KeychainSecretStore::copyMatching(
       return Lookup::unreadable;
     }
     if (*status == errSecSuccess) return exchange->hand(take) ? Lookup::found : Lookup::absent;
-    // What the user has refused is not asked for again.
-    const bool isAbsent = *status == errSecItemNotFound || *status == errSecUserCanceled ||
-                          *status == errSecAuthFailed;
-    return isAbsent ? Lookup::absent : Lookup::unreadable;
+    return isAbsent(*status) ? Lookup::absent : Lookup::unreadable;
   }
 }
 

@@ -30,11 +30,12 @@ class Service : public DaemonService {
       : service_(service),
         queue_(dispatch_queue_create("com.halvercine.app.daemon", DISPATCH_QUEUE_SERIAL)) {}
 
-  /// A status of none of the system's when it does not answer in time.
+  /// A status of none of the system's when it does not answer in time, and until it has.
   DaemonStatus status() override {
     constexpr std::int64_t patience = 2 * std::int64_t{NSEC_PER_SEC};
     constexpr auto unknown = DaemonStatus{-1};
-    const auto answer = std::make_shared<std::atomic<DaemonStatus>>(unknown);
+    if (asked_ && *asked_ == unknown) return unknown;
+    const auto answer = asked_ = std::make_shared<std::atomic<DaemonStatus>>(unknown);
     const dispatch_semaphore_t answered = dispatch_semaphore_create(0);
     SMAppService* const service = service_;
     dispatch_async(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0), ^{
@@ -44,7 +45,9 @@ class Service : public DaemonService {
       dispatch_semaphore_signal(answered);
     });
     dispatch_semaphore_wait(answered, dispatch_time(DISPATCH_TIME_NOW, patience));
-    return *answer;
+    const DaemonStatus status = *answer;
+    if (status != unknown) asked_.reset();
+    return status;
   }
 
   void registerDaemon(DaemonStepEnd ended) override {
@@ -78,6 +81,7 @@ class Service : public DaemonService {
 
   SMAppService* const service_;
   const dispatch_queue_t queue_;
+  std::shared_ptr<std::atomic<DaemonStatus>> asked_;  // the answer may still be under way
 };
 
 }  // namespace

@@ -188,6 +188,7 @@ std::expected<base::Secret, int> SecretPrompt::ask(
     if (redrawn) show("\r\x1B[K" + redrawn(line.text()));
     if (const int signal = terminal_->wait(); signal == SIGTSTP) {
       terminal_->suspend();
+      if (!redrawn) show(prompt);
       continue;
     } else if (signal != 0) {
       show("\n");
@@ -211,13 +212,14 @@ std::expected<base::Secret, std::error_code> readSecretLine() {
     isWhole = got == 0 || byte == '\n';
     if (got < 0) {
       error = errno;
-    } else if (line.size() > lineLimit) {
+    } else if (!isWhole && line.size() > lineLimit) {
       error = EMSGSIZE;
     } else if (!isWhole) {
       line += byte;
     }
   }
   if (line.ends_with('\r')) line.pop_back();
+  if (error == 0 && line.size() > lineLimit) error = EMSGSIZE;
   auto secret = base::Secret::takenFrom(line);
   if (error != 0) return std::unexpected(std::error_code(error, std::generic_category()));
   return secret;

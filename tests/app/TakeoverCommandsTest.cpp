@@ -85,7 +85,7 @@ TEST(RunCommandTest, TellsEachThingItDoesOnALineOfItsOwn) {
                                                     testing::Pair("disk8s1", story)));
 }
 
-TEST(RunCommandTest, InterruptEndsItOnceTheVolumesAreMountedAgain) {
+TEST(RunCommandTest, TheEndOfTheSessionEndsItOnceTheVolumesAreMountedAgain) {
   auto ends = platform::posix::makePipe();
   ASSERT_TRUE(ends);
   const base::UniqueFd output = std::move(ends->readEnd);
@@ -103,12 +103,14 @@ TEST(RunCommandTest, InterruptEndsItOnceTheVolumesAreMountedAgain) {
   for (ssize_t got = 0; (got = ::read(output.get(), buffer.data(), buffer.size())) > 0;) {
     text.append(buffer.data(), static_cast<std::size_t>(got));
     if (std::exchange(isAsked, true)) continue;
-    ::kill(child, SIGTERM);  // it has begun, and has unmounted something or is about to
+    // It has begun, and has unmounted something or is about to. The end of a session sends both.
+    ::kill(child, SIGHUP);
+    ::kill(child, SIGTERM);
   }
   int status = 0;
   ::waitpid(child, &status, 0);
   EXPECT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 130);
+  EXPECT_EQ(WEXITSTATUS(status), 129);
   EXPECT_FALSE(text.empty());
   for (const auto* disk : {"disk5s1", "disk8s1"}) {
     const auto began = text.find(std::string(disk) + "  ");

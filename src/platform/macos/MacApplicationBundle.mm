@@ -1,5 +1,7 @@
 #include "platform/macos/MacApplicationBundle.h"
 
+#import <Foundation/Foundation.h>
+
 #include "platform/macos/systemText.h"
 #include "platform/posix/inspectFile.h"
 

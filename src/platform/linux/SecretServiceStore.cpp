@@ -26,13 +26,46 @@ const SecretSchema schema = {"com.halvercine.GenericPassword",
 
 }  // namespace
 
+bool SecretServiceStore::Turns::take(std::chrono::steady_clock::time_point deadline) {
+  std::unique_lock lock(mutex_);
+  if (!released_.wait_until(lock, deadline, [this] { return !isTaken_; })) return false;
+  isTaken_ = true;
+  return true;
+}
+
+void SecretServiceStore::Turns::release() {
+  {
+    const std::lock_guard lock(mutex_);
+    isTaken_ = false;
+  }
+  released_.notify_one();
+}
+
+/// Has its turn, if that comes in time, while it lives.
+class SecretServiceStore::Turn {
+ public:
+  Turn(Turns& turns, std::chrono::steady_clock::time_point deadline)
+      : turns_(turns), hasCome_(turns.take(deadline)) {}
+  ~Turn() {
+    if (hasCome_) turns_.release();
+  }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+  bool hasCome() const { return hasCome_; }
+
+ private:
+  Turns& turns_;
+  const bool hasCome_;
+};
+
 /// One exchange with the service: alone, and cancelled when it takes too long.
 class SecretServiceStore::Call {
  public:
-  Call(std::timed_mutex& mutex, std::chrono::milliseconds limit)
+  Call(Turns& turns, std::chrono::milliseconds limit)
       : deadline_(std::chrono::steady_clock::now() + limit),
-        lock_(mutex, deadline_),
-        library_(lock_ ? SecretServiceLibrary::get() : nullptr) {
+        turn_(turns, deadline_),
+        library_(turn_.hasCome() ? SecretServiceLibrary::get() : nullptr) {
     if (!library_) return;
     cancellable_ = library_->makeCancellable();
     watchdog_ = std::jthread([this](const std::stop_token& stop) { watch(stop); });
@@ -59,7 +92,7 @@ class SecretServiceStore::Call {
 
   /// Whether there is none. A service that keeps silent, for us or for the bus, is there.
   bool findsNoService() const {
-    if (!lock_ || service_) return false;
+    if (!turn_.hasCome() || service_) return false;
     return !library_ || !(isError(library_->ioErrors(), G_IO_ERROR_CANCELLED) ||
                           isError(library_->ioErrors(), G_IO_ERROR_TIMED_OUT) ||
                           isError(library_->busErrors(), G_DBUS_ERROR_NO_REPLY) ||
@@ -133,7 +166,7 @@ class SecretServiceStore::Call {
   }
 
   const std::chrono::steady_clock::time_point deadline_;
-  std::unique_lock<std::timed_mutex> lock_;
+  Turn turn_;
   const SecretServiceLibrary* library_;
   GCancellable* cancellable_ = nullptr;
   GError* error_ = nullptr;
@@ -180,7 +213,7 @@ bool SecretServiceStore::add(const std::string& service, const std::string& acco
 std::optional<bool> SecretServiceStore::addIfThere(const std::string& service,
                                                    const std::string& account,
                                                    std::string_view value) {
-  Call call(mutex_, limit_);
+  Call call(turns_, limit_);
   if (call.findsNoService()) return std::nullopt;
   if (!call.reachesService()) return false;
   const Attributes attributes(call.libsecret(), service, &account);
@@ -191,7 +224,7 @@ std::optional<bool> SecretServiceStore::addIfThere(const std::string& service,
 SecretStore::Lookup SecretServiceStore::copyMatching(
     const std::string& service, const std::string& account,
     const std::function<void(std::string_view value)>& take) {
-  Call call(mutex_, limit_);
+  Call call(turns_, limit_);
   if (call.findsNoService()) return Lookup::absent;
   if (!call.reachesService()) return Lookup::unreadable;
   const Attributes attributes(call.libsecret(), service, &account);
@@ -206,7 +239,7 @@ bool SecretServiceStore::removeAll(const std::string& service) { return clear(se
 
 bool SecretServiceStore::clear(const std::string& service,
                                const std::optional<std::string>& account) {
-  Call call(mutex_, limit_);
+  Call call(turns_, limit_);
   if (!call.reachesService()) return false;
   const Attributes attributes(call.libsecret(), service, account ? &*account : nullptr);
   return call.clear(attributes.get());

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -33,11 +34,25 @@ class SecretServiceStore : public SecretStore {
 
  private:
   class Call;
+  class Turn;
+
+  /// A mutex that can be waited for in limited time. (The thread sanitizer takes std::timed_mutex
+  /// for one that was never locked.)
+  class Turns {
+   public:
+    bool take(std::chrono::steady_clock::time_point deadline);
+    void release();
+
+   private:
+    std::mutex mutex_;
+    std::condition_variable released_;
+    bool isTaken_ = false;
+  };
 
   bool clear(const std::string& service, const std::optional<std::string>& account);
 
   const std::chrono::milliseconds limit_;
-  std::timed_mutex mutex_;  // one call at a time: the library keeps one connection for all
+  Turns turns_;  // one call at a time: the library keeps one connection for all
 };
 
 }  // namespace halvercine::platform::gnulinux

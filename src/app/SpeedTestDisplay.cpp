@@ -52,7 +52,7 @@ std::string SpeedTestDisplay::progressText() const {
         {context_.text("speed.phase.preparing"), percentText(part), rate, progressBar(part)},
         line_.columns());
   }
-  const auto phase = context_.text("speed.phase.running");
+  auto phase = context_.text("speed.phase.running");
   const auto& cell = runner_.cell();
   if (!cell) return phase;
   // What moves comes first: a narrow terminal has no room for the rest.

@@ -93,7 +93,7 @@ Task<Answer> install(const CommandContext& context, HelperRegistration& registra
 Task<Answer> fallBack(const CommandContext& context, HelperRegistration& registration,
                       std::string reason) {
   const auto registered = co_await registration.fallBack();
-  const std::vector<std::string> arguments(1, std::move(reason));
+  const std::vector<std::string> arguments(1, reason);
   co_return failure(
       context.options, ExitStatus::failed, "helper-install-failed",
       context.text("ui.helper.install.failed", arguments) + '\n' + lines(context, registered),

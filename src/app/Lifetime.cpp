@@ -6,13 +6,6 @@
 #include "app/Terminal.h"
 
 namespace halvercine::app {
-namespace {
-
-// What comes sooner after the first interrupt belongs to it: a terminal that goes sends several
-// signals, and so does the end of a session.
-constexpr std::chrono::seconds untilSecondInterrupt{1};
-
-}  // namespace
 
 Lifetime::Lifetime(const CommandContext& context, Machine& machine)
     : machine_(machine),
@@ -47,7 +40,7 @@ void Lifetime::interrupted(int signal) {
   if (!interruptedAt_) {
     interruptedAt_ = now;
     end(signal == SIGHUP ? ExitStatus::hungUp : ExitStatus::interrupted);
-  } else if (signal != SIGHUP && now - *interruptedAt_ >= untilSecondInterrupt) {
+  } else if (signal != SIGHUP && now - *interruptedAt_ >= signals_.untilSecond) {
     isInterruptedAgain_ = true;
   }
 }

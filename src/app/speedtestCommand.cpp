@@ -21,10 +21,6 @@ namespace {
 
 using speedtest::SpeedTestRunner;
 
-/// What comes sooner after the first interrupt belongs to it: a terminal that goes can send several
-/// signals, and a key may bounce.
-constexpr std::chrono::seconds untilSecondInterrupt{1};
-
 /// Where nobody is left who could interrupt again, so long a disk has to answer.
 constexpr std::chrono::seconds unattendedPatience{5};
 
@@ -81,7 +77,7 @@ class SpeedTestAttendance {
       stoppedAt_ = context_.platform.clock->uptime();
       runner_.stop();
       if (signal != SIGPIPE) display_.say(context_.text("ui.speedtest.stopping"));
-    } else if (signal != SIGPIPE && stoppedFor() >= untilSecondInterrupt) {
+    } else if (signal != SIGPIPE && stoppedFor() >= signals_.untilSecond) {
       leave();
     }
   }

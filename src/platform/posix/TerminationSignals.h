@@ -1,6 +1,7 @@
 // SIGINT and SIGTERM as events.
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 #include <boost/asio/signal_set.hpp>
@@ -13,6 +14,10 @@ namespace halvercine::platform::posix {
 /// instead of ending the process.
 class TerminationSignals {
  public:
+  /// What comes sooner after the first interrupt belongs to it: a terminal that goes, or a session
+  /// that ends, sends several signals, and a key may bounce.
+  static constexpr std::chrono::seconds untilSecond{1};
+
   /// Whether the end of the terminal, SIGHUP, is taken too; never where the program was started
   /// to ignore it.
   enum class Hangup { left, taken };

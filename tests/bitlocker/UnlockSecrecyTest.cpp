@@ -17,6 +17,7 @@
 #include "bitlocker/UnlockFixture.h"
 #include "bitlocker/unlock/BitLockerUnlock.h"
 #include "platform/posix/FileSecretStore.h"
+#include "support/isSanitized.h"
 
 namespace halvercine::bitlocker {
 namespace {
@@ -107,16 +108,9 @@ std::size_t occurrencesInFiles(const std::filesystem::path& folder) {
   return count;
 }
 
-// The sanitizers keep what is freed for a while, and have terabytes of memory of their own.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#else
-constexpr bool isSanitized = false;
-#endif
-
 struct UnlockSecrecyTest : testing::Test, tests::UnlockFixture {
   void SetUp() override {
-    if (isSanitized) GTEST_SKIP() << "memory is looked through without sanitizers only";
+    if (tests::isSanitized) GTEST_SKIP() << "memory is looked through without sanitizers only";
   }
   /// Drives the dialog of a volume; what the module answers does not depend on the password.
   void unlockAndForget(const std::string& bsdName, bool remember) {

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "base/MainActor.h"
+#include "support/isSanitized.h"
 
 namespace halvercine::platform::posix {
 namespace {
@@ -62,9 +63,7 @@ rlim_t addressSpace() {
 }
 
 TEST(PosixWorkerThreadsTest, NoneBeginsWhenNotAllCanBeHad) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "the sanitizers take the address space for themselves";
-#endif
+  if (tests::isSanitized) GTEST_SKIP() << "the address space is limited without sanitizers only";
   const pid_t child = ::fork();
   ASSERT_GE(child, 0);
   if (child == 0) {

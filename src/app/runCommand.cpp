@@ -1,3 +1,4 @@
+#include <csignal>
 #include <memory>
 
 #include <boost/json/object.hpp>
@@ -19,6 +20,7 @@
 #include "mount/takeover/AutomaticTakeover.h"
 #include "mount/takeover/ReportCaretaker.h"
 #include "platform/posix/SecretPrompt.h"
+#include "platform/posix/SignalEvents.h"
 #ifdef __linux__
 #include "platform/linux/diskutil/MountDirectory.h"
 #include "platform/linux/diskutil/accessReport.h"
@@ -204,6 +206,8 @@ Answer runCommand(const CommandContext& context, Machine& machine) {
   unlock.happened.connect(
       [&](const UnlockEvent& event) { lifetime.print(lineFor(context, event)); });
   parts.monitor.disksChanged.connect([&] { parts.registry.forgetMounted(parts.monitor.disks()); });
+  const platform::posix::SignalEvents continued(
+      machine.actor(), {SIGCONT}, [&](int) { parts.monitor.applicationBecameActive(); });
   check::CheckMailbox::sweepAbandoned(*context.platform.containers);
   if (!parts.monitor.start()) return arbitrationFailure(context);
   const auto caretaker = reportCaretaker(context, parts.monitor);

@@ -1,3 +1,5 @@
+#include <csignal>
+
 #include <boost/json/object.hpp>
 #include <fmt/format.h>
 
@@ -13,6 +15,7 @@
 #include "disks/DiskMonitor.h"
 #include "disks/DiskUtility.h"
 #include "mount/reasons/UnmountReasonStore.h"
+#include "platform/posix/SignalEvents.h"
 
 namespace halvercine::app {
 namespace {
@@ -38,6 +41,12 @@ class Watch {
     reasons_.changed.connect([this] { showSoon(); });
   }
 
+  /// Has what is on the screen drawn again, changed or not.
+  void redraw() {
+    isScreenStale_ = true;
+    showSoon();
+  }
+
  private:
   /// A refresh that changes something says so twice; it is looked at once.
   void showSoon() {
@@ -56,8 +65,8 @@ class Watch {
     }
     const auto events = eventsBetween(views_, views);
     views_ = std::move(views);
-    const bool first = std::exchange(isFirst_, false);
-    if (events.empty() && !first) return;
+    const bool isScreenStale = std::exchange(isScreenStale_, false);
+    if (events.empty() && !isScreenStale) return;
     // The window may have another size by now.
     const auto terminal = Terminal::forOutput(context_.options.noColor);
     if (!context_.options.json && terminal.redraws()) {
@@ -117,7 +126,7 @@ class Watch {
   disks::DiskUtility utility_;
   mount::UnmountReasonStore reasons_;
   std::vector<DiskView> views_;
-  bool isFirst_ = true;
+  bool isScreenStale_ = true;
   bool isDue_ = false;
   base::OwnedPost post_;
 };
@@ -128,6 +137,12 @@ Answer watchCommand(const CommandContext& context, Machine& machine) {
   Lifetime lifetime(context, machine);
   disks::DiskMonitor monitor(machine.actor(), context.platform, context.localization);
   Watch watch(context, machine.actor(), monitor, lifetime);
+  const platform::posix::SignalEvents terminal(machine.actor(), {SIGCONT, SIGWINCH},
+                                               [&](int signal) {
+                                                 if (signal == SIGCONT)
+                                                   monitor.applicationBecameActive();
+                                                 watch.redraw();
+                                               });
   if (!monitor.start()) return arbitrationFailure(context);
   return {lifetime.run(), "", ""};
 }

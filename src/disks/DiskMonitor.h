@@ -69,7 +69,8 @@ class DiskMonitor {
   /// Has a refresh run soon. Any number of calls before it runs cost one refresh.
   void scheduleRefresh();
 
-  /// The user has come back to the program: what was missed meanwhile is caught up with.
+  /// The user has come back to the program, to its window or from a terminal where it was
+  /// suspended: what was missed meanwhile is caught up with.
   void applicationBecameActive() { scheduleRefresh(); }
 
   /// The list in display order, as of the last refresh.

@@ -8,9 +8,9 @@
 #include <utility>
 
 #include <boost/asio/posix/stream_descriptor.hpp>
-#include <boost/asio/signal_set.hpp>
 
 #include "base/UniqueFd.h"
+#include "platform/posix/SignalEvents.h"
 
 namespace halvercine::platform::posix {
 namespace {
@@ -62,8 +62,8 @@ void leaveTerminal(int signal) {
 struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Listener> {
   Listener(base::MainActor& actor, std::function<void(char)> action)
       : terminal(actor.context()),
-        continued(actor.context(), SIGCONT),
-        pressed(std::move(action)) {}
+        pressed(std::move(action)),
+        continued(actor, {SIGCONT}, [this](int) { takeTerminal(); }) {}
 
   /// False when the terminal is of a kind that cannot be waited for, as macOS has some.
   bool open() {
@@ -73,15 +73,6 @@ struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Liste
     if (error) return false;
     std::ignore = descriptor.release();
     return true;
-  }
-
-  void waitForReturn() {
-    continued.async_wait([weak = weak_from_this()](boost::system::error_code error, int) {
-      const auto listener = weak.lock();
-      if (!listener || error) return;
-      listener->waitForReturn();
-      listener->takeTerminal();
-    });
   }
 
   void takeTerminal() {
@@ -117,9 +108,9 @@ struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Liste
   }
 
   boost::asio::posix::stream_descriptor terminal;
-  boost::asio::signal_set continued;
   bool isWaiting = false;
   std::function<void(char)> pressed;
+  SignalEvents continued;
 };
 
 std::unique_ptr<TerminalKeys> TerminalKeys::listen(base::MainActor& actor,
@@ -128,7 +119,6 @@ std::unique_ptr<TerminalKeys> TerminalKeys::listen(base::MainActor& actor,
   auto listener = std::make_shared<Listener>(actor, std::move(pressed));
   if (!listener->open()) return nullptr;
   listener->wait();
-  listener->waitForReturn();
   return std::unique_ptr<TerminalKeys>(new TerminalKeys(std::move(listener)));
 }
 

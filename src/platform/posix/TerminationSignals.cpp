@@ -16,18 +16,9 @@ bool isIgnored(int signal) {
 
 TerminationSignals::TerminationSignals(base::MainActor& actor, std::function<void(int)> asked,
                                        Hangup hangup, Quit quit)
-    : signals_(actor.context(), SIGINT, SIGTERM), asked_(std::move(asked)) {
+    : signals_(actor, {SIGINT, SIGTERM}, std::move(asked)) {
   if (hangup == Hangup::taken && !isIgnored(SIGHUP)) signals_.add(SIGHUP);
   if (quit == Quit::taken && !isIgnored(SIGQUIT)) signals_.add(SIGQUIT);
-  wait();
-}
-
-void TerminationSignals::wait() {
-  signals_.async_wait([this](boost::system::error_code error, int signal) {
-    if (error) return;  // destroyed: `this` is gone
-    wait();
-    asked_(signal);
-  });
 }
 
 }  // namespace halvercine::platform::posix

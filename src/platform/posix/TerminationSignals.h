@@ -4,9 +4,8 @@
 #include <chrono>
 #include <functional>
 
-#include <boost/asio/signal_set.hpp>
-
 #include "base/MainActor.h"
+#include "platform/posix/SignalEvents.h"
 
 namespace halvercine::platform::posix {
 
@@ -29,10 +28,7 @@ class TerminationSignals {
                      Hangup hangup = Hangup::left, Quit quit = Quit::left);
 
  private:
-  void wait();
-
-  boost::asio::signal_set signals_;
-  std::function<void(int)> asked_;
+  SignalEvents signals_;
 };
 
 }  // namespace halvercine::platform::posix

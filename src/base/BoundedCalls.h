@@ -23,8 +23,13 @@ class BoundedCalls {
  public:
   /// A server that is alive answers within milliseconds, a disk that has to spin up is asked again
   /// anyway.
-  explicit BoundedCalls(std::chrono::milliseconds patience = std::chrono::milliseconds(250))
-      : patience_(patience) {}
+  static constexpr std::chrono::milliseconds usualPatience{250};
+
+  /// With `kept`, for what may be so old, an answer that has come too late stands for the next one
+  /// that does: nothing flickers where answers are late now and then.
+  explicit BoundedCalls(std::chrono::milliseconds patience = usualPatience,
+                        std::chrono::seconds kept = {})
+      : patience_(patience), kept_(kept) {}
 
   /// What `ask(path)` answers, a function that owns what it uses and throws nothing. Nothing when
   /// it has not come back in time.
@@ -34,7 +39,7 @@ class BoundedCalls {
     try {
       const std::lock_guard lock(calls_->mutex);
       const auto running = calls_->running.find(path);
-      if (running != calls_->running.end() && running->second.isStuck) return std::nullopt;
+      if (running != calls_->running.end() && running->second.isStuck) return late(path);
       pending =
           running != calls_->running.end() ? running->second.pending : start(path, std::move(ask));
     } catch (const std::system_error&) {  // no further thread to be had
@@ -46,7 +51,7 @@ class BoundedCalls {
     const std::lock_guard lock(calls_->mutex);
     const auto running = calls_->running.find(path);
     if (running != calls_->running.end()) running->second.isStuck = true;
-    return std::nullopt;
+    return late(path);
   }
 
  private:
@@ -55,21 +60,40 @@ class BoundedCalls {
     Pending pending;
     bool isStuck = false;
   };
+  struct Late {
+    Answer answer;
+    std::chrono::steady_clock::time_point end;
+  };
   struct Calls {
     std::mutex mutex;
     std::map<std::string, Call> running;
+    std::map<std::string, Late> late;
   };
+
+  /// With the mutex.
+  std::optional<Answer> late(const std::string& path) const {
+    const auto found = calls_->late.find(path);
+    if (found == calls_->late.end()) return std::nullopt;
+    if (found->second.end > std::chrono::steady_clock::now()) return found->second.answer;
+    calls_->late.erase(found);
+    return std::nullopt;
+  }
 
   template <class Ask>
   Pending start(const std::string& path, Ask ask) {
     std::promise<Answer> promise;
     Pending pending = promise.get_future().share();
     calls_->running[path] = {pending, false};
-    std::thread([path, ask = std::move(ask), calls = calls_,
+    std::thread([path, ask = std::move(ask), calls = calls_, kept = kept_,
                  promise = std::move(promise)]() mutable {
       auto answer = ask(path);
       {
         const std::lock_guard lock(calls->mutex);
+        calls->late.erase(path);
+        if (calls->running[path].isStuck && kept.count() > 0) {
+          const auto end = std::chrono::steady_clock::now() + kept;
+          calls->late.emplace(path, Late{answer, end});
+        }
         calls->running.erase(path);
       }
       promise.set_value(std::move(answer));
@@ -78,6 +102,7 @@ class BoundedCalls {
   }
 
   std::chrono::milliseconds patience_;
+  std::chrono::seconds kept_;
   std::shared_ptr<Calls> calls_ = std::make_shared<Calls>();  // outlived by abandoned calls
 };
 

@@ -125,24 +125,25 @@ DiskDescriptor::DiskDescriptor(const platform::Platform& platform,
 std::optional<Disk> DiskDescriptor::describe(
     platform::DiskArbitrationSession& session, const std::string& bsdName,
     std::optional<bitlocker::BitLockerState> bitLocker) const {
-  const auto description = session.describe(bsdName);
-  if (!description) return std::nullopt;
+  const auto arbitrated = session.describe(bsdName);
+  if (!arbitrated) return std::nullopt;
+  const auto& description = arbitrated->description;
   Disk disk;
   disk.id = bsdName;
   disk.bitLocker = std::move(bitLocker);
-  disk.mountPath = base::read(*description, key::volumePath, base::pathValue);
+  disk.mountPath = base::read(description, key::volumePath, base::pathValue);
   disk.isMounted = disk.mountPath.has_value();
   // What is not listed is not asked about either.
   if (disk.mountPath && disk.mountPath->starts_with(systemVolumes)) return std::nullopt;
-  if (isDiskImage(*description)) return std::nullopt;
+  if (isDiskImage(description)) return std::nullopt;
   // Nothing locked can be mounted: such a record is an older one.
   if (disk.isMounted && disk.bitLocker && !disk.bitLocker->isUnlocked()) disk.bitLocker.reset();
 
-  readMedia(disk, *description);
-  readHardware(disk, *description, platform_.mediaRegistry->media(bsdName).get());
-  const auto bus = hardwareText(textOf(*description, key::busName));
+  readMedia(disk, description);
+  readHardware(disk, description, arbitrated->media.get());
+  const auto bus = hardwareText(textOf(description, key::busName));
   disk.connection = bus ? *bus : localization_.text("disk.internal");
-  readVolume(disk, *description);
+  readVolume(disk, description);
   return disk;
 }
 

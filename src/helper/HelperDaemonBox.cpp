@@ -6,6 +6,14 @@
 #include "helper/HelperClient.h"
 
 namespace halvercine::helper {
+namespace {
+
+bool isUnregistered(platform::DaemonStatus status) {
+  return status == platform::DaemonStatus::notRegistered ||
+         status == platform::DaemonStatus::notFound;
+}
+
+}  // namespace
 
 bool isRegistered(platform::DaemonStatus status) {
   return status == platform::DaemonStatus::enabled ||
@@ -28,8 +36,13 @@ DaemonStep HelperDaemonBox::registerStep() const {
 }
 
 DaemonStep HelperDaemonBox::unregisterStep() const {
-  return [daemon = daemon_](platform::DaemonStepEnd ended) {
-    daemon->unregisterDaemon(std::move(ended));
+  return [daemon = daemon_, schedule = scheduleOnMain_](platform::DaemonStepEnd ended) {
+    daemon->unregisterDaemon([daemon, schedule, ended = std::move(ended)](auto error) {
+      schedule([daemon, ended, error = std::move(error)]() mutable {
+        if (error && isUnregistered(daemon->status())) error.reset();
+        ended(std::move(error));
+      });
+    });
   };
 }
 

@@ -25,6 +25,9 @@ class HelperDaemonBox {
   /// it has registered and that now waits for the user's approval: an error counts only when the
   /// daemon is not registered then.
   DaemonStep registerStep() const;
+
+  /// The reverse; an error counts only while the daemon is known to the system: that of a daemon
+  /// that was not registered is none.
   DaemonStep unregisterStep() const;
 
  private:

@@ -9,7 +9,8 @@ namespace halvercine::platform {
 
 using WallTime = std::chrono::sys_time<std::chrono::nanoseconds>;
 
-/// Monotonic time since an arbitrary start; does not jump when the wall clock is set.
+/// Monotonic time since an arbitrary start; does not jump when the wall clock is set, and does not
+/// count the time that the system sleeps.
 using Uptime = std::chrono::nanoseconds;
 
 /// Seconds since 1 January 1970 (UTC) with their fraction, as records of other processes carry

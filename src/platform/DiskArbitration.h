@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/MediaRegistry.h"
 #include "platform/PropertyValue.h"
 
 namespace halvercine::platform {
@@ -43,6 +44,14 @@ struct DiskCallbacks {
   std::function<void(std::optional<std::string> bsdName)> descriptionChanged;
 };
 
+/// A disk at one moment.
+struct ArbitratedDisk {
+  PropertyDictionary description;
+  /// The medium that the description is of: another one may have the name by the time of a further
+  /// question. Null when it has gone already.
+  std::unique_ptr<RegistryEntry> media;
+};
+
 /// One connection to the service. Destroying it ends the callbacks: none begins after that.
 class DiskArbitrationSession {
  public:
@@ -52,9 +61,9 @@ class DiskArbitrationSession {
   /// there as `appeared`. Called at most once.
   virtual void start(DiskCallbacks callbacks) = 0;
 
-  /// The description of a disk now; nothing when there is no such disk or it has none. Quick enough
-  /// for the main actor.
-  virtual std::optional<PropertyDictionary> describe(const std::string& bsdName) = 0;
+  /// The disk now; nothing when there is no such disk or it has no description. Quick enough for
+  /// the main actor.
+  virtual std::optional<ArbitratedDisk> describe(const std::string& bsdName) = 0;
 };
 
 class DiskArbitration {

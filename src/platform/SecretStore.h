@@ -7,9 +7,9 @@
 
 namespace halvercine::platform {
 
-/// Generic passwords, each under the name of a service and of an account of it. What is stored can
-/// be read in the background, without asking anybody, once the user has unlocked the machine after
-/// its start (kSecAttrAccessibleAfterFirstUnlock).
+/// Generic passwords, each under the name of a service and of an account of it. What is stored asks
+/// to be readable in the background once the user has unlocked the machine after its start
+/// (kSecAttrAccessibleAfterFirstUnlock); a keychain that is a file goes by its own lock instead.
 ///
 /// Every call may wait for another process, and `add` for the user, who may be asked to unlock the
 /// store: from a background thread only, and any number at a time. None waits for more than

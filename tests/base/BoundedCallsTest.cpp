@@ -36,5 +36,23 @@ TEST(BoundedCalls, AStuckCallKeepsNobodyAndIsNotRepeated) {
   EXPECT_EQ(*asked, 1);
 }
 
+TEST(BoundedCalls, ALateAnswerStandsForTheNextThatIsLate) {
+  BoundedCalls<std::string> calls(std::chrono::milliseconds(1), std::chrono::hours(1));
+  const auto ask = [&calls](const std::string& answer) {
+    const auto server = std::make_shared<std::promise<void>>();
+    const auto wait = [answer, answered = server->get_future().share()](const std::string&) {
+      answered.wait();
+      return answer;
+    };
+    const auto now = calls("/slow", wait);
+    server->set_value();
+    return now;
+  };
+  EXPECT_EQ(ask("first"), std::nullopt);
+  std::optional<std::string> later;
+  while (!later) later = ask("second");
+  EXPECT_EQ(later, "first");
+}
+
 }  // namespace
 }  // namespace halvercine::base

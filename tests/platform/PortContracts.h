@@ -137,11 +137,14 @@ TYPED_TEST_P(PortContracts, aDescriptionHasTheTypesOfTheKeys) {
   namespace key = platform::disk_description;
   for (const auto& medium : this->platform().mediaRegistry->allMedia()) {
     const auto name = medium->property(platform::registry_key::bsdName);
-    const auto description = session->describe(*name->template as<std::string>());
-    if (!description) continue;  // gone since
+    const auto disk = session->describe(*name->template as<std::string>());
+    if (!disk) continue;  // gone since
+    ASSERT_TRUE(disk->media);
+    EXPECT_EQ(disk->media->entryId(), medium->entryId());
+    const auto& description = disk->description;
     const auto hasType = [&]<class T>(std::string_view wanted, const T*) {
-      const auto found = description->find(wanted);
-      EXPECT_TRUE(found == description->end() || found->second.template as<T>()) << wanted;
+      const auto found = description.find(wanted);
+      EXPECT_TRUE(found == description.end() || found->second.template as<T>()) << wanted;
     };
     for (const auto flag :
          {key::mediaWhole, key::mediaWritable, key::mediaRemovable, key::deviceInternal}) {
@@ -157,17 +160,17 @@ TYPED_TEST_P(PortContracts, aDescriptionHasTheTypesOfTheKeys) {
     hasType(key::volumePath, static_cast<const platform::FileUrl*>(nullptr));
     hasType(key::volumeUuid, static_cast<const platform::Uuid*>(nullptr));
     hasType(key::mediaUuid, static_cast<const platform::Uuid*>(nullptr));
-    EXPECT_TRUE(description->contains(key::mediaWhole));
-    EXPECT_TRUE(description->contains(key::mediaSize));
+    EXPECT_TRUE(description.contains(key::mediaWhole));
+    EXPECT_TRUE(description.contains(key::mediaSize));
   }
 }
 
 TYPED_TEST_P(PortContracts, aMountedVolumesPathHasItsStatistics) {
   const auto volume = this->volume();
   if (!volume) GTEST_SKIP() << "this machine has no mounted volume";
-  const auto description = this->session()->describe(*volume);
-  ASSERT_TRUE(description);
-  const auto* url = description->at(std::string(platform::disk_description::volumePath))
+  const auto disk = this->session()->describe(*volume);
+  ASSERT_TRUE(disk);
+  const auto* url = disk->description.at(std::string(platform::disk_description::volumePath))
                         .template as<platform::FileUrl>();
   ASSERT_TRUE(url);
   EXPECT_TRUE(url->path == "/" || !url->path.ends_with('/'));

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/linux/DeviceEvents.h"
+#include "platform/linux/LinuxMediaRegistry.h"
 #include "platform/linux/describeMedium.h"
 
 namespace halvercine::platform::gnulinux {
@@ -21,11 +22,11 @@ class Session : public DiskArbitrationSession {
     events_->start();
   }
 
-  std::optional<PropertyDictionary> describe(const std::string& bsdName) override {
+  std::optional<ArbitratedDisk> describe(const std::string& bsdName) override {
     const auto id = parseBsdName(bsdName);
     const auto device = id ? storage_->devices.find(*id) : std::nullopt;
     if (!device) return std::nullopt;
-    return describeMedium(*device, *storage_);
+    return ArbitratedDisk{describeMedium(*device, *storage_), mediaEntry(storage_, *id)};
   }
 
  private:

@@ -92,10 +92,14 @@ class MediaEntry : public RegistryEntry {
 
 }  // namespace
 
+std::unique_ptr<RegistryEntry> mediaEntry(std::shared_ptr<Storage> storage, MediumId id) {
+  return std::make_unique<MediaEntry>(std::move(storage), id);
+}
+
 std::vector<std::unique_ptr<RegistryEntry>> LinuxMediaRegistry::allMedia() {
   std::vector<std::unique_ptr<RegistryEntry>> media;
   for (const auto& device : storage_->devices.all()) {
-    media.push_back(std::make_unique<MediaEntry>(storage_, device.id));
+    media.push_back(mediaEntry(storage_, device.id));
   }
   return media;
 }
@@ -103,7 +107,7 @@ std::vector<std::unique_ptr<RegistryEntry>> LinuxMediaRegistry::allMedia() {
 std::unique_ptr<RegistryEntry> LinuxMediaRegistry::media(const std::string& bsdName) {
   const auto id = parseBsdName(bsdName);
   if (!id || !storage_->devices.find(*id)) return nullptr;
-  return std::make_unique<MediaEntry>(storage_, *id);
+  return mediaEntry(storage_, *id);
 }
 
 }  // namespace halvercine::platform::gnulinux

@@ -8,6 +8,9 @@
 
 namespace halvercine::platform::gnulinux {
 
+/// The medium's object, whether it is still there or not. Any thread.
+std::unique_ptr<RegistryEntry> mediaEntry(std::shared_ptr<Storage> storage, MediumId id);
+
 /// The chain of a medium: the partition's "IOMedia", the disk's, "IOBlockStorageDevice", then those
 /// devices of the kernel's tree that have a counterpart, from the nearest to the root. Only media
 /// have entry IDs. Any thread.

@@ -18,8 +18,10 @@ class CallbackGate {
   /// time. The target may close the gate.
   template <class Action>
   void pass(Action action) {
+    std::shared_ptr<Target> held;  // destroyed after the lock is let go: it may hold anything
     const std::lock_guard lock(mutex_);
-    if (const auto held = target_) action(*held);
+    held = target_;
+    if (held) action(*held);
   }
 
   /// No call begins afterwards, and none is under way on another thread. Any thread.

@@ -8,14 +8,20 @@
 #include <string>
 #include <utility>
 
+#include <dispatch/dispatch.h>
+
 #include "platform/SecretStore.h"
 
 namespace halvercine::platform::macos {
 
-/// Generic passwords of the login keychain. A call that has taken too long and was given up may
-/// still do what it was asked for, but hands nothing out any more.
+/// Generic passwords of the login keychain, which may ask the user: one question at a time. A call
+/// that has taken too long is given up: it is not begun any more, and one that has begun may still
+/// do what it was asked for, but hands nothing out.
 class KeychainSecretStore : public SecretStore {
  public:
+  KeychainSecretStore();
+  ~KeychainSecretStore() override;
+
   bool add(const std::string& service, const std::string& account, std::string_view value) override;
   Lookup copyMatching(const std::string& service, const std::string& account,
                       const std::function<void(std::string_view value)>& take) override;
@@ -27,8 +33,9 @@ class KeychainSecretStore : public SecretStore {
   using Item = std::pair<std::string, std::string>;  // service and account
 
   std::optional<Lookup> earlierAnswer(const Item& item);
-  static bool deleteItems(const std::string& service, const std::string* account);
+  bool deleteItems(const std::string& service, const std::string* account);
 
+  const dispatch_queue_t queue_;
   std::mutex mutex_;
   std::map<Item, std::shared_ptr<Exchange>> unanswered_;
 };

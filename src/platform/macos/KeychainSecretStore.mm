@@ -1,5 +1,8 @@
 #include "platform/macos/KeychainSecretStore.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -32,6 +35,19 @@ NSMutableDictionary* queryOf(const std::string& service, const std::string* acco
   return query;
 }
 
+/// A copy that is wiped when the last who holds it lets it go.
+NSData* secretData(std::string_view value) {
+  void* const copy = std::malloc(std::max<std::size_t>(value.size(), 1));
+  if (copy == nullptr) return nil;
+  std::memcpy(copy, value.data(), value.size());
+  return [[NSData alloc] initWithBytesNoCopy:copy
+                                      length:value.size()
+                                 deallocator:^(void* bytes, NSUInteger length) {
+                                   base::wipe(bytes, length);
+                                   std::free(bytes);
+                                 }];
+}
+
 /// An item that the user does not let us have is none.
 bool isAbsent(OSStatus status) {
   return status == errSecItemNotFound || status == errSecUserCanceled || status == errSecAuthFailed;
@@ -39,13 +55,14 @@ bool isAbsent(OSStatus status) {
 
 }  // namespace
 
-/// One exchange with the keychain, on a thread that nobody waits for longer than the limit. What is
+/// One exchange with the keychain, on a queue that nobody waits for longer than the limit. What is
 /// found is kept until the one who waits has taken it, and wiped.
 class KeychainSecretStore::Exchange : public std::enable_shared_from_this<Exchange> {
  public:
   using Call = OSStatus (^)(NSDictionary* query, CFTypeRef* result);
 
-  Exchange() = default;
+  /// Exchanges of a queue come one after the other: none overtakes one that waits for the user.
+  explicit Exchange(dispatch_queue_t queue) : queue_(queue) {}
   Exchange(const Exchange&) = delete;
   Exchange& operator=(const Exchange&) = delete;
   ~Exchange() { dropValue(); }
@@ -53,10 +70,11 @@ class KeychainSecretStore::Exchange : public std::enable_shared_from_this<Exchan
   /// The call's answer; nothing when there was none in time.
   std::optional<OSStatus> run(NSDictionary* query, Call call) {
     const auto self = shared_from_this();
-    dispatch_async(dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0), ^{
+    dispatch_async(queue_, ^{
       @autoreleasepool {
         CFTypeRef result = nullptr;
-        const OSStatus status = call(query, &result);
+        // What nobody hears of must not be done either.
+        const OSStatus status = self->isGivenUp() ? errSecNotAvailable : call(query, &result);
         self->finish(status, ScopedCF<CFTypeRef>::adopt(result));
       }
     });
@@ -74,6 +92,11 @@ class KeychainSecretStore::Exchange : public std::enable_shared_from_this<Exchan
   std::optional<OSStatus> lateAnswer() {
     const std::lock_guard lock(mutex_);
     return hasEnded_ ? std::optional(status_) : std::nullopt;
+  }
+
+  bool isGivenUp() {
+    const std::lock_guard lock(mutex_);
+    return isGivenUp_;
   }
 
   /// Hands over what a call that has succeeded in time has found; false when it is no data.
@@ -109,6 +132,7 @@ class KeychainSecretStore::Exchange : public std::enable_shared_from_this<Exchan
     value_.reset();
   }
 
+  const dispatch_queue_t queue_;
   std::mutex mutex_;
   OSStatus status_ = errSecSuccess;
   ScopedCF<CFTypeRef> value_;
@@ -117,14 +141,22 @@ class KeychainSecretStore::Exchange : public std::enable_shared_from_this<Exchan
   const dispatch_semaphore_t finished_ = dispatch_semaphore_create(0);
 };
 
+KeychainSecretStore::KeychainSecretStore()
+    : queue_(dispatch_queue_create_with_target(
+          "com.halvercine.app.keychain", DISPATCH_QUEUE_SERIAL,
+          dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0))) {}
+
+KeychainSecretStore::~KeychainSecretStore() = default;
+
 bool KeychainSecretStore::deleteItems(const std::string& service, const std::string* account) {
   // The login keychain deletes one item at a call, other keychains all that match.
   constexpr int mostItems = 10'000;
   NSDictionary* const query = queryOf(service, account);
   if (query == nil) return false;
+  const auto exchange = std::make_shared<Exchange>(queue_);
   const auto deleteAll = ^(NSDictionary* wanted, CFTypeRef*) {
     OSStatus first = errSecItemNotFound;
-    for (int item = 0; item < mostItems; ++item) {
+    for (int item = 0; item < mostItems && !exchange->isGivenUp(); ++item) {
       const OSStatus status = SecItemDelete((__bridge CFDictionaryRef)wanted);
       if (item == 0) first = status;
       if (status == errSecItemNotFound) break;
@@ -132,7 +164,7 @@ bool KeychainSecretStore::deleteItems(const std::string& service, const std::str
     }
     return first;
   };
-  return std::make_shared<Exchange>()->run(query, deleteAll) == errSecSuccess;
+  return exchange->run(query, deleteAll) == errSecSuccess;
 }
 
 bool KeychainSecretStore::add(const std::string& service, const std::string& account,
@@ -140,15 +172,14 @@ bool KeychainSecretStore::add(const std::string& service, const std::string& acc
   @autoreleasepool {
     NSMutableDictionary* const item = queryOf(service, &account);
     if (item == nil) return false;
-    NSMutableData* const data = [NSMutableData dataWithBytes:value.data() length:value.size()];
+    NSData* const data = secretData(value);
+    if (data == nil) return false;
     item[(__bridge id)kSecValueData] = data;
     item[(__bridge id)kSecAttrAccessible] = (__bridge id)kSecAttrAccessibleAfterFirstUnlock;
-    const auto addAndWipe = ^(NSDictionary* added, CFTypeRef*) {
-      const OSStatus status = SecItemAdd((__bridge CFDictionaryRef)added, nullptr);
-      base::wipe(data.mutableBytes, data.length);
-      return status;
+    const auto addItem = ^(NSDictionary* added, CFTypeRef*) {
+      return SecItemAdd((__bridge CFDictionaryRef)added, nullptr);
     };
-    return std::make_shared<Exchange>()->run(item, addAndWipe) == errSecSuccess;
+    return std::make_shared<Exchange>(queue_)->run(item, addItem) == errSecSuccess;
   }
 }
 
@@ -174,7 +205,7 @@ SecretStore::Lookup KeychainSecretStore::copyMatching(
     query[(__bridge id)kSecMatchLimit] = (__bridge id)kSecMatchLimitOne;
     const std::pair item(service, account);
     if (const auto answer = earlierAnswer(item)) return *answer;
-    const auto exchange = std::make_shared<Exchange>();
+    const auto exchange = std::make_shared<Exchange>(queue_);
     const auto copy = ^(NSDictionary* wanted, CFTypeRef* result) {
       return SecItemCopyMatching((__bridge CFDictionaryRef)wanted, result);
     };

@@ -14,7 +14,7 @@
 + (instancetype)daemonServiceWithPlistName:(NSString*)plistName;
 @property(readonly) NSInteger status;
 - (BOOL)registerAndReturnError:(NSError**)error;
-- (BOOL)unregisterAndReturnError:(NSError**)error;
+- (void)unregisterWithCompletionHandler:(void (^)(NSError* error))handler;
 @end
 #endif
 
@@ -26,8 +26,9 @@ namespace {
 /// Registering waits for other processes: it has a queue of its own, on which it is told as well.
 class Service : public DaemonService {
  public:
-  explicit Service(SMAppService* service)
+  Service(SMAppService* service, std::shared_ptr<MacDaemonServices::Gate> gate)
       : service_(service),
+        gate_(std::move(gate)),
         queue_(dispatch_queue_create("com.halvercine.app.daemon", DISPATCH_QUEUE_SERIAL)) {}
 
   /// A status of none of the system's when it does not answer in time, and until it has.
@@ -51,35 +52,39 @@ class Service : public DaemonService {
   }
 
   void registerDaemon(DaemonStepEnd ended) override {
-    run(std::move(ended), ^(SMAppService* service, NSError** error) {
-      return [service registerAndReturnError:error];
-    });
-  }
-
-  void unregisterDaemon(DaemonStepEnd ended) override {
-    run(std::move(ended), ^(SMAppService* service, NSError** error) {
-      return [service unregisterAndReturnError:error];
-    });
-  }
-
- private:
-  using Step = BOOL (^)(SMAppService* service, NSError** error);
-
-  void run(DaemonStepEnd ended, Step step) const {
+    const auto tell = teller(std::move(ended));
     SMAppService* const service = service_;  // the block outlives this object
     dispatch_async(queue_, ^{
       @autoreleasepool {
         NSError* error = nil;
-        if (step(service, &error)) {
-          ended(std::nullopt);
-        } else {
-          ended(systemError(error));
-        }
+        const bool isDone = [service registerAndReturnError:&error];
+        tell(isDone ? std::nullopt : std::optional(systemError(error)));
       }
     });
   }
 
+  /// The call with a handler, since that waits for the end of a running daemon.
+  void unregisterDaemon(DaemonStepEnd ended) override {
+    const auto tell = teller(std::move(ended));
+    SMAppService* const service = service_;
+    dispatch_async(queue_, ^{
+      @autoreleasepool {
+        [service unregisterWithCompletionHandler:^(NSError* error) {
+          tell(error == nil ? std::nullopt : std::optional(systemError(error)));
+        }];
+      }
+    });
+  }
+
+ private:
+  DaemonStepEnd teller(DaemonStepEnd ended) const {
+    return [gate = gate_, ended = std::move(ended)](const std::optional<SystemError>& error) {
+      gate->pass([&](std::monostate) { ended(error); });
+    };
+  }
+
   SMAppService* const service_;
+  const std::shared_ptr<MacDaemonServices::Gate> gate_;
   const dispatch_queue_t queue_;
   std::shared_ptr<std::atomic<DaemonStatus>> asked_;  // the answer may still be under way
 };
@@ -92,7 +97,7 @@ std::unique_ptr<DaemonService> MacDaemonServices::daemon(const std::string& prop
     SMAppService* const service =
         name == nil ? nil : [SMAppService daemonServiceWithPlistName:name];
     if (service == nil) return nullptr;
-    return std::make_unique<Service>(service);
+    return std::make_unique<Service>(service, gate_);
   }
 }
 

@@ -6,7 +6,9 @@
 #include <dispatch/dispatch.h>
 
 #include "platform/macos/CallbackGate.h"
+#include "platform/macos/MacMediaRegistry.h"
 #include "platform/macos/ScopedCF.h"
+#include "platform/macos/ScopedIOObject.h"
 #include "platform/macos/systemText.h"
 #include "platform/macos/systemValues.h"
 
@@ -95,13 +97,14 @@ class Session : public DiskArbitrationSession {
                      [](void* pointer) { static_cast<Reporter*>(pointer)->start(); });
   }
 
-  std::optional<PropertyDictionary> describe(const std::string& bsdName) override {
+  std::optional<ArbitratedDisk> describe(const std::string& bsdName) override {
     const auto disk = ScopedCF<DADiskRef>::adopt(
         DADiskCreateFromBSDName(kCFAllocatorDefault, asking_.get(), bsdName.c_str()));
     if (!disk) return std::nullopt;
     const auto description = ScopedCF<CFDictionaryRef>::adopt(DADiskCopyDescription(disk.get()));
     if (!description) return std::nullopt;
-    return propertyDictionary(description.get());
+    auto media = ScopedIOObject::adopt(DADiskCopyIOMedia(disk.get()));
+    return ArbitratedDisk{propertyDictionary(description.get()), registryEntry(std::move(media))};
   }
 
  private:

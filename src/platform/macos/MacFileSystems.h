@@ -1,6 +1,7 @@
 // Mounted file systems by statfs and the volume's resource values.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -19,9 +20,14 @@ class MacFileSystems : public FileSystems {
 
  private:
   base::BoundedCalls<std::optional<struct statfs>> statistics_;
-  // Apart: the capacity for important use can take long.
-  base::BoundedCalls<std::optional<std::int64_t>> importantUsageCapacity_;
-  base::BoundedCalls<std::optional<std::int64_t>> capacity_;
+  using Capacities = base::BoundedCalls<std::optional<std::int64_t>>;
+
+  static constexpr std::chrono::seconds kept{70};  // until the next full refresh, and a little more
+
+  // Apart: the capacity for important use can take long, and differs from the other by all that the
+  // system could delete.
+  Capacities importantUsageCapacity_{Capacities::usualPatience, kept};
+  Capacities capacity_{Capacities::usualPatience, kept};
   base::BoundedCalls<std::optional<std::string>> name_;
 };
 

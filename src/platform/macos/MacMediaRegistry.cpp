@@ -7,7 +7,6 @@
 #include <IOKit/IOKitLib.h>
 
 #include "platform/macos/ScopedCF.h"
-#include "platform/macos/ScopedIOObject.h"
 #include "platform/macos/systemText.h"
 #include "platform/macos/systemValues.h"
 
@@ -43,11 +42,10 @@ class Entry : public RegistryEntry {
   std::unique_ptr<RegistryEntry> parent() const override {
     ScopedIOObject above;
     if (IORegistryEntryGetParentEntry(object_.get(), kIOServicePlane, above.out()) !=
-            KERN_SUCCESS ||
-        !above) {
+        KERN_SUCCESS) {
       return nullptr;
     }
-    return std::make_unique<Entry>(std::move(above));
+    return registryEntry(std::move(above));
   }
 
  private:
@@ -57,12 +55,17 @@ class Entry : public RegistryEntry {
 std::vector<std::unique_ptr<RegistryEntry>> entriesOf(io_iterator_t iterator) {
   std::vector<std::unique_ptr<RegistryEntry>> entries;
   while (auto object = ScopedIOObject::adopt(IOIteratorNext(iterator))) {
-    entries.push_back(std::make_unique<Entry>(std::move(object)));
+    entries.push_back(registryEntry(std::move(object)));
   }
   return entries;
 }
 
 }  // namespace
+
+std::unique_ptr<RegistryEntry> registryEntry(ScopedIOObject object) {
+  if (!object) return nullptr;
+  return std::make_unique<Entry>(std::move(object));
+}
 
 std::vector<std::unique_ptr<RegistryEntry>> MacMediaRegistry::allMedia() {
   // A registry that changes during the walk ends it early; it is at rest again very soon.
@@ -86,7 +89,7 @@ std::unique_ptr<RegistryEntry> MacMediaRegistry::media(const std::string& bsdNam
       kIOMainPortDefault, IOBSDNameMatching(kIOMainPortDefault, 0, bsdName.c_str())));
   // Network interfaces have such names, too.
   if (!object || !IOObjectConformsTo(object.get(), mediaClass)) return nullptr;
-  return std::make_unique<Entry>(std::move(object));
+  return registryEntry(std::move(object));
 }
 
 }  // namespace halvercine::platform::macos

@@ -2,8 +2,12 @@
 #pragma once
 
 #include "platform/MediaRegistry.h"
+#include "platform/macos/ScopedIOObject.h"
 
 namespace halvercine::platform::macos {
+
+/// The object as the port has it; null for none. Any thread.
+std::unique_ptr<RegistryEntry> registryEntry(ScopedIOObject object);
 
 /// Any thread.
 class MacMediaRegistry : public MediaRegistry {

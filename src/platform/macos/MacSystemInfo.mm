@@ -1,5 +1,6 @@
 #include "platform/macos/MacSystemInfo.h"
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <sys/sysctl.h>
@@ -37,9 +38,30 @@ std::optional<WallTime> MacSystemInfo::bootTime() {
   return WallTime(std::chrono::seconds(start.tv_sec) + std::chrono::microseconds(start.tv_usec));
 }
 
+namespace {
+
+/// The version that the system has of itself, whatever it tells a program.
+std::optional<SystemVersion> untoldVersion() {
+  NSURL* const file =
+      [NSURL fileURLWithPath:@"/System/Library/CoreServices/.SystemVersionPlatform.plist"];
+  const id text = [NSDictionary dictionaryWithContentsOfURL:file error:nil][@"ProductVersion"];
+  if (![text isKindOfClass:NSString.class]) return std::nullopt;
+  std::array<int, 3> numbers{};
+  std::size_t count = 0;
+  for (NSString* part in [text componentsSeparatedByString:@"."]) {
+    if (count < numbers.size()) numbers[count++] = part.intValue;
+  }
+  return SystemVersion{numbers[0], numbers[1], numbers[2]};
+}
+
+}  // namespace
+
 std::optional<SystemVersion> MacSystemInfo::macOSVersion() {
+  // What a program is told that was linked for systems before macOS 26: there is no macOS 16.
+  constexpr NSInteger compatibility = 16;
   @autoreleasepool {
     const auto version = NSProcessInfo.processInfo.operatingSystemVersion;
+    if (version.majorVersion == compatibility) return untoldVersion();
     return SystemVersion{static_cast<int>(version.majorVersion),
                          static_cast<int>(version.minorVersion),
                          static_cast<int>(version.patchVersion)};

@@ -79,6 +79,7 @@ std::expected<std::unique_ptr<HelperConnection>, SystemError> XpcHelperTransport
     const std::string& machService) {
   @autoreleasepool {
     NSString* const name = [NSString stringWithUTF8String:machService.c_str()];
+    if (name == nil) return std::unexpected(SystemError{"the name is not UTF-8", "", 0});
     NSXPCConnection* const connection =
         [[NSXPCConnection alloc] initWithMachServiceName:name options:NSXPCConnectionPrivileged];
     return std::make_unique<Connection>(connection);

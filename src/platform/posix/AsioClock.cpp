@@ -8,7 +8,7 @@ namespace halvercine::platform::posix {
 
 WallTime AsioClock::now() const { return std::chrono::system_clock::now(); }
 
-Uptime AsioClock::uptime() const { return std::chrono::steady_clock::now().time_since_epoch(); }
+Uptime AsioClock::uptime() const { return UptimeClock::now().time_since_epoch(); }
 
 TimerId AsioClock::callAt(Uptime deadline, std::function<void()> action) {
   const Key key(deadline, ++lastTimer_);
@@ -32,7 +32,7 @@ void AsioClock::arm() {
     timer_.cancel();
     return;
   }
-  timer_.expires_at(std::chrono::steady_clock::time_point(actions_.begin()->first.first));
+  timer_.expires_at(UptimeClock::time_point(actions_.begin()->first.first));
   // A wait that has ended well may still be queued when the clock goes.
   timer_.async_wait([this, alive = std::weak_ptr(alive_)](boost::system::error_code error) {
     if (!error && !alive.expired()) runDue();

@@ -4,10 +4,9 @@
 #include <map>
 #include <memory>
 
-#include <boost/asio/steady_timer.hpp>
-
 #include "base/MainActor.h"
 #include "platform/Clock.h"
+#include "platform/posix/UptimeClock.h"
 
 namespace halvercine::platform::posix {
 
@@ -27,7 +26,7 @@ class AsioClock : public Clock {
   void arm();
   void runDue();
 
-  boost::asio::steady_timer timer_;
+  UptimeTimer timer_;
   std::map<Key, std::function<void()>> actions_;
   TimerId lastTimer_ = 0;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);

@@ -1,6 +1,7 @@
 #include "platform/posix/SecretPrompt.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <poll.h>
@@ -19,8 +20,9 @@ constexpr std::size_t lineLimit = std::size_t{64} * 1024;
 
 constexpr std::array<int, 5> caught{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP};
 
-// For the signal handler, which may use nothing else.
-volatile std::sig_atomic_t lastSignal = 0;  // NOLINT(*-avoid-non-const-global-variables)
+// For the signal handler, which may use nothing else, on whichever thread it runs.
+std::atomic<int> lastSignal = 0;  // NOLINT(*-avoid-non-const-global-variables)
+static_assert(std::atomic<int>::is_always_lock_free);
 
 void note(int signal) { lastSignal = signal; }
 
@@ -119,7 +121,8 @@ class SecretPrompt::QuietTerminal {
 
   const termios& usual() const { return usual_; }
 
-  /// Waits for input. The signal that came instead, or 0. They are let through nowhere else.
+  /// Waits for input. The signal that came instead, or 0. They reach this thread nowhere else; on a
+  /// Mac the main thread may get one at any time, which is as good.
   int wait() const {
     pollfd input{STDIN_FILENO, POLLIN, 0};
 #ifdef __linux__

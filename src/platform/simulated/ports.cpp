@@ -161,8 +161,11 @@ class SimulatedSession : public DiskArbitrationSession {
     }
   }
 
-  std::optional<PropertyDictionary> describe(const std::string& bsdName) override {
-    return machine_->describe(bsdName);
+  std::optional<ArbitratedDisk> describe(const std::string& bsdName) override {
+    auto description = machine_->describe(bsdName);
+    const auto id = machine_->entryId(bsdName);
+    if (!description || !id) return std::nullopt;
+    return ArbitratedDisk{std::move(*description), SimulatedEntry::entryFor(machine_, *id)};
   }
 
  private:

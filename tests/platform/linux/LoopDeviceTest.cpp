@@ -86,13 +86,13 @@ TEST_F(LoopDeviceTest, DescribesDiskPartitionAndVolume) {
   const std::string partition = nameOf(device_.partitionNode(1));
   EXPECT_EQ(partition, disk + "s1");
 
-  const auto whole = session->describe(disk).value();
+  const auto whole = session->describe(disk).value().description;
   EXPECT_EQ(valueOf(whole, disk_description::mediaWhole), PropertyValue(true));
   EXPECT_EQ(valueOf(whole, disk_description::mediaContent), PropertyValue("gpt"));
   EXPECT_EQ(valueOf(whole, disk_description::deviceInternal), std::nullopt);
   EXPECT_EQ(valueOf(whole, disk_description::volumeKind), std::nullopt);
 
-  const auto volume = session->describe(partition).value();
+  const auto volume = session->describe(partition).value().description;
   EXPECT_EQ(valueOf(volume, disk_description::mediaWhole), PropertyValue(false));
   EXPECT_EQ(valueOf(volume, disk_description::mediaSize), PropertyValue(10 << 20));
   EXPECT_EQ(valueOf(volume, disk_description::mediaName), PropertyValue("Böse"));
@@ -122,7 +122,7 @@ TEST_F(LoopDeviceTest, FindsWhatIsLookedForLast) {
   partition << record << std::flush;
   ASSERT_TRUE(partition);
   const auto session = platform_.diskArbitration->createSession();
-  const auto description = session->describe(nameOf(device_.partitionNode(2))).value();
+  const auto description = session->describe(nameOf(device_.partitionNode(2))).value().description;
   EXPECT_EQ(valueOf(description, disk_description::volumeKind), PropertyValue("xfs_external_log"));
   EXPECT_EQ(valueOf(description, disk_description::mediaContent),
             PropertyValue("EBD0A0A2-B9E5-4433-87C0-68B6B72699C7"));
@@ -142,8 +142,9 @@ TEST_F(LoopDeviceTest, StatisticsOfAMountedVolume) {
     EXPECT_LE(statistics.blocks * statistics.blockSize, 10u << 20);
     EXPECT_GT(statistics.availableBlocks * statistics.blockSize, 1u << 20);
     EXPECT_EQ(platform_.fileSystems->resourceValues(device_.mountPoint()).name, "Music 🎵");
-    EXPECT_EQ(valueOf(session->describe(partition).value(), disk_description::volumePath),
-              PropertyValue(FileUrl{device_.mountPoint()}));
+    EXPECT_EQ(
+        valueOf(session->describe(partition).value().description, disk_description::volumePath),
+        PropertyValue(FileUrl{device_.mountPoint()}));
     ASSERT_TRUE(device_.unmount());
     EXPECT_NE(platform_.fileSystems->statistics(device_.mountPoint())->typeName, "ntfs");
   }

@@ -43,11 +43,12 @@ class Trace {
   }
 
   std::string state(const std::string& disk) {
-    const auto description = session_->describe(disk);
-    if (!description) return "";
+    const auto arbitrated = session_->describe(disk);
+    if (!arbitrated) return "";
+    const auto& description = arbitrated->description;
     std::string state;
-    if (description->contains("DAVolumePath")) state += " mounted";
-    if (!*description->at("DAMediaWritable").as<bool>()) state += " protected";
+    if (description.contains("DAVolumePath")) state += " mounted";
+    if (!*description.at("DAMediaWritable").as<bool>()) state += " protected";
     return state;
   }
 

@@ -68,8 +68,8 @@ bool outputIsAbandoned() {
   struct stat status {};
   if (::fstat(STDOUT_FILENO, &status) != 0) return false;
   if (!S_ISFIFO(status.st_mode) && !S_ISSOCK(status.st_mode)) return false;
-  pollfd output{STDOUT_FILENO, 0, 0};
-  // Systems differ in which of the two they say.
+  // macOS watches only what is asked for. Systems differ in which of the two they say.
+  pollfd output{STDOUT_FILENO, POLLOUT, 0};
   return ::poll(&output, 1, 0) == 1 && (output.revents & (POLLERR | POLLHUP)) != 0;
 }
 

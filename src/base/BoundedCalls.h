@@ -15,9 +15,9 @@
 namespace halvercine::base {
 
 /// A mount that is served by a process hangs when the process does, and macOS holds a program that
-/// reads the files of another one until the user has allowed it. A call about a path goes on in
-/// a thread of its own, nobody waits for it longer than a moment, and the path is not asked again
-/// until it has come back. Any thread; callers of one path share a call.
+/// reads the files of another one until the user has allowed it. A call about a thing, which its
+/// key names, goes on in a thread of its own, nobody waits for it longer than a moment, and none
+/// about the same thing begins until it has come back. Any thread; callers of one key share a call.
 template <class Answer>
 class BoundedCalls {
  public:
@@ -31,27 +31,27 @@ class BoundedCalls {
                         std::chrono::seconds kept = {})
       : patience_(patience), kept_(kept) {}
 
-  /// What `ask(path)` answers, a function that owns what it uses and throws nothing. Nothing when
-  /// it has not come back in time.
+  /// What `ask` answers, a function that owns what it uses and throws nothing. Nothing when it has
+  /// not come back in time.
   template <class Ask>
-  std::optional<Answer> operator()(const std::string& path, Ask ask) {
+  std::optional<Answer> operator()(const std::string& key, Ask ask) {
     Pending pending;
     try {
       const std::lock_guard lock(calls_->mutex);
-      const auto running = calls_->running.find(path);
-      if (running != calls_->running.end() && running->second.isStuck) return late(path);
+      const auto running = calls_->running.find(key);
+      if (running != calls_->running.end() && running->second.isStuck) return late(key);
       pending =
-          running != calls_->running.end() ? running->second.pending : start(path, std::move(ask));
+          running != calls_->running.end() ? running->second.pending : start(key, std::move(ask));
     } catch (const std::system_error&) {  // no further thread to be had
       const std::lock_guard lock(calls_->mutex);
-      calls_->running.erase(path);
+      calls_->running.erase(key);
       return std::nullopt;
     }
     if (pending.wait_for(patience_) == std::future_status::ready) return pending.get();
     const std::lock_guard lock(calls_->mutex);
-    const auto running = calls_->running.find(path);
+    const auto running = calls_->running.find(key);
     if (running != calls_->running.end()) running->second.isStuck = true;
-    return late(path);
+    return late(key);
   }
 
  private:
@@ -71,8 +71,8 @@ class BoundedCalls {
   };
 
   /// With the mutex.
-  std::optional<Answer> late(const std::string& path) const {
-    const auto found = calls_->late.find(path);
+  std::optional<Answer> late(const std::string& key) const {
+    const auto found = calls_->late.find(key);
     if (found == calls_->late.end()) return std::nullopt;
     if (found->second.end > std::chrono::steady_clock::now()) return found->second.answer;
     calls_->late.erase(found);
@@ -80,21 +80,21 @@ class BoundedCalls {
   }
 
   template <class Ask>
-  Pending start(const std::string& path, Ask ask) {
+  Pending start(const std::string& key, Ask ask) {
     std::promise<Answer> promise;
     Pending pending = promise.get_future().share();
-    calls_->running[path] = {pending, false};
-    std::thread([path, ask = std::move(ask), calls = calls_, kept = kept_,
+    calls_->running[key] = {pending, false};
+    std::thread([key, ask = std::move(ask), calls = calls_, kept = kept_,
                  promise = std::move(promise)]() mutable {
-      auto answer = ask(path);
+      auto answer = ask();
       {
         const std::lock_guard lock(calls->mutex);
-        calls->late.erase(path);
-        if (calls->running[path].isStuck && kept.count() > 0) {
+        calls->late.erase(key);
+        if (calls->running[key].isStuck && kept.count() > 0) {
           const auto end = std::chrono::steady_clock::now() + kept;
-          calls->late.emplace(path, Late{answer, end});
+          calls->late.emplace(key, Late{answer, end});
         }
-        calls->running.erase(path);
+        calls->running.erase(key);
       }
       promise.set_value(std::move(answer));
     }).detach();

@@ -1,7 +1,5 @@
 #include "base/MainActor.h"
 
-#include <boost/asio/post.hpp>
-
 namespace halvercine::base {
 namespace {
 
@@ -17,7 +15,7 @@ MainActor::MainActor()
 MainActor::~MainActor() { joinBackground(); }
 
 void MainActor::joinBackground() {
-  if (pool_) pool_->join();
+  if (background_) background_->join();
 }
 
 bool MainActor::settleBackground(std::chrono::milliseconds limit) {
@@ -31,10 +29,10 @@ bool MainActor::settleBackground(std::chrono::milliseconds limit) {
 }
 
 void MainActor::postToBackground(std::function<void()> action) {
-  std::call_once(poolMade_,
-                 [this] { pool_ = std::make_unique<boost::asio::thread_pool>(backgroundThreads); });
+  std::call_once(backgroundMade_,
+                 [this] { background_ = std::make_unique<BackgroundThreads>(backgroundThreads); });
   ++backgroundWork_;
-  boost::asio::post(*pool_, [this, action = std::move(action)]() mutable {
+  background_->post([this, action = std::move(action)]() mutable {
     action();
     action = nullptr;
     // Counted down behind whatever the action posted, so that "idle" never overlooks a result.

@@ -13,7 +13,8 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/thread_pool.hpp>
+
+#include "base/BackgroundThreads.h"
 
 namespace halvercine::base {
 
@@ -36,7 +37,7 @@ class MainActor {
   }
 
   /// Runs `action` on a background thread. It must end by itself; destroying the actor waits for
-  /// it. Any thread.
+  /// it. Throws `std::system_error` when the system has no thread to give. Any thread.
   void postToBackground(std::function<void()> action);
 
   /// Waits for the background work that has been started. Afterwards none may be started any more.
@@ -74,8 +75,8 @@ class MainActor {
   std::atomic<int> backgroundWork_{0};
   std::atomic<bool> stopped_{false};
   std::atomic<std::thread::id> thread_;
-  std::unique_ptr<boost::asio::thread_pool> pool_;  // made on first use: most commands need none
-  std::once_flag poolMade_;
+  std::unique_ptr<BackgroundThreads> background_;  // made on first use: most commands need none
+  std::once_flag backgroundMade_;
 };
 
 }  // namespace halvercine::base

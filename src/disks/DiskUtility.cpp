@@ -84,7 +84,7 @@ base::Task<std::vector<Occupant>> DiskUtility::deviceHolders(std::string bsdName
   co_return processes;
 }
 
-base::Task<std::optional<std::int32_t>> DiskUtility::deviceHolderPid(std::string bsdName) const {
+base::Task<std::optional<std::int32_t>> DiskUtility::deviceHolderPID(std::string bsdName) const {
   const auto holders = co_await deviceHolders(std::move(bsdName));
   if (holders.empty()) co_return std::nullopt;
   co_return holders.front().pid;

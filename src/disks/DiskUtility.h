@@ -70,7 +70,7 @@ class DiskUtility {
 
   /// A process other than this one that holds the device of a volume open (the device itself, not a
   /// file on the volume). Nothing when there is none, or none that this user may see.
-  base::Task<std::optional<std::int32_t>> deviceHolderPid(std::string bsdName) const;
+  base::Task<std::optional<std::int32_t>> deviceHolderPID(std::string bsdName) const;
 
   /// The processes that have files open at or beneath the mount paths, each once. Empty when there
   /// are none, or none that this user may see.

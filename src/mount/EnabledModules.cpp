@@ -60,7 +60,8 @@ std::optional<std::vector<std::string>> enabledModules(platform::Containers& con
   if (!home) return std::nullopt;
   constexpr std::chrono::seconds patience{1};
   static base::BoundedCalls<std::optional<std::string>> reads(patience);
-  const auto text = reads(*home / settingsFile, [](const std::string& path) {
+  const auto path = *home / settingsFile;
+  const auto text = reads(path, [path] {
     auto read = base::readRegularFile(path, base::propertyListLimit);
     return read ? std::optional(std::move(*read)) : std::nullopt;
   });

@@ -214,8 +214,10 @@ TEST(UnlockCommandTest, AsksWithoutEchoAndHelpsWithARecoveryPassword) {
 TEST(UnlockCommandTest, WithoutAnInputNothingIsTried) {
   const std::string command =
       std::string("exec '") + HALVERCINE_PROGRAM + "' --simulate=bitlocker --fast unlock disk4s3 ";
-  EXPECT_EQ(WEXITSTATUS(std::system((command + "<&- 2>/dev/null").c_str())), 1);
-  EXPECT_EQ(WEXITSTATUS(std::system((command + "</dev/null >/dev/null").c_str())), 0);
+  const int closed = std::system((command + "<&- 2>/dev/null").c_str());
+  EXPECT_EQ(WEXITSTATUS(closed), 1);
+  const int empty = std::system((command + "</dev/null >/dev/null").c_str());
+  EXPECT_EQ(WEXITSTATUS(empty), 0);
 }
 
 TEST(UnlockCommandTest, TheEndOfTheTerminalEndsTheControllerInOrder) {

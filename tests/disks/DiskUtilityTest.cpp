@@ -43,7 +43,7 @@ TEST_F(DiskUtilityTest, ArgumentsOfEveryOperation) {
   run(disks.mount("disk4s1", MountAccess::readOnly));
   run(disks.unmount("disk4s1"));
   run(disks.forceUnmount("disk4s1"));
-  run(disks.deviceHolderPid("disk4s1"));
+  run(disks.deviceHolderPID("disk4s1"));
   run(disks.volumeOccupants({"/Volumes/A", "-x"}));
   const std::pair<const char*, Arguments> expected[] = {
       {"/usr/sbin/diskutil", {"list", "-plist"}},
@@ -95,7 +95,7 @@ TEST_F(DiskUtilityTest, HungToolEndsWithTheWatchdog) {
   tools.answers = {{.hangs = true}, {.hangs = true}};
   const auto outcome = run(utility().mount("disk4s1"));
   EXPECT_EQ(outcome, MountOutcome(MountFailure{std::string(watchdogText)}));
-  EXPECT_EQ(run(utility().deviceHolderPid("disk4s1")), std::nullopt);
+  EXPECT_EQ(run(utility().deviceHolderPID("disk4s1")), std::nullopt);
 }
 
 TEST_F(DiskUtilityTest, HoldersAndOccupants) {
@@ -105,8 +105,8 @@ TEST_F(DiskUtilityTest, HoldersAndOccupants) {
                    {.output = "p5\ncmds\nf9\nn/Volumes/A/x\n",
                     .status = 1,
                     .errorOutput = "p6\nlsof: WARNING: can't stat()\n"}};
-  EXPECT_EQ(run(utility().deviceHolderPid("disk4s1")), 77);
-  EXPECT_EQ(run(utility().deviceHolderPid("disk4s1")), std::nullopt);
+  EXPECT_EQ(run(utility().deviceHolderPID("disk4s1")), 77);
+  EXPECT_EQ(run(utility().deviceHolderPID("disk4s1")), std::nullopt);
   EXPECT_EQ(run(utility().volumeOccupants({"/Volumes/A"})),
             (Occupants{{5, "mds", "/Volumes/A/x"}}));
   tools.runs.clear();

@@ -1,12 +1,16 @@
 // What every adapter of a port must do, whichever machine it stands for.
 //
-// `MachineUnderTest` has `actor()`, `platform()` and `mountedVolume()`: the BSD name of a volume
-// that is mounted and stays so, or nothing when this computer has none (the tests that need one are
-// skipped). Instantiate with INSTANTIATE_TYPED_TEST_SUITE_P(Name, PortContracts, MachineUnderTest).
+// `MachineUnderTest` has `actor()`, `platform()`, `writableFolder()` on some volume of it, and
+// `mountedVolume()`: the BSD name of a volume that is mounted and stays so, or nothing when this
+// computer has none (the tests that need one are skipped). Instantiate with
+// INSTANTIATE_TYPED_TEST_SUITE_P(Name, PortContracts, MachineUnderTest).
 #pragma once
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <filesystem>
 #include <map>
@@ -222,12 +226,61 @@ TYPED_TEST_P(PortContracts, theLogTakesAnyText) {
   log.write(platform::LogLevel::error, std::string_view("\0%s\xff\n", 5));
 }
 
+TYPED_TEST_P(PortContracts, settingsKeepTheirTypesUntilTheyAreRemoved) {
+  auto& defaults = *this->platform().userDefaults;
+  const std::string key = "settingOfTheContract";
+  platform::Blob bytes;
+  bytes.bytes = {std::byte{0}, std::byte{0xFF}};
+  const platform::PropertyValue values[] = {
+      platform::PropertyValue(true),
+      platform::PropertyValue(std::int64_t{1} << 40),
+      platform::PropertyValue(794048700.0),
+      platform::PropertyValue(std::string("U\u0308 \"1\"")),
+      platform::PropertyValue(bytes),
+      platform::PropertyValue(platform::PropertyDictionary{
+          {"disk", platform::PropertyValue(794048700.25)}, {"", platform::PropertyValue(false)}})};
+  for (const auto& value : values) {
+    EXPECT_TRUE(defaults.setValue(key, value));
+    EXPECT_EQ(defaults.value(key), value);
+  }
+  EXPECT_TRUE(defaults.remove(key));
+  EXPECT_EQ(defaults.value(key), std::nullopt);
+  EXPECT_TRUE(defaults.remove(key));
+}
+
+TYPED_TEST_P(PortContracts, anUncachedFileIsThereOnceAndGoesWithItsOwner) {
+  const auto folder = this->machine_.writableFolder();
+  auto& files = *this->platform().uncachedFiles;
+  const std::string name = "file-of-the-contract";
+  auto file = files.create(folder, name);
+  ASSERT_TRUE(file);
+  EXPECT_EQ(files.create(folder, name).error(), EEXIST);
+  EXPECT_GT((*file)->bufferAlignment(), 0u);
+  EXPECT_EQ((*file)->flush(), 0);
+  *file = nullptr;
+  file = files.create(folder, name);
+  ASSERT_TRUE(file);
+  EXPECT_EQ((*file)->remove(), 0);
+  EXPECT_EQ((*file)->remove(), 0) << "twice does nothing";
+}
+
+TYPED_TEST_P(PortContracts, noProcessHasTheNumberZeroOrBelow) {
+  auto& processes = *this->platform().processes;
+  for (const std::int32_t pid : {-1, INT32_MIN}) {
+    EXPECT_TRUE(processes.probe(pid)) << pid;
+    EXPECT_EQ(processes.startTime(pid), std::nullopt) << pid;
+  }
+}
+
 REGISTER_TYPED_TEST_SUITE_P(PortContracts, clockCallsInTheOrderOfTheDeadlinesAndNeverAtOnce,
                             bootSessionEndsWithAZeroByteAndStaysTheSame,
                             onlyOurContainersAreGivenAndTheyExist,
                             everyMediumIsFoundByItsNameAndHasItsOwnId, theWayUpTheRegistryEnds,
                             aSessionReplaysEveryDiskOfTheRegistryLater,
                             aDescriptionHasTheTypesOfTheKeys, aMountedVolumesPathHasItsStatistics,
-                            workersEndTogetherAndTheirFailureIsTold, theLogTakesAnyText);
+                            workersEndTogetherAndTheirFailureIsTold, theLogTakesAnyText,
+                            settingsKeepTheirTypesUntilTheyAreRemoved,
+                            anUncachedFileIsThereOnceAndGoesWithItsOwner,
+                            noProcessHasTheNumberZeroOrBelow);
 
 }  // namespace halvercine::tests

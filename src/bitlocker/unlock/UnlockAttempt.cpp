@@ -112,10 +112,18 @@ bool UnlockAttempt::wasAccepted() const {
   return status && isAnswer(*status) && status->state == "unlocked";
 }
 
+/// By the wall clock as well: a machine that sleeps meanwhile does not leave the password waiting
+/// in a file for as long.
+bool UnlockAttempt::isOverdue() const {
+  const std::chrono::duration<double> limit = answerLimit;
+  return clock_.uptime() >= deadline_ ||
+         platform::secondsSince1970(clock_.now()) >= submitTime_ + limit.count();
+}
+
 base::Task<UnlockResult> UnlockAttempt::waitForEnd() {
   for (;;) {
     if (auto result = look()) co_return std::move(*result);
-    if (clock_.uptime() >= deadline_) {
+    if (isOverdue()) {
       co_return failed(acceptedAt_ ? unlock_code::mountNotConfirmed : unlock_code::timeout);
     }
     if (isMountDue()) {

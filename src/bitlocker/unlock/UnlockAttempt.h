@@ -61,6 +61,7 @@ class UnlockAttempt {
   const std::string& key() const { return disk_.bitLocker->guid; }
   bool isAnswer(const Status& status) const;
   bool isEjection(const Status& status) const;
+  bool isOverdue() const;
   base::Task<UnlockResult> waitForEnd();
   bool wasAccepted() const;
   std::optional<UnlockResult> look();

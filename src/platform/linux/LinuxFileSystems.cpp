@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxFileSystems.h"
 
 #include <fcntl.h>
+#include <string>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/sysmacros.h>
@@ -21,12 +22,16 @@ std::optional<FileSystemStatistics> LinuxFileSystems::statistics(const std::stri
   const bool isServed = mount && mount->isServedByProcess();
   struct statvfs status {};
   if (isServed) {
-    status = boundedCalls_(path, statvfsOf).value_or(std::nullopt).value_or(status);
+    // A late answer is of this mount, not of another one that was here before.
+    const auto answer =
+        boundedCalls_(std::to_string(mount->id) + path, [path] { return statvfsOf(path); });
+    status = answer.value_or(std::nullopt).value_or(status);
   } else if (::statvfs(path.c_str(), &status) != 0) {
     return std::nullopt;
   }
   FileSystemStatistics statistics;
-  statistics.readOnly = (status.f_flag & ST_RDONLY) != 0;
+  // Of a mount that is served, the mount table knows it better than a late answer.
+  statistics.readOnly = !isServed && (status.f_flag & ST_RDONLY) != 0;
   statistics.blockSize = status.f_frsize;  // the unit of the counts; f_bsize is one for transfers
   statistics.blocks = status.f_blocks;
   statistics.availableBlocks = status.f_bavail;

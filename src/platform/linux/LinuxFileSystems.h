@@ -1,6 +1,7 @@
 // Mounted file systems by statvfs and the mount table.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <sys/statvfs.h>
@@ -21,11 +22,17 @@ class LinuxFileSystems : public FileSystems {
   VolumeResourceValues resourceValues(const std::string& path) override;
 
  private:
+  using Calls = base::BoundedCalls<std::optional<struct statvfs>>;
+
+  /// A server that is slow every time is known by its late answers, until the next full refresh and
+  /// a little longer.
+  static constexpr std::chrono::seconds kept{70};
+
   std::optional<Mount> mountAt(const std::string& path) const;
   void putMount(FileSystemStatistics& statistics, const Mount& mount) const;
 
   std::shared_ptr<Storage> storage_;
-  base::BoundedCalls<std::optional<struct statvfs>> boundedCalls_;
+  Calls boundedCalls_{Calls::usualPatience, kept};
 };
 
 }  // namespace halvercine::platform::gnulinux

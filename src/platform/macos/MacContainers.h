@@ -1,11 +1,19 @@
 // The folders that macOS gives to the program.
 #pragma once
 
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "base/BoundedCalls.h"
 #include "platform/Containers.h"
 
 namespace halvercine::platform::macos {
 
-/// Any thread.
+/// The system may hold a program that looks into a group's container until the user has allowed it.
+/// Nobody waits for that: until the folder has been seen into, there is none. Any thread.
 class MacContainers : public Containers {
  public:
   std::optional<std::filesystem::path> groupContainer(const std::string& group) override;
@@ -15,6 +23,11 @@ class MacContainers : public Containers {
     return absolute;
   }
   std::optional<std::filesystem::path> bundleResource(const std::string& name) override;
+
+ private:
+  std::mutex mutex_;
+  std::map<std::string, std::filesystem::path> seen_;  // by group
+  base::BoundedCalls<std::optional<std::filesystem::path>> looks_;
 };
 
 }  // namespace halvercine::platform::macos

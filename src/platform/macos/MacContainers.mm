@@ -14,10 +14,8 @@ std::optional<std::filesystem::path> pathOf(NSURL* url) {
   return std::filesystem::path(path);
 }
 
-}  // namespace
-
-std::optional<std::filesystem::path> MacContainers::groupContainer(const std::string& group) {
-  if (!base::isPlainFileName(group)) return std::nullopt;
+/// The folder of the group, made if need be, once its entries could be read.
+std::optional<std::filesystem::path> lookInto(const std::string& group) {
   @autoreleasepool {
     NSString* const identifier = [NSString stringWithUTF8String:group.c_str()];
     if (identifier == nil) return std::nullopt;
@@ -26,12 +24,24 @@ std::optional<std::filesystem::path> MacContainers::groupContainer(const std::st
     auto container = pathOf([NSFileManager.defaultManager
         containerURLForSecurityApplicationGroupIdentifier:identifier]);
     std::error_code error;
-    if (!container || base::makePrivateDirectory(*container) ||
-        !std::filesystem::is_directory(*container, error)) {
-      return std::nullopt;
-    }
-    return container;
+    if (!container || base::makePrivateDirectory(*container)) return std::nullopt;
+    const std::filesystem::directory_iterator entries(*container, error);
+    return error ? std::nullopt : container;
   }
+}
+
+}  // namespace
+
+std::optional<std::filesystem::path> MacContainers::groupContainer(const std::string& group) {
+  if (!base::isPlainFileName(group)) return std::nullopt;
+  {
+    const std::lock_guard lock(mutex_);
+    if (const auto found = seen_.find(group); found != seen_.end()) return found->second;
+  }
+  const auto container = looks_(group, [group] { return lookInto(group); }).value_or(std::nullopt);
+  if (!container) return std::nullopt;
+  const std::lock_guard lock(mutex_);
+  return seen_.emplace(group, *container).first->second;
 }
 
 std::optional<std::filesystem::path> MacContainers::applicationSupport() {

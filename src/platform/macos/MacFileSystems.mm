@@ -1,5 +1,6 @@
 #include "platform/macos/MacFileSystems.h"
 
+#include <string>
 #include <vector>
 
 #import <Foundation/Foundation.h>
@@ -31,6 +32,14 @@ std::optional<struct statfs> mountAt(const std::string& path) {
     return mount;
   }
   return std::nullopt;
+}
+
+/// Names the mount at a path: another one that comes to the same place is another one.
+std::string keyOf(const std::string& path) {
+  const auto mount = mountAt(path);
+  if (!mount) return path;
+  const auto [first, second] = mount->f_fsid.val;
+  return std::to_string(first) + ' ' + std::to_string(second) + ' ' + path;
 }
 
 template <class Value>
@@ -70,7 +79,7 @@ std::optional<std::string> nameOf(const std::string& path) {
 }  // namespace
 
 std::optional<FileSystemStatistics> MacFileSystems::statistics(const std::string& path) {
-  const auto answer = statistics_(path, statfsOf);
+  const auto answer = statistics_(keyOf(path), [path] { return statfsOf(path); });
   const auto status = answer ? *answer : mountAt(path);
   if (!status) return std::nullopt;
   FileSystemStatistics statistics;
@@ -84,9 +93,11 @@ std::optional<FileSystemStatistics> MacFileSystems::statistics(const std::string
 }
 
 VolumeResourceValues MacFileSystems::resourceValues(const std::string& path) {
-  const auto importantUsage = importantUsageCapacity_(path, importantUsageCapacityOf);
-  const auto capacity = capacity_(path, capacityOf);
-  const auto name = name_(path, nameOf);
+  const auto key = keyOf(path);
+  const auto importantUsage =
+      importantUsageCapacity_(key, [path] { return importantUsageCapacityOf(path); });
+  const auto capacity = capacity_(key, [path] { return capacityOf(path); });
+  const auto name = name_(key, [path] { return nameOf(path); });
   return {importantUsage.value_or(std::nullopt), capacity.value_or(std::nullopt),
           name.value_or(std::nullopt)};
 }

@@ -41,8 +41,8 @@ class Proxy : public HelperProxy {
   Failed failed_;
 };
 
-/// Its blocks hold the functions that they call and not the connection: there is no circle, and
-/// what comes after its end finds nothing of it.
+/// Its blocks hold the functions that they call, which know the connection only until the call has
+/// ended; invalidating then drops the blocks.
 class Connection : public HelperConnection {
  public:
   explicit Connection(NSXPCConnection* connection) : connection_(connection) {

@@ -4,8 +4,9 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <poll.h>
+#include <ctime>
 #include <sys/resource.h>
+#include <sys/select.h>
 #include <termios.h>
 #include <unistd.h>
 #ifdef __linux__
@@ -89,13 +90,21 @@ class Line {
   Sequence sequence_ = Sequence::none;
 };
 
+/// Waits for input on standard input, as `pselect`, which macOS can do for "/dev/tty", and polling
+/// not.
+int waitForInput(const timespec* limit, const sigset_t* signals) {
+  fd_set input;
+  FD_ZERO(&input);
+  FD_SET(STDIN_FILENO, &input);
+  return ::pselect(STDIN_FILENO + 1, &input, nullptr, nullptr, limit, signals);
+}
+
 /// As `read`; waits for input that does not block, too.
 ssize_t readByte(char& byte) {
   for (;;) {
     const auto got = ::read(STDIN_FILENO, &byte, 1);
     if (got >= 0 || (errno != EINTR && errno != EAGAIN)) return got;
-    pollfd input{STDIN_FILENO, POLLIN, 0};
-    if (errno == EAGAIN) ::poll(&input, 1, -1);
+    if (errno == EAGAIN) waitForInput(nullptr, nullptr);
   }
 }
 
@@ -124,18 +133,11 @@ class SecretPrompt::QuietTerminal {
   /// Waits for input. The signal that came instead, or 0. They reach this thread nowhere else; on a
   /// Mac the main thread may get one at any time, which is as good.
   int wait() const {
-    pollfd input{STDIN_FILENO, POLLIN, 0};
-#ifdef __linux__
-    while (lastSignal == 0 && ::ppoll(&input, 1, nullptr, &before_) < 0 && errno == EINTR) {
+    constexpr timespec patience{0, 500'000'000};  // for a signal that another thread has got
+    for (int ready = 0; lastSignal == 0 && ready == 0;) {
+      ready = waitForInput(&patience, &before_);
+      if (ready < 0 && errno == EINTR) ready = 0;
     }
-#else
-    ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-    // A signal that comes just here is seen after half a second.
-    constexpr int patience = 500;
-    while (lastSignal == 0 && ::poll(&input, 1, patience) <= 0) {
-    }
-    ::pthread_sigmask(SIG_BLOCK, &blocked_, nullptr);
-#endif
     return lastSignal;
   }
 

@@ -43,6 +43,7 @@ class LinuxMachineUnderTest {
     return std::nullopt;
   }
 
+  std::string writableFolder() const { return folder_.path().string(); }
   std::filesystem::path watchedFolder() const { return folder_.path(); }
   void change(const std::string& name) {
     folder_.write(name, "x");

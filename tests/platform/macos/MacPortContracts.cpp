@@ -6,7 +6,7 @@
 namespace halvercine::tests {
 namespace {
 
-/// This Mac as it is. No contract changes anything on it.
+/// This Mac as it is. What a contract changes on it, it changes back; the shared container stays.
 class MacMachineUnderTest {
  public:
   base::MainActor& actor() { return actor_; }
@@ -20,6 +20,7 @@ class MacMachineUnderTest {
     return data->mountedFrom.substr(devices.size());
   }
 
+  std::string writableFolder() const { return folder_.path().string(); }
   std::filesystem::path watchedFolder() const { return folder_.path(); }
   void change(const std::string& name) {
     folder_.write(name, "x");

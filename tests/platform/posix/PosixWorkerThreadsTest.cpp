@@ -1,16 +1,13 @@
 #include "platform/posix/PosixWorkerThreads.h"
 
 #include <atomic>
-#include <fstream>
 #include <stdexcept>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "base/MainActor.h"
 #include "support/isSanitized.h"
+#include "support/limitedAddressSpace.h"
 
 namespace halvercine::platform::posix {
 namespace {
@@ -55,31 +52,14 @@ TEST(PosixWorkerThreadsTest, AnExceptionIsToldWhenAllHaveEnded) {
 }
 
 #ifdef __linux__
-/// Bytes of address space that this process takes.
-rlim_t addressSpace() {
-  rlim_t pages = 0;
-  std::ifstream("/proc/self/statm") >> pages;
-  return pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
-}
-
 TEST(PosixWorkerThreadsTest, NoneBeginsWhenNotAllCanBeHad) {
   if (tests::isSanitized) GTEST_SKIP() << "the address space is limited without sanitizers only";
-  const pid_t child = ::fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
+  constexpr rlim_t someStacks = 128U << 20U;
+  EXPECT_TRUE(tests::holdsInLimitedAddressSpace(someStacks, [] {
     base::MainActor actor;
-    run(actor, 1);  // makes the actor's own threads
-    // The stacks of some, and of no hundred.
-    const rlim_t most = addressSpace() + (64U << 20U);
-    const rlimit limit{most, most};
-    if (::setrlimit(RLIMIT_AS, &limit) != 0) ::_exit(3);
     const auto few = run(actor, 100);
-    ::_exit(few.begun == 0 && few.hasFailed ? 0 : 1);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 0);
+    return few.begun == 0 && few.hasFailed;
+  }));
 }
 #endif
 

@@ -18,6 +18,8 @@ class SimulatedMachineUnderTest {
   platform::Platform& platform() { return platform_; }
   std::optional<std::string> mountedVolume() const { return "disk4s1"; }
 
+  static std::string writableFolder() { return "/Volumes/DATA"; }
+
   platform::ToolInvocation printingTool() const { return diskutil("disk4s1"); }
   platform::ToolInvocation failingTool() const { return diskutil("disk99"); }
   platform::ToolInvocation endlessTool() const { return diskutil("disk4"); }

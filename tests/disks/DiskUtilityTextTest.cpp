@@ -72,26 +72,6 @@ TEST(DiskUtilityTextTest, ValuesThatAreMissingOrOdd) {
   EXPECT_EQ(mountPoint("Mount Point: /Volumes/a: b"), "/Volumes/a: b");
   EXPECT_FALSE(isMounted("Mounted: Not applicable (no file system)"));
   EXPECT_TRUE(isMounted("Mounted: No\n Mounted:   Yes  "));
-  EXPECT_EQ(probedPersonality("x\n  File System Personality:  UFSD: NTFS:2 \n"), "ufsd: ntfs:2");
-  EXPECT_EQ(probedPersonality("The File System Personality is unknown"), std::nullopt);
-  EXPECT_EQ(probedPersonality("File System Personality:"), "");
-  EXPECT_EQ(probedPersonality("File System: None"), std::nullopt);
-}
-
-TEST(DiskUtilityTextTest, DriversByPersonality) {
-  const std::pair<std::string_view, std::optional<std::string_view>> cases[] = {
-      {"Halvercine NTFS", "Tarnwel Extension"},
-      {"TARNWEL", "Tarnwel Extension"},
-      {"iBoySoft_NTFS", "iBoysoft NTFS"},
-      {"Paragon", "Paragon NTFS"},
-      {"UFSD_NTFS", "Paragon NTFS"},
-      {"ufsd_exfat", std::nullopt},
-      {"NTFS", std::nullopt},
-  };
-  for (const auto& [personality, name] : cases) {
-    EXPECT_EQ(driverDisplayName(personality), name) << personality;
-    EXPECT_EQ(isOwnEngine(personality), name == "Tarnwel Extension") << personality;
-  }
 }
 
 // What none of the real texts has, and which of two phrases decides.

@@ -170,17 +170,6 @@ TEST_F(EitherTest, voidTasksHaveOutcomesToo) {
   EXPECT_EQ(run(either(sleepFor(clock, 2s), sleepFor(clock, 1s))).index(), 1U);
 }
 
-struct NoDefault {
-  explicit NoDefault(int number) : value(std::make_unique<int>(number)) {}
-  std::unique_ptr<int> value;
-};
-
-Task<NoDefault> makeNoDefault() { co_return NoDefault(3); }
-
-TEST_F(EitherTest, valuesNeedNoDefaultAndNoCopy) {
-  EXPECT_EQ(*run(withTimeout(clock, 1s, makeNoDefault()))->value, 3);
-}
-
 TEST_F(EitherTest, limitsNest) {
   Count count;
   auto inner = withTimeout(clock, 10s, perform(clock, {600s}, 1, count));

@@ -148,7 +148,6 @@ TEST(BsdNameTest, tellsDisksFromPartitions) {
     EXPECT_EQ(wholeDiskName(name), whole) << name;
     EXPECT_EQ(partitionSuffix(name), suffix) << name;
   }
-  EXPECT_EQ(devicePath("disk4s1"), "/dev/disk4s1");
 }
 
 TEST(BsdNameTest, ordersByTheNumbers) {

@@ -19,6 +19,14 @@ using tests::AsyncTest;
 
 using MainActorTest = AsyncTest;
 
+TEST_F(MainActorTest, runAnswersFalseWhenNothingCanHappenAnyMore) {
+  bool rang = false;
+  clock.callAt(5s, [&rang] { rang = true; });
+  EXPECT_FALSE(actor.run());
+  EXPECT_TRUE(rang);
+  EXPECT_FALSE(actor.runUntil([] { return false; }));
+}
+
 TEST(MainActorOnRealTimeTest, stopFromAnotherThreadWakesAWaitingRun) {
   MainActor actor;
   std::thread stopper;
@@ -45,6 +53,11 @@ TEST_F(MainActorTest, exceptionOfAnActionComesOutAndTheActorGoesOn) {
   EXPECT_THROW(actor.run(), std::runtime_error);
   settle();
   EXPECT_TRUE(ran);
+}
+
+TEST_F(MainActorTest, knowsItsThread) {
+  EXPECT_TRUE(actor.isCurrent());
+  EXPECT_FALSE(run(runInBackground(actor, [this] { return actor.isCurrent(); })));
 }
 
 TEST_F(MainActorTest, virtualTimeStandsStillWhileBackgroundWorkIsUnderWay) {

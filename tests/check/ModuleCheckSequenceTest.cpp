@@ -151,6 +151,16 @@ TEST(ModuleCheckSequenceTest, StallsWhenNothingButTimeStampsChanges) {
   EXPECT_EQ(sequence.next(stopping).action, Action::leave);
 }
 
+TEST(ModuleCheckSequenceTest, ProgressHoldsTheStallOff) {
+  ModuleCheckSequence sequence(start);
+  for (int minute = 1; minute <= 60; minute += 9) {
+    const auto at = minute * 60.0;
+    const auto step =
+        reach(sequence, at - 540, taken(at, frame(at, static_cast<std::uint64_t>(minute))));
+    EXPECT_EQ(step.action, Action::poll);
+  }
+}
+
 TEST(ModuleCheckSequenceTest, PausedTimeDoesNotCount) {
   ModuleCheckSequence sequence(start);
   sequence.next(taken(0, frame(1, 50)));

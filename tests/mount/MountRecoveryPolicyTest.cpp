@@ -47,6 +47,8 @@ TEST(MountRecoveryPolicyTest, StatusLineIsOfTheDevicesOwnPlaceInTheQueue) {
   EXPECT_EQ(Policy::recoveryStatus(8, place, true), std::nullopt) << "another device's entry";
   EXPECT_EQ(Policy::recoveryStatus(7, place, false),
             (Policy::StatusLine{"disk.ux.recovery.waiting", {2, 5}}));
+  EXPECT_EQ(Policy::recoveryStatus(7, Policy::QueuePlace{7, 5, false}, true),
+            (Policy::StatusLine{"disk.ux.recovery.running", {5, 5}}));
 }
 
 }  // namespace

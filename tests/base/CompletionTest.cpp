@@ -11,9 +11,35 @@ namespace {
 
 using tests::AsyncTest;
 
-using CompletionTest = AsyncTest;
-
 const auto nothingToUndo = std::function<void()>();
+
+/// A wait whose completion is kept outside, as a system callback would.
+struct Pending {
+  std::optional<Completion<int>> completion;
+  int undone = 0;
+  bool resumed = false;
+};
+
+Task<void> waitOn(std::shared_ptr<Pending> pending) {
+  const auto start = [pending](Completion<int> completion) {
+    pending->completion = completion;
+    return [raw = pending.get()] { ++raw->undone; };
+  };
+  co_await waitFor<int>(start);
+  pending->resumed = true;
+}
+
+class CompletionTest : public AsyncTest {
+ protected:
+  /// A wait that is under way.
+  std::shared_ptr<Pending> begin() {
+    auto pending = std::make_shared<Pending>();
+    scope->spawn("wait", waitOn(pending));
+    settle();
+    EXPECT_TRUE(pending->completion);
+    return pending;
+  }
+};
 
 TEST_F(CompletionTest, firstCallWinsAndLaterOnesAreDropped) {
   EXPECT_EQ(run(waitFor<int>([](Completion<int> completion) {
@@ -41,27 +67,8 @@ TEST_F(CompletionTest, callsMayComeFromSeveralThreads) {
   EXPECT_LT(winner, 4);
 }
 
-/// A wait whose completion is kept outside, as a system callback would.
-struct Pending {
-  std::optional<Completion<int>> completion;
-  int undone = 0;
-  bool resumed = false;
-};
-
-Task<void> waitOn(std::shared_ptr<Pending> pending) {
-  const auto start = [pending](Completion<int> completion) {
-    pending->completion = completion;
-    return [raw = pending.get()] { ++raw->undone; };
-  };
-  co_await waitFor<int>(start);
-  pending->resumed = true;
-}
-
 TEST_F(CompletionTest, cancelledWaitIsUndoneOnceAndLateCallsAreDropped) {
-  const auto pending = std::make_shared<Pending>();
-  scope->spawn("wait", waitOn(pending));
-  settle();
-  ASSERT_TRUE(pending->completion);
+  const auto pending = begin();
   scope->cancelAll();
   scope->cancelAll();
   settle();
@@ -73,9 +80,7 @@ TEST_F(CompletionTest, cancelledWaitIsUndoneOnceAndLateCallsAreDropped) {
 }
 
 TEST_F(CompletionTest, ownerThatDiesAfterTheCallIsNotResumed) {
-  const auto pending = std::make_shared<Pending>();
-  scope->spawn("wait", waitOn(pending));
-  settle();
+  const auto pending = begin();
   (*pending->completion)(1);
   scope.reset();
   settle();
@@ -84,9 +89,7 @@ TEST_F(CompletionTest, ownerThatDiesAfterTheCallIsNotResumed) {
 }
 
 TEST_F(CompletionTest, callFromAThreadAfterTheOwnerDiedIsHarmless) {
-  const auto pending = std::make_shared<Pending>();
-  scope->spawn("wait", waitOn(pending));
-  settle();
+  const auto pending = begin();
   std::thread late([completion = *pending->completion] { completion(1); });
   scope.reset();
   late.join();

@@ -1,5 +1,6 @@
 #include "base/either.h"
 
+#include <functional>
 #include <string>
 
 #include "support/AsyncTest.h"
@@ -10,12 +11,10 @@ namespace {
 using namespace std::chrono_literals;
 using tests::AsyncTest;
 
-enum class Ending { value, exception };
-
 /// What one of the two does: it ends after a time (at once without a wait, when negative).
 struct Job {
   std::chrono::milliseconds lasts;
-  Ending ending = Ending::value;
+  bool isFaulty = false;
 };
 
 /// How many coroutines have begun, and how many of them are left, in whichever way.
@@ -33,91 +32,78 @@ struct Counted {
 Task<int> perform(platform::Clock& clock, Job job, int number, Count& count) {
   const Counted counted(count);
   if (job.lasts >= 0ms) co_await sleepFor(clock, job.lasts);
-  if (job.ending == Ending::exception) throw std::runtime_error("job " + std::to_string(number));
+  if (job.isFaulty) throw std::runtime_error("job " + std::to_string(number));
   co_return number;
 }
 
-struct EitherCase {
-  const char* name;
-  Job first;
-  Job second;
-  std::string outcome;
-  std::chrono::milliseconds duration;
-};
-
-class EitherTest : public AsyncTest, public testing::WithParamInterface<EitherCase> {};
-
-TEST_P(EitherTest, endsWithTheFirstOfTheTwo) {
-  const auto& param = GetParam();
-  Count count;
-  std::string outcome;
-  try {
-    const auto result =
-        run(either(perform(clock, param.first, 1, count), perform(clock, param.second, 2, count)));
-    outcome = result.index() == 0 ? std::to_string(std::get<0>(result))
-                                  : std::to_string(std::get<1>(result));
-  } catch (const std::exception& exception) {
-    outcome = exception.what();
+class EitherTest : public AsyncTest {
+ protected:
+  /// `work` yields this number, or an exception of this text, after `duration`.
+  void expect(const std::string& outcome, std::chrono::milliseconds duration,
+              const std::function<int(Count&)>& work) {
+    const auto began = clock.uptime();
+    Count count;
+    std::string found;
+    try {
+      found = std::to_string(work(count));
+    } catch (const std::exception& exception) {
+      found = exception.what();
+    }
+    EXPECT_EQ(found, outcome);
+    EXPECT_EQ(count.ended, count.begun) << "all have ended when the result is there";
+    EXPECT_EQ(clock.uptime() - began, duration);
+    settle();
+    EXPECT_EQ(clock.uptime() - began, duration) << "the loser left a timer behind";
   }
-  EXPECT_EQ(outcome, param.outcome);
-  EXPECT_EQ(count.ended, count.begun) << "both have ended when the result is there";
-  EXPECT_EQ(clock.uptime(), param.duration);
-  settle();
-  EXPECT_EQ(clock.uptime(), param.duration) << "the loser left a timer behind";
-}
+};
 
 constexpr auto atOnce = -1ms;
-INSTANTIATE_TEST_SUITE_P(
-    Cases, EitherTest,
-    testing::Values(EitherCase{"firstValue", {10ms}, {20ms}, "1", 10ms},
-                    EitherCase{"secondValue", {20ms}, {10ms}, "2", 10ms},
-                    EitherCase{"firstFails", {10ms, Ending::exception}, {20ms}, "job 1", 10ms},
-                    EitherCase{"secondFails", {20ms}, {10ms, Ending::exception}, "job 2", 10ms},
-                    EitherCase{"loserWouldFail", {10ms}, {20ms, Ending::exception}, "1", 10ms},
-                    EitherCase{"tie", {10ms}, {10ms, Ending::exception}, "1", 10ms},
-                    EitherCase{"firstAtOnce", {atOnce}, {10ms}, "1", 0ms},
-                    EitherCase{"secondAtOnce", {10ms}, {atOnce}, "2", 0ms},
-                    EitherCase{"bothAtOnce", {atOnce}, {atOnce}, "1", 0ms},
-                    EitherCase{"failsAtOnce", {atOnce, Ending::exception}, {5ms}, "job 1", 0ms}),
-    [](const auto& testCase) { return testCase.param.name; });
+constexpr bool faulty = true;
 
-struct TimeoutCase {
-  const char* name;
-  Job job;
-  std::chrono::milliseconds limit;
-  std::string outcome;
-  std::chrono::milliseconds duration;
-};
-
-class WithTimeoutTest : public AsyncTest, public testing::WithParamInterface<TimeoutCase> {};
-
-TEST_P(WithTimeoutTest, boundsTheWait) {
-  const auto& param = GetParam();
-  Count count;
-  std::string outcome;
-  try {
-    const auto result = run(withTimeout(clock, param.limit, perform(clock, param.job, 1, count)));
-    outcome = result ? std::to_string(*result) : "timed out";
-  } catch (const std::exception& exception) {
-    outcome = exception.what();
+TEST_F(EitherTest, endsWithTheFirstOfTheTwo) {
+  struct Row {
+    Job first;
+    Job second;
+    const char* outcome;
+    std::chrono::milliseconds duration;
+  };
+  const Row rows[] = {{{10ms}, {20ms}, "1", 10ms},
+                      {{20ms}, {10ms}, "2", 10ms},
+                      {{10ms, faulty}, {20ms}, "job 1", 10ms},
+                      {{20ms}, {10ms, faulty}, "job 2", 10ms},
+                      {{10ms}, {20ms, faulty}, "1", 10ms},  // the loser would fail
+                      {{10ms}, {10ms, faulty}, "1", 10ms},
+                      {{atOnce}, {10ms}, "1", 0ms},
+                      {{10ms}, {atOnce}, "2", 0ms},
+                      {{atOnce}, {atOnce}, "1", 0ms},
+                      {{atOnce, faulty}, {5ms}, "job 1", 0ms}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    expect(row.outcome, row.duration, [&](Count& count) {
+      const auto result =
+          run(either(perform(clock, row.first, 1, count), perform(clock, row.second, 2, count)));
+      return result.index() == 0 ? std::get<0>(result) : std::get<1>(result);
+    });
   }
-  EXPECT_EQ(outcome, param.outcome);
-  EXPECT_EQ(count.ended, 1);
-  settle();
-  EXPECT_EQ(clock.uptime(), param.duration);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, WithTimeoutTest,
-    testing::Values(TimeoutCase{"value", {10ms}, 20ms, "1", 10ms},
-                    TimeoutCase{"exception", {10ms, Ending::exception}, 20ms, "job 1", 10ms},
-                    TimeoutCase{"tooLong", {600s}, 20ms, "timed out", 20ms},
-                    TimeoutCase{"justInTime", {20ms}, 20ms, "1", 20ms},
-                    TimeoutCase{"noTimeAtAll", {1ms}, 0ms, "timed out", 0ms},
-                    TimeoutCase{"atOnce", {atOnce}, 0ms, "1", 0ms}),
-    [](const auto& testCase) { return testCase.param.name; });
-
-using EitherAsyncTest = AsyncTest;
+TEST_F(EitherTest, aTimeoutBoundsTheWait) {
+  struct Row {
+    Job job;
+    std::chrono::milliseconds limit;
+    const char* outcome;  // -1 when none came in time
+    std::chrono::milliseconds duration;
+  };
+  const Row rows[] = {{{10ms}, 20ms, "1", 10ms},  {{10ms, faulty}, 20ms, "job 1", 10ms},
+                      {{600s}, 20ms, "-1", 20ms}, {{20ms}, 20ms, "1", 20ms},
+                      {{1ms}, 0ms, "-1", 0ms},    {{atOnce}, 0ms, "1", 0ms}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    expect(row.outcome, row.duration, [&](Count& count) {
+      return run(withTimeout(clock, row.limit, perform(clock, row.job, 1, count))).value_or(-1);
+    });
+  }
+}
 
 Task<void> noteSurvival(Task<int> task, bool& survived) {
   co_await std::move(task);
@@ -129,7 +115,7 @@ Task<int> eitherNumber(Task<int> first, Task<int> second) {
   co_return result.index() == 0 ? 1 : 2;
 }
 
-TEST_F(EitherAsyncTest, cancelledFromOutsideEndsBothAndNothingAfterIt) {
+TEST_F(EitherTest, cancelledFromOutsideEndsBothAndNothingAfterIt) {
   Count count;
   bool survived = false;
   // One of the two has ended in the very turn of the cancellation.
@@ -154,7 +140,7 @@ Task<int> cancelAndSleep(TaskScope& scope, platform::Clock& clock) {
   co_return 1;
 }
 
-TEST_F(EitherAsyncTest, aMemberThatCancelsTheWholeAtOnceEndsIt) {
+TEST_F(EitherTest, aMemberThatCancelsTheWholeAtOnceEndsIt) {
   Count count;
   bool survived = false;
   scope->spawn("nested", noteSurvival(eitherNumber(cancelAndSleep(*scope, clock),
@@ -174,28 +160,17 @@ Task<int> swallowCancellation(platform::Clock& clock) {
   co_return 7;
 }
 
-TEST_F(EitherAsyncTest, aTaskThatSwallowsItsCancellationHasTimedOutAllTheSame) {
+TEST_F(EitherTest, aTaskThatSwallowsItsCancellationHasTimedOutAllTheSame) {
   EXPECT_FALSE(run(withTimeout(clock, 1s, swallowCancellation(clock))));
 }
 
-TEST_F(EitherAsyncTest, voidTasksHaveOutcomesToo) {
+TEST_F(EitherTest, voidTasksHaveOutcomesToo) {
   EXPECT_TRUE(run(withTimeout(clock, 2s, sleepFor(clock, 1s))));
   EXPECT_FALSE(run(withTimeout(clock, 1s, sleepFor(clock, 2s))));
   EXPECT_EQ(run(either(sleepFor(clock, 2s), sleepFor(clock, 1s))).index(), 1U);
 }
 
-struct NoDefault {
-  explicit NoDefault(int number) : value(std::make_unique<int>(number)) {}
-  std::unique_ptr<int> value;
-};
-
-Task<NoDefault> makeNoDefault() { co_return NoDefault(3); }
-
-TEST_F(EitherAsyncTest, valuesNeedNoDefaultAndNoCopy) {
-  EXPECT_EQ(*run(withTimeout(clock, 1s, makeNoDefault()))->value, 3);
-}
-
-TEST_F(EitherAsyncTest, limitsNest) {
+TEST_F(EitherTest, limitsNest) {
   Count count;
   auto inner = withTimeout(clock, 10s, perform(clock, {600s}, 1, count));
   EXPECT_FALSE(run(withTimeout(clock, 3s, std::move(inner))));

@@ -16,12 +16,9 @@ namespace {
 using namespace std::chrono_literals;
 using tests::AsyncTest;
 
-using TaskScopeTest = AsyncTest;
-
-/// Calls `before`, sleeps, calls `after`; counts in `frames` while it exists.
-Task<void> sleeper(platform::Clock& clock, std::shared_ptr<int> frame, std::function<void()> before,
-                   std::function<void()> after) {
-  (void)frame;
+/// Calls `before`, sleeps, calls `after`; holds `frame` while it exists.
+Task<void> sleeper(platform::Clock& clock, std::function<void()> before,
+                   std::function<void()> after, [[maybe_unused]] std::shared_ptr<int> frame) {
   before();
   co_await sleepFor(clock, 10s);
   after();
@@ -29,11 +26,18 @@ Task<void> sleeper(platform::Clock& clock, std::shared_ptr<int> frame, std::func
 
 void nothing() {}
 
+class TaskScopeTest : public AsyncTest {
+ protected:
+  void spawn(std::function<void()> before, std::function<void()> after = nothing,
+             std::shared_ptr<int> frame = nullptr) {
+    scope->spawn("sleeper", sleeper(clock, std::move(before), std::move(after), std::move(frame)));
+  }
+};
+
 TEST_F(TaskScopeTest, startsLaterEvenOnTheMainActor) {
   std::string order;
   actor.post([&] {
-    scope->spawn("later", sleeper(
-                              clock, nullptr, [&order] { order += 'b'; }, nothing));
+    spawn([&order] { order += 'b'; });
     order += 'a';
   });
   settle();
@@ -47,7 +51,8 @@ TEST_F(TaskScopeTest, destructionCancelsAndFreesWhatWaits) {
   {
     auto held = std::make_shared<int>();
     frame = held;
-    scope->spawn("sleeper", sleeper(clock, std::move(held), nothing, [&] { resumed = true; }));
+    spawn(
+        nothing, [&] { resumed = true; }, std::move(held));
   }
   actor.post([this] { actor.post([this] { scope.reset(); }); });
   settle();
@@ -59,16 +64,14 @@ TEST_F(TaskScopeTest, destructionCancelsAndFreesWhatWaits) {
 
 TEST_F(TaskScopeTest, whatIsCancelledBeforeItStartsNeverRuns) {
   bool ran = false;
-  scope->spawn("never", sleeper(
-                            clock, nullptr, [&] { ran = true; }, nothing));
+  spawn([&] { ran = true; });
   scope->cancelAll();
   EXPECT_NO_THROW(settle());
   EXPECT_FALSE(ran);
   EXPECT_EQ(scope->running(), 0U);
 
   actor.post([&] {  // and when it begins on the actor itself
-    scope->spawn("never", sleeper(
-                              clock, nullptr, [&] { ran = true; }, nothing));
+    spawn([&] { ran = true; });
     scope.reset();
   });
   EXPECT_NO_THROW(settle());
@@ -79,8 +82,7 @@ TEST_F(TaskScopeTest, whatIsCancelledBeforeItStartsNeverRuns) {
 TEST_F(TaskScopeTest, timeThatIsUpInTheTurnOfTheCancellationDoesNotResumeTheDeadOwner) {
   bool started = false;
   bool resumed = false;
-  scope->spawn("sleeper", sleeper(
-                              clock, nullptr, [&] { started = true; }, [&] { resumed = true; }));
+  spawn([&] { started = true; }, [&] { resumed = true; });
   actor.runUntil([&started] { return started; });
   clock.advanceBy(10s);  // the wait is over, but the actor has not come round to it
   scope.reset();
@@ -104,8 +106,7 @@ TEST_F(TaskScopeTest, aTaskMayCancelOrDestroyItsOwnOwnerAndReturnWithoutWaiting)
 
 TEST_F(TaskScopeTest, aTaskThatDestroysItsOwnerEndsAtTheNextWait) {
   bool resumed = false;
-  scope->spawn("sleeper", sleeper(
-                              clock, nullptr, [this] { scope.reset(); }, [&] { resumed = true; }));
+  spawn([this] { scope.reset(); }, [&] { resumed = true; });
   settle();
   EXPECT_FALSE(resumed);
   EXPECT_EQ(clock.uptime(), 0s);
@@ -114,7 +115,7 @@ TEST_F(TaskScopeTest, aTaskThatDestroysItsOwnerEndsAtTheNextWait) {
 TEST_F(TaskScopeTest, cancelledScopeTakesNewTasks) {
   bool ended = false;
   scope->cancelAll();
-  scope->spawn("sleeper", sleeper(clock, nullptr, nothing, [&] { ended = true; }));
+  spawn(nothing, [&] { ended = true; });
   settle();
   EXPECT_TRUE(ended);
 }

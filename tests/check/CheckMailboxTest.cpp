@@ -14,7 +14,6 @@ namespace halvercine::check {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using namespace std::chrono_literals;
 
 constexpr platform::WallTime now = platform::WallTime(1'760'000'000s + 999ms);
@@ -84,23 +83,19 @@ TEST_F(CheckMailboxTest, WhatIsNoFrameIsAbsent) {
 }
 
 TEST_F(CheckMailboxTest, AcceptsReportsOnThisVolumeOnly) {
-  struct Row {
-    std::string text;
-    bool accepted;
-  };
-  const Row rows[] = {{report("disk4s1"), true},
-                      {report("unknown"), true},
-                      {report("disk4s2"), false},
-                      {report(""), false},
-                      {report("disk4s1").substr(0, 60), false},
-                      {R"({"diskID":"disk4s1"})", false}};
-  for (const auto& row : rows) {
+  const std::pair<std::string, bool> rows[] = {{report("disk4s1"), true},
+                                               {report("unknown"), true},
+                                               {report("disk4s2"), false},
+                                               {report(""), false},
+                                               {report("disk4s1").substr(0, 60), false},
+                                               {R"({"diskID":"disk4s1"})", false}};
+  for (const auto& [text, isAccepted] : rows) {
     ReportReading reading;
-    folder.write("check-report-disk4s1.json", row.text);
-    EXPECT_EQ(mailbox.readReport(reading).has_value(), row.accepted) << row.text;
+    folder.write("check-report-disk4s1.json", text);
+    EXPECT_EQ(mailbox.readReport(reading).has_value(), isAccepted) << text;
     // What was refused is looked at again once it has changed.
     folder.write("check-report-disk4s1.json", report("disk4s1") + " ");
-    EXPECT_TRUE(mailbox.readReport(reading)) << row.text;
+    EXPECT_TRUE(mailbox.readReport(reading)) << text;
   }
 }
 

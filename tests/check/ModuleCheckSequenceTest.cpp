@@ -1,6 +1,5 @@
 #include "check/ModuleCheckSequence.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace halvercine::check {
@@ -8,7 +7,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using Action = ModuleCheckAction;
-using testing::HasSubstr;
 
 constexpr platform::Uptime start = 1000s;
 

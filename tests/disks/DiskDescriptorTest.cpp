@@ -72,11 +72,7 @@ TEST(DiskDescriptorTest, UuidAndNumbersKeepTheirExactValue) {
 }
 
 TEST(DiskDescriptorTest, ExclusionsCompareExactly) {
-  struct Row {
-    const char* members;
-    bool listed;
-  };
-  const Row rows[] = {
+  const std::pair<const char*, bool> rows[] = {
       {R"("mount": {"path": "/System/Volumes/Data"})", false},
       {R"("mount": {"path": "/System/Volumes/Data/home"})", false},
       {R"("mount": {"path": "/System/Volumes"})", true},
@@ -87,41 +83,33 @@ TEST(DiskDescriptorTest, ExclusionsCompareExactly) {
       {R"("description": {"DADeviceModel": "disk image"})", true},
       {R"("description": {"DADeviceModel": "Apple Disk Image Media"})", true},
   };
-  for (const auto& row : rows) {
-    SimulatedFixture mac(volume(row.members));
-    EXPECT_EQ(describe(mac).has_value(), row.listed) << row.members;
+  for (const auto& [members, isListed] : rows) {
+    SimulatedFixture mac(volume(members));
+    EXPECT_EQ(describe(mac).has_value(), isListed) << members;
   }
   SimulatedFixture mac("[]");
   EXPECT_FALSE(describe(mac)) << "no such disk";
 }
 
 TEST(DiskDescriptorTest, MountedTypeWinsForThisDeviceOnly) {
-  struct Row {
-    const char* mount;
-    const char* type;
-  };
-  const Row rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {R"({"type": "ufsd_NTFS"})", "ufsd_NTFS"},
       {R"({"type": "lifs", "from": "ntfs://disk4s1/"})", "ntfs"},
       {R"({"type": "apfs", "from": "/dev/disk4s10"})", "ntfs"},
       {R"({"type": "apfs", "from": "/dev/rdisk4s1"})", "ntfs"},
       {R"({"type": "apfs", "statfsFails": true})", "ntfs"},
   };
-  for (const auto& row : rows) {
-    const auto disk = described(std::string(R"("mount": )") + row.mount);
-    EXPECT_EQ(disk.fileSystem, row.type) << row.mount;
-    EXPECT_TRUE(disk.isNtfs()) << row.mount;
+  for (const auto& [mount, type] : rows) {
+    const auto disk = described(std::string(R"("mount": )") + mount);
+    EXPECT_EQ(disk.fileSystem, type) << mount;
+    EXPECT_TRUE(disk.isNtfs()) << mount;
   }
   for (const char* type : {"exfat", "nt fs", ""}) EXPECT_FALSE(isNtfsType(type)) << type;
   for (const char* type : {"NTFS", "macFUSE_NtFs", "xntfs2"}) EXPECT_TRUE(isNtfsType(type)) << type;
 }
 
 TEST(DiskDescriptorTest, FreeSpaceOfZeroFallsThrough) {
-  struct Row {
-    const char* mount;
-    std::int64_t available;
-  };
-  const Row rows[] = {
+  const std::pair<const char*, std::int64_t> rows[] = {
       {R"("importantUsage": 300, "available": 200, "availableBlocks": 10, "blockSize": 10)", 300},
       {R"("importantUsage": 0, "available": 200, "availableBlocks": 10, "blockSize": 10)", 200},
       {R"("importantUsage": null, "available": 0, "availableBlocks": 10, "blockSize": 10)", 100},
@@ -130,9 +118,9 @@ TEST(DiskDescriptorTest, FreeSpaceOfZeroFallsThrough) {
           "availableBlocks": 9223372036854775807, "blockSize": 4096)",
        9223372036854775807},
   };
-  for (const auto& row : rows) {
-    const auto disk = described(std::string(R"("mount": {)") + row.mount + "}");
-    EXPECT_EQ(disk.available, row.available) << row.mount;
+  for (const auto& [mount, available] : rows) {
+    const auto disk = described(std::string(R"("mount": {)") + mount + "}");
+    EXPECT_EQ(disk.available, available) << mount;
   }
   const auto unmounted = described(R"("writable": true)");
   EXPECT_EQ(unmounted.available, 0);
@@ -206,12 +194,11 @@ TEST(DiskDescriptorTest, MediaIdentitySurvivesAChangeOfNameAndTellsClonesApart) 
                          "}]}]");
     return *describe(mac, disk + "s1")->mediaID;
   };
-  const std::string guid = R"("mediaUUID": "11111111-2222-4333-8444-555555555555")";
-  EXPECT_EQ(identity("disk4", "A1", guid), identity("disk9", "A1", guid));
-  EXPECT_NE(identity("disk4", "A1", guid), identity("disk4", "B2", guid)) << "a clone";
-  const std::string none = R"("mediaUUID": null)";
-  EXPECT_EQ(identity("disk4", "A1", none), identity("disk9", "A1", none));
-  EXPECT_NE(identity("disk4", "A1", none), identity("disk4", "B2", none));
+  for (const auto* media :
+       {R"("mediaUUID": "11111111-2222-4333-8444-555555555555")", R"("mediaUUID": null)"}) {
+    EXPECT_EQ(identity("disk4", "A1", media), identity("disk9", "A1", media)) << media;
+    EXPECT_NE(identity("disk4", "A1", media), identity("disk4", "B2", media)) << "a clone";
+  }
 }
 
 TEST(DiskDescriptorTest, ApfsLayerIsNoHardware) {

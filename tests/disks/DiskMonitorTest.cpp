@@ -86,26 +86,26 @@ TEST_F(DiskMonitorTest, WithoutASessionThereAreNoDisks) {
   EXPECT_TRUE(ids().empty());
 }
 
-TEST_F(DiskMonitorTest, SweepsReportsThatNoLongerCount) {
-  const auto path = mac.reportPath("disk4s1");
-  tests::writeText(path, base::encodeJson(mount::MountAccessReport{1, "old", 5, {}, {}}));
-  ASSERT_TRUE(monitor->start());
-  EXPECT_FALSE(std::filesystem::exists(path));
-}
-
-TEST_F(DiskMonitorTest, SweepsReportsOfDisksThatAreGoneButNotLiveOnes) {
+TEST_F(DiskMonitorTest, SweepsReportsThatNoLongerCountOfAnyDisk) {
   const auto session = *mount::bootSession(*mac.platform.systemInfo);
-  const auto write = [&](const std::string& bsdName, const std::string& boot, double age) {
-    tests::writeText(mac.reportPath(bsdName),
-                     base::encodeJson(mount::MountAccessReport{7, boot, mac.now() - age, {}, {}}));
+  struct Row {
+    const char* bsdName;
+    std::string boot;
+    double age;
+    bool isSwept;
   };
-  write("disk70s1", "another", 0);
-  write("disk71s1", session, 301);
-  write("disk72s1", session, 10);
+  const Row rows[] = {{"disk4s1", "another", 0, true},
+                      {"disk70s1", "another", 0, true},
+                      {"disk71s1", session, 301, true},
+                      {"disk72s1", session, 10, false}};  // its disk may be on its way
+  for (const auto& row : rows) {
+    const mount::MountAccessReport report{7, row.boot, mac.now() - row.age, {}, {}};
+    tests::writeText(mac.reportPath(row.bsdName), base::encodeJson(report));
+  }
   ASSERT_TRUE(monitor->start());
-  EXPECT_FALSE(std::filesystem::exists(mac.reportPath("disk70s1")));
-  EXPECT_FALSE(std::filesystem::exists(mac.reportPath("disk71s1")));
-  EXPECT_TRUE(std::filesystem::exists(mac.reportPath("disk72s1"))) << "its disk may be on its way";
+  for (const auto& row : rows) {
+    EXPECT_EQ(!std::filesystem::exists(mac.reportPath(row.bsdName)), row.isSwept) << row.bsdName;
+  }
 }
 
 TEST_F(DiskMonitorTest, HearsOfNewWordsInTheSharedFolderAtOnce) {

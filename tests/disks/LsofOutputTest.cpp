@@ -62,14 +62,10 @@ TEST(LsofOutputTest, RealOutput) {
 
 TEST(LsofOutputTest, Escapes) {
   const std::pair<std::string_view, std::string_view> cases[] = {
-      {"Code\\x20H", "Code H"},
-      {"a\\tb\\\\tc", "a\tb\\tc"},
       {"\\", "\\"},
       {"\\x2", "\\x2"},
       {"\\xzz\\x41", "\\xzzA"},
       {"\\q\\r\\b\\f", "\\q\r\b\f"},
-      {"\\xe6\\x96\\xb0", "新"},
-      {"a^Ab", "a^Ab"},
   };
   for (const auto& [escaped, plain] : cases) EXPECT_EQ(withoutLsofEscapes(escaped), plain);
 }

@@ -10,25 +10,20 @@
 namespace halvercine::disks {
 namespace {
 
-std::map<std::string, Disk> disksOf(std::string_view scenarioName) {
-  base::MainActor actor;
-  const auto text = base::resource("scenarios/" + std::string(scenarioName) + ".json");
-  platform::simulated::SimulatedMac mac(
-      actor, platform::simulated::readScenario(text.value_or("")).value(),
-      platform::simulated::ClockKind::virtualTime);
-  const auto platform = mac.takePlatform();
-  const base::Localization localization(base::Language::en);
-  const auto session = platform.diskArbitration->createSession();
+std::map<std::string, Disk> realDisks() {
+  const auto text = base::resource("scenarios/real-descriptions.json");
+  tests::SimulatedFixture mac(platform::simulated::readScenario(text.value_or("")).value());
+  const auto session = mac.platform.diskArbitration->createSession();
   std::map<std::string, Disk> disks;
-  for (auto& disk : describeDisks(DiskDescriptor(platform, localization), *session,
-                                  allMedia(*platform.mediaRegistry), BitLockerStates())) {
+  for (auto& disk : describeDisks(DiskDescriptor(mac.platform, mac.localization), *session,
+                                  allMedia(*mac.platform.mediaRegistry), BitLockerStates())) {
     disks.emplace(disk.id, std::move(disk));
   }
   return disks;
 }
 
 TEST(RealDescriptionsTest, BecomeTheRecordsThatPeopleExpect) {
-  const auto disks = disksOf("real-descriptions");
+  const auto disks = realDisks();
   const auto& sata = disks.at("disk0s2");
   EXPECT_EQ(sata.name, "Macintosh HD");
   EXPECT_EQ(sata.deviceModel, "FUJITSU MJA2160BH FFS G1") << "padded with blanks";

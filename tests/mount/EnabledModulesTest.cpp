@@ -1,19 +1,13 @@
 #include "mount/EnabledModules.h"
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "support/testData.h"
+
 namespace halvercine::mount {
 namespace {
-
-std::string fixture(const std::string& name) {
-  std::ifstream file(HALVERCINE_TEST_DATA "/fskit/" + name, std::ios::binary);
-  EXPECT_TRUE(file) << name;
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 std::string xml(std::string_view body) {
   return "<?xml version=\"1.0\"?><plist version=\"1.0\">" + std::string(body) + "</plist>";
@@ -27,8 +21,8 @@ TEST(EnabledModulesTest, readsTheListOfTheSystemInBothForms) {
                                              "com.apple.fskit.ftp",
                                              "io.macfuse.app.fsmodule.macfuse",
                                              "io.macfuse.app.fsmodule.macfuse-local"};
-  EXPECT_EQ(enabledModules(fixture("enabledModules.plist")), expected);
-  EXPECT_EQ(enabledModules(fixture("enabledModules-binary.plist")), expected);
+  EXPECT_EQ(enabledModules(tests::testData("fskit/enabledModules.plist")), expected);
+  EXPECT_EQ(enabledModules(tests::testData("fskit/enabledModules-binary.plist")), expected);
 }
 
 TEST(EnabledModulesTest, readsDictionariesOfFlags) {
@@ -38,7 +32,7 @@ TEST(EnabledModulesTest, readsDictionariesOfFlags) {
                                "<key>d</key><dict><key>enabled</key><false/></dict>"
                                "<key>e</key><dict/><key>f</key><string>yes</string></dict>")),
             (std::vector<std::string>{"a", "b", "c"}));
-  EXPECT_EQ(enabledModules(fixture("enabledFlags-binary.plist")),
+  EXPECT_EQ(enabledModules(tests::testData("fskit/enabledFlags-binary.plist")),
             (std::vector<std::string>{"com.example.nested", "com.example.on"}));
 }
 
@@ -46,12 +40,9 @@ TEST(EnabledModulesTest, findsNothingInWhatIsNoSuchList) {
   // The parser needs seconds for the first, the stack for the second, and aborts on the last.
   for (const auto* name : {"many-references-binary.plist", "deep-binary.plist",
                            "cycle-binary.plist", "zero-key-binary.plist"}) {
-    EXPECT_TRUE(enabledModules(fixture(name)).empty()) << name;
+    EXPECT_TRUE(enabledModules(tests::testData(std::string("fskit/") + name)).empty()) << name;
   }
-  const struct {
-    const char* name;
-    std::string content;
-  } cases[] = {
+  const std::pair<const char*, std::string> cases[] = {
       {"empty", ""},
       {"text", "not a property list"},
       {"JSON", R"(["com.example.json"])"},
@@ -59,7 +50,7 @@ TEST(EnabledModulesTest, findsNothingInWhatIsNoSuchList) {
       {"a text", xml("<string>a</string>")},
       {"other values", xml("<array><integer>1</integer><string></string><array/></array>")},
       {"binary, header only", "bplist00"},
-      {"binary, cut short", fixture("enabledModules-binary.plist").substr(0, 120)},
+      {"binary, cut short", tests::testData("fskit/enabledModules-binary.plist").substr(0, 120)},
       {"a key with a zero", xml("<dict><key>a&#0;</key><true/></dict>")},
       {"a key with another zero", xml("<dict><key>&#x00;</key><true/></dict>")},
       {"too large", xml("<array><string>a</string></array>" + std::string(70'000, ' '))},

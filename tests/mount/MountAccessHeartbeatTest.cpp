@@ -23,16 +23,16 @@ class MountAccessHeartbeatTest : public testing::Test {
 
   tests::SimulatedFixture mac{R"([{"disk": "disk4", "volumes": [{"disk": "disk4s1"}]}])"};
   MountAccessReportStore store{mac.reportPath("disk4s1")};
+  std::optional<MountAccessHeartbeat> heartbeat{std::in_place, mac.actor, *mac.platform.clock,
+                                                *mac.platform.containers};
 };
 
 TEST_F(MountAccessHeartbeatTest, KeepsItsReportFreshAndTakesItAway) {
   write(owner);
-  {
-    MountAccessHeartbeat heartbeat(mac.actor, *mac.platform.clock, *mac.platform.containers);
-    heartbeat.start("disk4s1", owner);
-    mac.pass(3000);
-    EXPECT_LT(age(), freshnessWindow / 2);
-  }
+  heartbeat->start("disk4s1", owner);
+  mac.pass(3000);
+  EXPECT_LT(age(), freshnessWindow / 2);
+  heartbeat.reset();
   EXPECT_FALSE(store.read()) << "destroying is stopping";
   mac.pass(3000);
   EXPECT_FALSE(store.read()) << "and nothing beats on";
@@ -40,28 +40,25 @@ TEST_F(MountAccessHeartbeatTest, KeepsItsReportFreshAndTakesItAway) {
 
 TEST_F(MountAccessHeartbeatTest, LeavesForeignReportsAlone) {
   write(std::nullopt);
-  MountAccessHeartbeat heartbeat(mac.actor, *mac.platform.clock, *mac.platform.containers);
-  heartbeat.start("disk4s1", owner);
+  heartbeat->start("disk4s1", owner);
   mac.pass(300);
   EXPECT_GE(age(), 300);
-  heartbeat.stop();
+  heartbeat->stop();
   EXPECT_TRUE(store.read());
 }
 
 TEST_F(MountAccessHeartbeatTest, NewTargetStopsTheOldOne) {
   write(owner);
-  MountAccessHeartbeat heartbeat(mac.actor, *mac.platform.clock, *mac.platform.containers);
-  heartbeat.start("disk4s1", owner);
-  heartbeat.start("disk9s9", owner);
+  heartbeat->start("disk4s1", owner);
+  heartbeat->start("disk9s9", owner);
   EXPECT_FALSE(store.read());
 }
 
 TEST_F(MountAccessHeartbeatTest, MayBeStoppedFromAnotherThread) {
   write(owner);
-  MountAccessHeartbeat heartbeat(mac.actor, *mac.platform.clock, *mac.platform.containers);
-  heartbeat.start("disk4s1", owner);
+  heartbeat->start("disk4s1", owner);
   mac.pass(61);
-  std::thread([&heartbeat] { heartbeat.stop(); }).join();
+  std::thread([this] { heartbeat->stop(); }).join();
   mac.pass(600);
   EXPECT_FALSE(store.read());
 }

@@ -15,13 +15,6 @@ using Kind = ThirdPartyDriver::Kind;
 const std::string modulesFile =
     "Users/somebody/Library/Group Containers/group.com.apple.fskit.settings/enabledModules.plist";
 
-std::string moduleList(std::initializer_list<std::string_view> identifiers) {
-  std::string text = "<plist version=\"1.0\"><array>";
-  for (const auto identifier : identifiers)
-    text += "<string>" + std::string(identifier) + "</string>";
-  return text + "</array></plist>";
-}
-
 struct ThirdPartyDriverTest : testing::Test {
   std::vector<ThirdPartyDriver> detect() { return detectThirdPartyDrivers(containers); }
 
@@ -32,20 +25,23 @@ struct ThirdPartyDriverTest : testing::Test {
 TEST_F(ThirdPartyDriverTest, findsNothingOnABareMachine) { EXPECT_TRUE(detect().empty()); }
 
 TEST_F(ThirdPartyDriverTest, reportsEachPlaceInOrderAndEachDriverOnce) {
-  folder.write("Library/Filesystems/tuxera_ntfs.fs/Contents/Info.plist", "");
-  folder.write("Library/Filesystems/acme.NTFS.fs/Contents/Info.plist", "");
-  folder.write("Library/Filesystems/UFSD_ntfs.fs/Contents/Info.plist", "");
-  folder.write("Library/Filesystems/ufsd_NTFS.fs/Contents/Info.plist", "");
-  folder.write("Library/Filesystems/Halvercine-NTFS.fs/Contents/Info.plist", "");
-  folder.write("Library/Filesystems/exfat.fs/Contents/Info.plist", "");
-  folder.write("Library/Extensions/ms_ntfs.kext/Contents/Info.plist", "");
-  folder.write(modulesFile, moduleList({"com.apple.filesystems.util.ntfs", "com.example.tuxera",
-                                        "com.halvercine.app.fsmodule", "com.example.other",
-                                        "com.example.tuxera"}));
-  folder.write("Library/LaunchDaemons/com.Paragon-software.ntfs.agent.plist", "");
-  folder.write("Library/LaunchDaemons/com.microsoft.autoupdate.plist", "");
-  folder.write("Library/LaunchDaemons/com.halvercine.tuxera-watch.plist", "");
-  folder.write("Library/LaunchDaemons/com.example.ntfs.plist", "");
+  for (const auto* bundle :
+       {"Filesystems/tuxera_ntfs.fs", "Filesystems/acme.NTFS.fs", "Filesystems/UFSD_ntfs.fs",
+        "Filesystems/ufsd_NTFS.fs", "Filesystems/Halvercine-NTFS.fs", "Filesystems/exfat.fs",
+        "Extensions/ms_ntfs.kext"}) {
+    folder.write(std::string("Library/") + bundle + "/Contents/Info.plist", "");
+  }
+  folder.write(modulesFile,
+               "<plist version=\"1.0\"><array>"
+               "<string>com.apple.filesystems.util.ntfs</string>"
+               "<string>com.example.tuxera</string>"
+               "<string>com.halvercine.app.fsmodule</string>"
+               "<string>com.example.other</string>"
+               "<string>com.example.tuxera</string></array></plist>");
+  for (const auto* daemon : {"com.Paragon-software.ntfs.agent", "com.microsoft.autoupdate",
+                             "com.halvercine.tuxera-watch", "com.example.ntfs"}) {
+    folder.write(std::string("Library/LaunchDaemons/") + daemon + ".plist", "");
+  }
 
   const auto entry = [](std::string path, std::string name, Kind kind) {
     return ThirdPartyDriver{path, std::move(name), path, kind};
@@ -73,14 +69,8 @@ TEST_F(ThirdPartyDriverTest, goesOnWithoutWhatItCannotRead) {
 }
 
 TEST(DriverNameTest, isDecidedByTheFirstTokenOfTheTable) {
-  const struct {
-    const char* fileName;
-    const char* name;
-  } cases[] = {
-      {"paragon-tuxera.fs", "Tuxera NTFS"},
-      {"IBOYSOFT_NTFS.fs", "iBoysoft NTFS"},
-      {"com.hasleo.bitlocker.plist", "Hasleo BitLocker/NTFS"},
-      {"aomeni_ntfs.fs", "赤友 NTFS"},
+  const std::pair<const char*, const char*> cases[] = {
+      {"PARAGON-tuxera.fs", "Tuxera NTFS"},
       {"microsoft_ntfs_easeus.fs", "EaseUS NTFS"},
       {"ms_NTFS.kext", "Microsoft NTFS (third party)"},
       {"some.ntfs.fs", "some.ntfs"},
@@ -91,15 +81,9 @@ TEST(DriverNameTest, isDecidedByTheFirstTokenOfTheTable) {
 }
 
 TEST(ModuleLabelTest, isDecidedByTheFirstTokenOfTheTable) {
-  const struct {
-    const char* identifier;
-    const char* label;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"com.Hasleo.fs", "Hasleo（FSKit 模块）"},
-      {"com.easeus.ntfs", "EaseUS（FSKit 模块）"},
-      {"cn.ntfs.module", "赤友 NTFS（FSKit 模块）"},
       {"cn.ntfs.xntfs", "赤友 NTFS（FSKit 模块）"},
-      {"org.xntfs.module", "xntfs（FSKit 模块）"},
       {"com.ufsd.iboysoft", "iBoysoft NTFS（FSKit 模块）"},
       {"com.microsoft.Fs", "com.microsoft.Fs（FSKit 模块）"},
   };

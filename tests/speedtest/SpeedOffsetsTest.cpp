@@ -9,16 +9,13 @@ namespace {
 
 TEST(SpeedOffsetsTest, TheRandomOffsetsAreThoseOfTheGenerator) {
   // Computed apart, with numbers of any size and a remainder by 2^64.
-  struct Row {
-    std::size_t worker;
-    std::vector<std::uint64_t> offsets;
-  };
-  const Row rows[] = {{0, {70619136, 386711552, 447635456}},
-                      {1, {16424960, 442007552, 75857920}},
-                      {31, {1212416, 490209280, 196792320}}};
-  for (const auto& row : rows) {
-    RandomOffsets next(512ULL << 20U, 4096, row.worker);
-    for (const auto offset : row.offsets) EXPECT_EQ(next(), offset) << row.worker;
+  const std::pair<std::size_t, std::vector<std::uint64_t>> rows[] = {
+      {0, {70619136, 386711552, 447635456}},
+      {1, {16424960, 442007552, 75857920}},
+      {31, {1212416, 490209280, 196792320}}};
+  for (const auto& [worker, offsets] : rows) {
+    RandomOffsets next(512ULL << 20U, 4096, worker);
+    for (const auto offset : offsets) EXPECT_EQ(next(), offset) << worker;
   }
 }
 

@@ -18,6 +18,8 @@ TEST(PersonalityProbeTest, TellsWhoseDriverItIs) {
       {"File System Personality: NTFS 3.1", Owner::thirdParty, "NTFS 3.1"},
       {"   File System Personality:   ufsd_NTFS\n", Owner::thirdParty, "Paragon NTFS"},
       {"   File System Personality:   Tuxera NTFS", Owner::thirdParty, "Tuxera NTFS"},
+      {"   File System Personality:   PARAGON ntfs", Owner::thirdParty, "Paragon NTFS"},
+      {"   File System Personality:   iBoySoft_NTFS", Owner::thirdParty, "iBoysoft NTFS"},
       {"   File System Personality:   Mounty NTFS: fast", Owner::thirdParty, "Mounty NTFS: fast"},
       {"Old File System Personality: My NTFS", Owner::thirdParty, "my ntfs"},
       {"   File System Personality:   Halvercine NTFS", Owner::ownEngine, ""},

@@ -31,6 +31,15 @@ class UnmountReasonStoreTest : public testing::Test {
     store->changed.connect([this] { ++changes; });
   }
 
+  /// Everything is known.
+  void begin() {
+    ASSERT_TRUE(monitor.start());
+    mac.pass(toolTime);
+  }
+  void replug() {
+    mac.mac.machine().unplug("disk4");
+    mac.mac.machine().plug("disk4");
+  }
   /// The reason of a volume: its case and the detail; "" while there is none.
   std::string reason(const std::string& bsdName) {
     const auto* disk = monitor.find(bsdName);
@@ -78,8 +87,7 @@ TEST_F(UnmountReasonStoreTest, WhatTheProgramDoesIsToldAtOnceAndOnlyWhileItDoes)
 }
 
 TEST_F(UnmountReasonStoreTest, ForgetsWhatIsMountedEjectedOrGone) {
-  ASSERT_TRUE(monitor.start());
-  mac.pass(toolTime);
+  begin();
   const auto first = identity("disk4s1");
   mac.mac.machine().mount("disk4s1", {});
   mac.pass(toolTime);
@@ -117,19 +125,16 @@ TEST_F(UnmountReasonStoreTest, AnAnswerThatComesTooLateIsDropped) {
     EXPECT_TRUE(store->reasons().empty());
     EXPECT_TRUE(store->inFlight().empty());
     EXPECT_EQ(changes, 0);
-    mac.mac.machine().unplug("disk4");
-    mac.mac.machine().plug("disk4");
+    replug();
   }
 }
 
 TEST_F(UnmountReasonStoreTest, AnAnswerAboutAnotherDeviceUnderTheNameIsDropped) {
-  ASSERT_TRUE(monitor.start());
-  mac.pass(toolTime);
+  begin();
   auto disk = *monitor.find("disk4s1");
   store->resolve(disk);
   // The same volume in every respect, but it was pulled out and plugged in, and nobody has noticed.
-  mac.mac.machine().unplug("disk4");
-  mac.mac.machine().plug("disk4");
+  replug();
   store->update({disk});
   ASSERT_EQ(store->inFlight().size(), 1u);
   mac.pass(toolTime);
@@ -137,15 +142,13 @@ TEST_F(UnmountReasonStoreTest, AnAnswerAboutAnotherDeviceUnderTheNameIsDropped) 
   // And now between the question and its answer, of which the list does not hear.
   monitor.refreshed.disconnect_all_slots();
   store->resolve(disk);
-  mac.mac.machine().unplug("disk4");
-  mac.mac.machine().plug("disk4");
+  replug();
   while (!store->inFlight().empty()) mac.pass(0.01);
   EXPECT_FALSE(store->reasonOf(disk));
 }
 
 TEST_F(UnmountReasonStoreTest, AReasonSurvivesAnotherBsdName) {
-  ASSERT_TRUE(monitor.start());
-  mac.pass(toolTime);
+  begin();
   auto disk = *monitor.find("disk4s1");
   mac.mac.machine().unplug("disk4");
   mac.mac.machine().plug("disk5");
@@ -160,8 +163,7 @@ TEST_F(UnmountReasonStoreTest, AReasonSurvivesAnotherBsdName) {
 }
 
 TEST_F(UnmountReasonStoreTest, ExactCopiesShareTheReasonOfTheFirst) {
-  ASSERT_TRUE(monitor.start());
-  mac.pass(toolTime);
+  begin();
   const auto disk = *monitor.find("disk4s1");
   auto copy = disk;
   copy.id = "disk4s2";

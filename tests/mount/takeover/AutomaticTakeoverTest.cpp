@@ -6,7 +6,7 @@
 
 #include "base/PrivateFiles.h"
 #include "mount/takeover/RecoveryStatuses.h"
-#include "support/RecordingLog.h"
+#include "platform/simulated/ScenarioMachine.h"
 #include "support/RecordingToolRunner.h"
 #include "support/SimulatedFixture.h"
 #include "support/runTask.h"
@@ -16,7 +16,6 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 /// One USB disk with one volume, mounted read-only by the system.
 constexpr auto systemMount = R"({"disk": "disk4", "volumes": [
@@ -35,17 +34,10 @@ std::string served(const std::string& reasons, const std::string& more = "") {
 }
 
 /// The resident controller on a simulated Mac.
-class Controller {
- public:
-  explicit Controller(const std::string& scenario) : mac_(scenarioOf(scenario)) {
-    mac_.platform.systemLog = std::make_unique<Forward>(log);
+struct Controller : tests::SimulatedFixture {
+  explicit Controller(const std::string& members)
+      : SimulatedFixture(tests::ScenarioMachine::read(members)) {
     start();
-  }
-
-  static platform::simulated::Scenario scenarioOf(const std::string& members) {
-    auto read = platform::simulated::readScenario(R"({"format": 1, )" + members + "}");
-    if (!read) throw std::runtime_error(read.error().message);
-    return std::move(*read);
   }
 
   /// As after a crash: what runs is cut off, and nothing is put in order.
@@ -60,13 +52,12 @@ class Controller {
     tools.reset();
   }
   void start() {
-    const auto& platform = mac_.platform;
     tools = std::make_unique<tests::RecordingToolRunner>(*platform.toolRunner, *platform.clock);
-    monitor = std::make_unique<disks::DiskMonitor>(mac_.actor, platform, mac_.localization);
+    monitor = std::make_unique<disks::DiskMonitor>(actor, platform, localization);
     utility =
         std::make_unique<disks::DiskUtility>(*tools, *platform.clock, *platform.mediaRegistry);
     takeover = std::make_unique<AutomaticTakeover>(
-        TakeoverContext{mac_.actor, platform, *monitor, *utility, mac_.localization,
+        TakeoverContext{actor, platform, *monitor, *utility, localization,
                         [this](const disks::Disk&, platform::WallTime since) {
                           return unmountedByUser && *unmountedByUser >= since;
                         },
@@ -79,8 +70,7 @@ class Controller {
     takeover->start();
   }
 
-  void pass(double seconds) { mac_.pass(seconds); }
-  void finish() { tests::run(mac_.actor, takeover->finish()); }
+  void finish() { tests::run(actor, takeover->finish()); }
 
   /// Seconds since the start at which the volume was asked to be mounted or unmounted.
   std::vector<double> times(const std::string& verb) const {
@@ -101,7 +91,7 @@ class Controller {
   const disks::Disk* disk() const { return monitor->find("disk4s1"); }
   bool isWritable() const { return disk() && disk()->isMounted && disk()->isWritable; }
   bool isMounted() const { return disk() && disk()->isMounted; }
-  JournalRecord journal() const { return TakeoverJournal(mac_.platform).read(); }
+  JournalRecord journal() const { return TakeoverJournal(platform).read(); }
   std::string status() const {
     const auto line = takeover->recoveryStatus("disk4s1");
     return line ? std::string(line->key) +
@@ -110,33 +100,24 @@ class Controller {
   }
   /// What another process would show.
   std::optional<MountRecoveryPolicy::StatusLine> statusForOthers() const {
-    return RecoveryStatuses::read(mac_.platform).lineFor("disk4s1", *monitor->deviceId("disk4s1"));
+    return RecoveryStatuses::read(platform).lineFor("disk4s1", *monitor->deviceId("disk4s1"));
   }
-  platform::simulated::SimulatedMachine& machine() { return mac_.mac.machine(); }
-  platform::WallTime now() const { return mac_.platform.clock->now(); }
-  const platform::Platform& platform() const { return mac_.platform; }
+  std::vector<std::string> log() {
+    std::vector<std::string> lines;
+    for (const auto& line : machine().log().lines()) lines.push_back(line.text);
+    return lines;
+  }
+  platform::simulated::SimulatedMachine& machine() { return mac.machine(); }
 
-  tests::RecordingLog log;
   std::vector<TakeoverEvent> events;
   std::vector<std::string> operations;
   std::optional<platform::WallTime> unmountedByUser;
   bool isInUse = false;
-
- private:
-  struct Forward : platform::SystemLog {
-    explicit Forward(tests::RecordingLog& to) : to_(to) {}
-    void write(platform::LogLevel level, std::string_view line) override { to_.write(level, line); }
-    tests::RecordingLog& to_;
-  };
-
-  tests::SimulatedFixture mac_;
-
- public:
   std::unique_ptr<tests::RecordingToolRunner> tools;
   std::unique_ptr<disks::DiskMonitor> monitor;
   std::unique_ptr<disks::DiskUtility> utility;
   std::unique_ptr<AutomaticTakeover> takeover;
-  const platform::Uptime began = mac_.platform.clock->uptime();
+  const platform::Uptime began = platform.clock->uptime();
 };
 
 std::string devices(const std::string& device) { return R"("devices": [)" + device + "]"; }
@@ -151,8 +132,8 @@ TEST(AutomaticTakeoverTest, SystemMountBecomesWritableAndTheStoryIsTold) {
   controller.pass(1);
   EXPECT_TRUE(controller.isWritable());
   EXPECT_THAT(controller.kinds(), ElementsAre(Kind::began, Kind::remounted, Kind::confirmed));
-  EXPECT_THAT(controller.log.lines(), Contains("auto takeover: disk4s1"));
-  EXPECT_THAT(controller.log.lines(), Contains("takeover remount: disk4s1 挂载完成，尚未确认读写"));
+  EXPECT_THAT(controller.log(), Contains("auto takeover: disk4s1"));
+  EXPECT_THAT(controller.log(), Contains("takeover remount: disk4s1 挂载完成，尚未确认读写"));
   EXPECT_THAT(controller.operations,
               ElementsAre("takeover: Remounted to make the volume writable; write access not yet "
                           "confirmed（Data）",
@@ -168,7 +149,7 @@ TEST(AutomaticTakeoverTest, FiveRetriesThenItStops) {
   controller.pass(0.05);
   EXPECT_EQ(controller.status(), "") << "the first attempt is no retry";
   EXPECT_FALSE(controller.statusForOthers()) << "nobody holds the lock of the controller";
-  const auto lock = TakeoverJournal(controller.platform()).takeControllerLock();
+  const auto lock = TakeoverJournal(controller.platform).takeControllerLock();
   const std::pair<double, const char*> moments[] = {{5, "disk.ux.recovery.waiting 1"},
                                                     {5.05, "disk.ux.recovery.running 1"},
                                                     {20, "disk.ux.recovery.waiting 2"},
@@ -185,7 +166,7 @@ TEST(AutomaticTakeoverTest, FiveRetriesThenItStops) {
     EXPECT_NEAR(times[retry + 1] - times[retry], delays[retry], 0.5);
   }
   EXPECT_EQ(controller.kinds().back(), Kind::stopped);
-  EXPECT_THAT(controller.log.lines(), Contains("auto resource recovery: disk4s1"));
+  EXPECT_THAT(controller.log(), Contains("auto resource recovery: disk4s1"));
   EXPECT_TRUE(controller.isMounted());
 }
 
@@ -208,9 +189,8 @@ TEST(AutomaticTakeoverTest, FailedMountIsRetriedShownAndInTheEndReadOnly) {
   EXPECT_FALSE(twice.isMounted());
   ASSERT_TRUE(twice.takeover->lastRemountFailure());
   EXPECT_EQ(twice.takeover->lastRemountFailure()->rawError, "Volume on disk4s1 failed to mount");
-  EXPECT_THAT(twice.log.lines(),
-              Contains("remount failure [disk4s1] Volume on disk4s1 failed to mount "
-                       "destructiveBusy=false"));
+  EXPECT_THAT(twice.log(), Contains("remount failure [disk4s1] Volume on disk4s1 failed to mount "
+                                    "destructiveBusy=false"));
   EXPECT_EQ(twice.journal().recoveries.size(), 1u);
   twice.pass(60);
   EXPECT_TRUE(twice.isWritable());
@@ -246,8 +226,8 @@ TEST(AutomaticTakeoverTest, NothingRunsDuringADestructiveJob) {
   controller.pass(200);
   EXPECT_TRUE(controller.tools->runs.empty());
   EXPECT_THAT(controller.kinds(), ElementsAre(Kind::suppressed));
-  EXPECT_THAT(controller.log.lines(), Contains("remount failure [disk4s1] (suppressed: destructive "
-                                               "op in progress) destructiveBusy=true"));
+  EXPECT_THAT(controller.log(), Contains("remount failure [disk4s1] (suppressed: destructive "
+                                         "op in progress) destructiveBusy=true"));
   controller.monitor->endDestructiveOperation();
   controller.pass(1);
   EXPECT_TRUE(controller.isWritable());
@@ -258,7 +238,7 @@ TEST(AutomaticTakeoverTest, UserWhoWantsItUnmountedHasTheLastWord) {
       systemMount, R"({"tool": "diskutil", "match": ["mount"], "times": 1, "status": 1})"));
   controller.pass(1);
   ASSERT_FALSE(controller.isMounted());
-  controller.unmountedByUser = controller.now();
+  controller.unmountedByUser = controller.platform.clock->now();
   controller.pass(100);
   controller.restart();
   controller.pass(4000);
@@ -271,7 +251,7 @@ TEST(AutomaticTakeoverTest, AnotherProcessAtWorkIsWaitedFor) {
   Controller controller(withTools(systemMount, slowTools));
   controller.stop();
   {
-    const auto lock = TakeoverJournal(controller.platform()).takeWorkingLock();
+    const auto lock = TakeoverJournal(controller.platform).takeWorkingLock();
     ASSERT_TRUE(lock);
     controller.start();
     controller.pass(30);
@@ -456,7 +436,7 @@ TEST(AutomaticTakeoverTest, CrashKeepsTheCountOfRetriesAnOrderlyEndDoesNot) {
 TEST(AutomaticTakeoverTest, UnreadableJournalIsNoneAndAnUnwritableOneForbidsToBegin) {
   Controller damaged(R"("devices": [])");
   const auto file = [](const Controller& controller) {
-    return *controller.platform().containers->applicationSupport() / "Halvercine/takeover.json";
+    return *controller.platform.containers->applicationSupport() / "Halvercine/takeover.json";
   };
   for (const auto* text : {"", "{", "[]", R"({"bootSession": 1})"}) {
     ASSERT_FALSE(base::replacePrivateFile(file(damaged), text));

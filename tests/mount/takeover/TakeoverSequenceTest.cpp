@@ -260,15 +260,10 @@ TEST(TakeoverGateTest, WhoMayPass) {
   };
   const Case cases[] = {
       {"system mount", [](TakeoverGate&) {}, true},
-      {"resource", [](TakeoverGate& gate) { gate.reason = ReadOnlyReason::resourceReadOnly; },
-       true},
       {"claims to write", [](TakeoverGate& gate) { gate.reason = ReadOnlyReason::readWrite; },
        true},
       {"medium not known", [](TakeoverGate& gate) { gate.mediaWritable.reset(); }, true},
-      {"requested", [](TakeoverGate& gate) { gate.reason = ReadOnlyReason::requested; }, false},
       {"unsafe", [](TakeoverGate& gate) { gate.reason = ReadOnlyReason::unsafeVolume; }, false},
-      {"open failed", [](TakeoverGate& gate) { gate.reason = ReadOnlyReason::openFailed; }, false},
-      {"end of write", [](TakeoverGate& gate) { gate.reason = ReadOnlyReason::eowSafety; }, false},
       {"stale verdict",
        [](TakeoverGate& gate) { gate.standingVerdict = ReadOnlyCause::protectedVolume; }, false},
       {"newer report than the verdict",

@@ -33,6 +33,7 @@ std::string_view judgementKey(const CheckReportModel& report, bool isRepair) {
 }
 
 bool isConsistent(const CheckReportModel& report, bool isRepair) {
+  if (report.deep_omitted.value_or(0) > 0) return false;
   if (!report.ok || !isRepair) return report.ok;
   return std::ranges::all_of(report.issues, [](const CheckIssueModel& issue) {
     return isRepaired(issue) || issue.code == truncatedCode;

@@ -42,7 +42,7 @@ TEST(CheckReport, JudgementAndWhetherNothingIsLeft) {
       {reportOf({}, true), false, "ok", true},
       {reportOf({deep}, true), false, "ok", true},
       {reportOf({}, true, 0), false, "ok", true},
-      {reportOf({}, true, 3), false, "deep", true},
+      {reportOf({}, true, 3), false, "deep", false},
       {reportOf({}, false), false, "repairable", false},
       {reportOf({repairable}, false), false, "repairable", false},
       {reportOf({repairable}, false, 3), false, "repairable", false},
@@ -53,7 +53,7 @@ TEST(CheckReport, JudgementAndWhetherNothingIsLeft) {
       {reportOf({repairable}, false), true, "ok", false},
       {reportOf({repaired, deep}, true), true, "deep", false},
       {reportOf({repairable}, true), true, "ok", false},
-      {reportOf({repaired}, true, 1), true, "deep", true},
+      {reportOf({repaired}, true, 1), true, "deep", false},
       {reportOf({truncated}, false, 0), true, "ok", false},
   };
   for (const auto& row : cases) {

@@ -56,7 +56,11 @@ void setModified(const std::filesystem::path& path, platform::WallTime time) {
 }
 
 struct BitLockerMailboxTest : testing::Test {
+  /// Makes the request so old.
+  void makeOld(platform::Uptime age) const { setModified(requestFile, now - age); }
+
   TemporaryFolder folder;
+  const std::filesystem::path requestFile = folder.path() / requestName;
   FolderContainers containers{folder.path()};
   base::VirtualClock clock{now};
   BitLockerMailbox mailbox{containers, clock};
@@ -74,14 +78,14 @@ TEST_F(BitLockerMailboxTest, writesPrivateRequestsThatReplaceOlderOnes) {
       folder.read(requestName),
       R"({"method":"recovery","credential":"pass\"wörd\n","readOnly":true,"requestID":"R-2"})");
   EXPECT_EQ(folder.names(), std::set{requestName});
-  EXPECT_EQ(modeOf(folder.path() / requestName), 0600u);
-  setModified(folder.path() / requestName, now);
+  EXPECT_EQ(modeOf(requestFile), 0600u);
+  makeOld(0s);
   EXPECT_EQ(mailbox.pendingRequest(key), second);
 }
 
 TEST_F(BitLockerMailboxTest, failedWritesLeaveNothingBehind) {
   // The rename fails on a folder, after the temporary file was written.
-  std::filesystem::create_directories(folder.path() / requestName / "inside");
+  std::filesystem::create_directories(requestFile / "inside");
   EXPECT_FALSE(mailbox.writeRequest(key, request("secret")));
   EXPECT_EQ(folder.names(), std::set{requestName});
 
@@ -124,7 +128,7 @@ TEST_F(BitLockerMailboxTest, handsOutRequestsForThreeHundredSeconds) {
     const bool returned = age < 300s;
     SCOPED_TRACE(age.count());
     ASSERT_TRUE(mailbox.writeRequest(key, request("x")));
-    setModified(folder.path() / requestName, now - age);
+    makeOld(age);
     EXPECT_EQ(mailbox.pendingRequest(key).has_value(), returned);
     EXPECT_EQ(folder.names().contains(requestName), returned);
   }
@@ -138,7 +142,8 @@ TEST_F(BitLockerMailboxTest, leavesWhatIsNoRequestUntilItIsOld) {
       R"({"method":"password","credential":"x","readOnly":1})",
   };
   for (const auto* content : contents) {
-    setModified(folder.write(requestName, content), now - 10s);
+    folder.write(requestName, content);
+    makeOld(10s);
     EXPECT_FALSE(mailbox.pendingRequest(key)) << content;
     EXPECT_EQ(folder.read(requestName), content);
   }
@@ -146,8 +151,8 @@ TEST_F(BitLockerMailboxTest, leavesWhatIsNoRequestUntilItIsOld) {
 
 TEST_F(BitLockerMailboxTest, readsNeitherLinksNorPipes) {
   const auto elsewhere = folder.write("elsewhere", R"({"method":"password","credential":"x"})");
-  std::filesystem::create_symlink(elsewhere, folder.path() / requestName);
-  setModified(folder.path() / requestName, now);
+  std::filesystem::create_symlink(elsewhere, requestFile);
+  makeOld(0s);
   EXPECT_FALSE(mailbox.pendingRequest(key));
 
   ASSERT_EQ(::mkfifo((folder.path() / statusName).c_str(), 0600), 0);
@@ -174,7 +179,7 @@ TEST_F(BitLockerMailboxTest, withdrawsOnlyTheRequestWithTheIdentifier) {
   };
   for (const auto& [name, waiting, withdrawn, stays] : cases) {
     ASSERT_TRUE(mailbox.writeRequest(key, request("x", waiting)));
-    setModified(folder.path() / requestName, now);
+    makeOld(0s);
     mailbox.removeRequest(key, withdrawn);
     EXPECT_EQ(folder.names().contains(requestName), stays) << name;
   }
@@ -291,8 +296,8 @@ TEST_F(BitLockerMailboxTest, aLookTakesNothingFromAnotherWriter) {
   int lost = 0;
   for (int i = 0; i < 2000; ++i) {
     if (!other.writeRequest(key, request("x", "R"))) ++lost;
-    if (!std::filesystem::exists(folder.path() / requestName)) ++lost;
-    std::filesystem::remove(folder.path() / requestName);
+    if (!std::filesystem::exists(requestFile)) ++lost;
+    std::filesystem::remove(requestFile);
   }
   isDone = true;
   looking.join();

@@ -16,10 +16,8 @@ namespace halvercine::tests {
 
 /// The machine of the bundled scenario "bitlocker", with a monitor that runs.
 struct UnlockFixture : SimulatedFixture {
-  UnlockFixture() : SimulatedFixture(bundled()) { EXPECT_TRUE(monitor.start()); }
-
-  static platform::simulated::Scenario bundled() {
-    return platform::simulated::readScenario(*base::resource("scenarios/bitlocker.json")).value();
+  UnlockFixture() : SimulatedFixture(read(base::resource("scenarios/bitlocker.json").value())) {
+    EXPECT_TRUE(monitor.start());
   }
 
   bitlocker::UnlockContext context() {

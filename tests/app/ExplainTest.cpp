@@ -1,12 +1,9 @@
 // `explain` from the command line to its answer.
-#include <set>
 #include <sstream>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "app/Options.h"
-#include "base/Json.h"
 #include "mount/explanation/catalogue.h"
 #include "support/TemporaryFolder.h"
 #include "support/runProgram.h"
@@ -94,9 +91,7 @@ TEST_F(ExplainTest, TellsTheStateAndItsEvidenceInBothLanguages) {
     const auto run = explain({disk, "--json"});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_THAT(run.output, HasSubstr(english)) << disk;
-    const auto document = base::parseJson(run.output);
-    ASSERT_TRUE(document) << disk;
-    EXPECT_EQ(document->at_pointer("/result/state").as_string(), state) << disk;
+    EXPECT_EQ(run.json().at_pointer("/result/state").as_string(), state) << disk;
     EXPECT_THAT(explain({disk, "--lang", "zh-Hans"}).output, HasSubstr(chinese)) << disk;
   }
 }
@@ -132,21 +127,21 @@ TEST(ExplainCommandsTest, WhatTheUserIsToldToTypeIsACommandLine) {
 }
 
 TEST_F(ExplainTest, JsonHasTheSameTextsWithTheirKeysAndCommands) {
-  const auto document = base::parseJson(explain({"Away", "--json"}).output);
-  ASSERT_TRUE(document);
-  EXPECT_EQ(document->at_pointer("/result/disk").as_string(), "disk4s4");
-  EXPECT_EQ(document->at_pointer("/result/recovery").as_string(), "none");
-  EXPECT_EQ(document->at_pointer("/result/headline/key").as_string(),
-            "explain.state.unmountedbyuser");
-  EXPECT_EQ(document->at_pointer("/result/next/0/command").as_string(), "halvercine mount disk4s4");
-  EXPECT_THAT(explain({"Away"}).output,
-              HasSubstr(std::string(document->at_pointer("/result/headline/text").as_string())));
+  const auto document = explain({"Away", "--json"}).json();
+  const auto textAt = [&](const char* pointer) {
+    return std::string(document.at_pointer(pointer).as_string());
+  };
+  EXPECT_EQ(textAt("/result/disk"), "disk4s4");
+  EXPECT_EQ(textAt("/result/recovery"), "none");
+  EXPECT_EQ(textAt("/result/headline/key"), "explain.state.unmountedbyuser");
+  EXPECT_EQ(textAt("/result/next/0/command"), "halvercine mount disk4s4");
+  EXPECT_THAT(explain({"Away"}).output, HasSubstr(textAt("/result/headline/text")));
 }
 
 TEST_F(ExplainTest, WhatIsNoDiskHasNoExplanation) {
-  EXPECT_EQ(explain({"disk99"}).status, 3);
-  EXPECT_EQ(explain({"/dev/"}).status, 3);
-  EXPECT_EQ(explain({"/dev/disk3s5/../x"}).status, 3);
+  for (const auto* none : {"disk99", "/dev/", "/dev/disk3s5/../x"}) {
+    EXPECT_EQ(explain({none}).status, 3) << none;
+  }
   EXPECT_THAT(explain({"disk99"}).output, Not(HasSubstr("belongs")));
   EXPECT_EQ(explain({}).status, 2);
 }

@@ -1,20 +1,14 @@
 // `halvercine log`, run as a user runs it on a simulated Mac whose log is in the scenario.
-#include <array>
 #include <cstdlib>
 #include <filesystem>
-#ifdef __APPLE__
-#include <util.h>
-#else
-#include <pty.h>
-#endif
 #include <string>
 #include <sys/stat.h>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "base/Json.h"
+#include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
 #include "support/runProgram.h"
 
@@ -29,63 +23,39 @@ class LogCommandTest : public testing::Test {
   LogCommandTest() { ::setenv("TZ", "UTC", 1); }
   ~LogCommandTest() override { ::unsetenv("TZ"); }
 
-  std::vector<std::string> command(std::vector<std::string> arguments,
-                                   const std::string& scenario) const {
-    arguments.insert(arguments.begin(), {"--simulate=" + scenario, "log"});
-    return arguments;
-  }
   tests::ProgramRun run(const std::vector<std::string>& arguments) const {
-    return tests::runProgram(command(arguments, filled_));
+    return tests::runProgram(command(filled_, arguments));
   }
   tests::ProgramRun runEmpty(const std::vector<std::string>& arguments) const {
-    return tests::runProgram(command(arguments, empty_));
+    return tests::runProgram(command(empty_, arguments));
   }
-
-  /// The same on a terminal on which somebody types `input`.
-  tests::ProgramRun runOnTerminal(const std::vector<std::string>& arguments,
-                                  const std::string& input) const {
-    tests::ProgramRun run;
-    int terminal = -1;
-    auto words = command(arguments, filled_);
-    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child == 0) {
-      ::setenv("LC_ALL", "C.UTF-8", 1);
-      std::vector<char*> pointers{const_cast<char*>(HALVERCINE_PROGRAM)};
-      for (auto& word : words) pointers.push_back(word.data());
-      pointers.push_back(nullptr);
-      ::execv(pointers.front(), pointers.data());
-      std::_Exit(127);
-    }
-    EXPECT_EQ(::write(terminal, input.data(), input.size()), static_cast<ssize_t>(input.size()));
-    std::array<char, 1024> buffer{};
-    for (ssize_t got = 0; (got = ::read(terminal, buffer.data(), buffer.size())) > 0;) {
-      run.output.append(buffer.data(), static_cast<std::size_t>(got));
-    }
-    ::close(terminal);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    if (WIFEXITED(status)) run.status = WEXITSTATUS(status);
-    return run;
+  /// `clear` on a terminal on which somebody answers the question.
+  tests::ProgramRun clearAnswering(const std::string& input) const {
+    using Program = tests::RunningProgram;
+    Program program(Program::Output::terminal, command(filled_, {"clear"}));
+    EXPECT_TRUE(program.waitFor("Clear the operation log?"));
+    program.type(input);
+    const int status = program.end();
+    return {status, program.text(), ""};
   }
 
   tests::TemporaryFolder folder_;
 
  private:
-  static std::string scenarioWith(const std::string& files) {
-    return R"({"format": 1, "devices": [], "files": {)" + files + "}}";
+  static std::vector<std::string> command(const fs::path& scenario,
+                                          std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"--simulate=" + scenario.string(), "log"});
+    return arguments;
   }
 
-  const std::string empty_ = folder_.write("empty.json", scenarioWith("")).string();
-  const std::string filled_ =
-      folder_
-          .write("filled.json",
-                 scenarioWith(
-                     R"("~/Library/Application Support/Halvercine/operation-log.jsonl": ")"
-                     R"({\"id\":\"4967D63B-2E29-4AD8-8399-000000000001\",\"time\":794048700,)"
-                     R"(\"category\":\"check\",\"message\":\"Check started（A\\u001b[1m）\"}\n)"
-                     R"({\"id\":\"4967D63B-2E29-4AD8-8399-000000000002\",\"time\":794048701.25,)"
-                     R"(\"category\":\"check\",\"message\":\"Check completed\"}\n")"))
-          .string();
+  const fs::path empty_ = folder_.write("empty.json", R"({"format": 1})");
+  const fs::path filled_ = folder_.write(
+      "filled.json",
+      R"({"format": 1, "files": {"~/Library/Application Support/Halvercine/operation-log.jsonl": ")"
+      R"({\"id\":\"4967D63B-2E29-4AD8-8399-000000000001\",\"time\":794048700,)"
+      R"(\"category\":\"check\",\"message\":\"Check started（A\\u001b[1m）\"}\n)"
+      R"({\"id\":\"4967D63B-2E29-4AD8-8399-000000000002\",\"time\":794048701.25,)"
+      R"(\"category\":\"check\",\"message\":\"Check completed\"}\n"}})");
 };
 
 constexpr const char* exported =
@@ -95,14 +65,13 @@ constexpr const char* exported =
 TEST_F(LogCommandTest, showsTheNewestFirst) {
   EXPECT_EQ(run({"show"}).output, std::string(exported) + '\n');
   EXPECT_EQ(runEmpty({"show"}).output, "No operations have been recorded yet.\n");
-  const auto answer = base::parseJson(run({"show", "--json"}).output);
-  ASSERT_TRUE(answer);
-  EXPECT_EQ(answer->at("command"), "log");
-  const auto& newest = answer->at_pointer("/result/entries/0");
+  const auto answer = run({"show", "--json"}).json();
+  EXPECT_EQ(answer.at("command"), "log");
+  const auto& newest = answer.at_pointer("/result/entries/0");
   EXPECT_EQ(newest.at("id"), "4967D63B-2E29-4AD8-8399-000000000002");
   EXPECT_EQ(newest.at("time").to_number<double>(), 794048701.25);
   EXPECT_EQ(newest.at("date"), "2026-03-01T09:05:01.250Z");
-  EXPECT_EQ(answer->at_pointer("/result/entries/1/message"), "Check started（A\x1b[1m）");
+  EXPECT_EQ(answer.at_pointer("/result/entries/1/message"), "Check started（A\x1b[1m）");
 }
 
 TEST_F(LogCommandTest, exportsToAFileAndReplacesOneOnlyWhenTold) {
@@ -151,11 +120,9 @@ TEST_F(LogCommandTest, clearsOnlyWhenSomebodyAgrees) {
   EXPECT_EQ(unasked.status, 2);
   EXPECT_THAT(unasked.errors, HasSubstr("--yes"));
   EXPECT_THAT(run({"clear", "--json"}).output, HasSubstr("\"confirmation-needed\""));
-  const auto agreed = runOnTerminal({"clear"}, "y\n");
-  EXPECT_EQ(agreed.status, 0);
-  EXPECT_THAT(agreed.output, HasSubstr("Clear the operation log?"));
+  EXPECT_EQ(clearAnswering("y\n").status, 0);
   for (const char* input : {"n\n", "\n", "\x04"}) {
-    const auto refused = runOnTerminal({"clear"}, input);
+    const auto refused = clearAnswering(input);
     EXPECT_EQ(refused.status, 1) << input;
     EXPECT_THAT(refused.output, HasSubstr("not cleared")) << input;
   }

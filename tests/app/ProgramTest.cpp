@@ -2,14 +2,13 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <sstream>
+#include <string>
 #include <sys/stat.h>
 #include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "base/Json.h"
 #include "base/UniqueFd.h"
 #include "support/TemporaryFolder.h"
 #include "support/runProgram.h"
@@ -21,16 +20,10 @@ using testing::HasSubstr;
 using testing::Not;
 using tests::runProgram;
 
-boost::json::value document(const tests::ProgramRun& run) {
-  auto parsed = base::parseJson(run.output);
-  EXPECT_TRUE(parsed) << run.output;
-  return parsed.value_or(boost::json::value());
-}
-
 /// The record of one disk in the answer of `list --json`.
 boost::json::value record(const tests::ProgramRun& run, std::string_view name) {
-  const auto parsed = document(run);
-  for (const auto& disk : parsed.at_pointer("/result/disks").as_array()) {
+  const auto answer = run.json();
+  for (const auto& disk : answer.at_pointer("/result/disks").as_array()) {
     if (disk.at("name").as_string() == name) return disk;
   }
   ADD_FAILURE() << name << " is not in " << run.output;
@@ -55,21 +48,23 @@ TEST(ProgramTest, JsonCarriesTheRecordAndTheCause) {
   EXPECT_TRUE(writable.at("isNTFS").as_bool());
   EXPECT_TRUE(writable.at("isWritable").as_bool());
   EXPECT_FALSE(writable.as_object().contains("readOnly"));
-  const auto info = document(
-      runProgram({"--simulate", "--json", "info", std::string(writable.at("id").as_string())}));
+  const auto id = std::string(writable.at("id").as_string());
+  const auto info = runProgram({"--simulate", "--json", "info", id}).json();
   EXPECT_EQ(info.at_pointer("/result/disk"), writable);
-  bool retryHelpsSomewhere = false;
-  const auto answer = document(run);
-  for (const auto& disk : answer.at_pointer("/result/disks").as_array()) {
-    if (!disk.as_object().contains("readOnly")) continue;
-    const auto& explanation = disk.at("readOnly");
+  struct Row {
+    const char* name;
+    const char* cause;
+    bool canRetry;
+  };
+  for (const auto& row :
+       {Row{"备份 2026", "resource", true}, Row{"Archive", "unknown", true},
+        Row{"CAMERA", "hardware", false}, Row{"Windows", "protectedVolume", false}}) {
+    const auto explanation = record(run, row.name).at("readOnly");
     EXPECT_THAT(std::string(explanation.at("key").as_string()), HasSubstr("disk.ux.readonly."));
     EXPECT_FALSE(explanation.at("text").as_string().empty());
-    const auto& cause = explanation.at("cause").as_string();
-    EXPECT_EQ(explanation.at("canRetry").as_bool(), cause == "resource" || cause == "unknown");
-    retryHelpsSomewhere |= explanation.at("canRetry").as_bool();
+    EXPECT_EQ(explanation.at("cause").as_string(), row.cause);
+    EXPECT_EQ(explanation.at("canRetry").as_bool(), row.canRetry) << row.name;
   }
-  EXPECT_TRUE(retryHelpsSomewhere);
 }
 
 TEST(ProgramTest, FailuresHaveAStatusAndAStableIdentifier) {
@@ -112,7 +107,7 @@ TEST(ProgramTest, FailuresHaveAStatusAndAStableIdentifier) {
     arguments.emplace_back("--json");
     const auto asJson = runProgram(arguments);
     EXPECT_EQ(asJson.status, row.status) << row.id;
-    const auto answer = document(asJson);
+    const auto answer = asJson.json();
     EXPECT_EQ(answer.at_pointer("/error/id").as_string(), row.id);
     const auto* command = answer.as_object().if_contains("command");
     EXPECT_EQ(command ? command->as_string() : "", row.command) << row.id;
@@ -161,13 +156,13 @@ TEST(ProgramTest, TellsWhyAVolumeIsNotMounted) {
   EXPECT_FALSE(record(list, "Theirs").as_object().contains("unmountReason")) << "no tool is run";
   EXPECT_EQ(record(list, "Hurt").at_pointer("/unmountReason/case").as_string(), "needsCheck");
   EXPECT_THAT(runProgram({simulate, "list"}).output, HasSubstr("! The volume needs a check"));
-  const auto info = document(runProgram({simulate, "info", "Theirs", "--json"}));
+  const auto info = runProgram({simulate, "info", "Theirs", "--json"}).json();
   EXPECT_EQ(info.at_pointer("/result/disk/unmountReason/case").as_string(), "thirdParty");
   EXPECT_THAT(std::string(info.at_pointer("/result/disk/unmountReason/text").as_string()),
               HasSubstr("Paragon NTFS"));
   const auto hanging = runProgram({simulate, "info", "Well", "--json"});
   EXPECT_EQ(hanging.status, 0);
-  EXPECT_FALSE(document(hanging).at_pointer("/result/disk").as_object().contains("unmountReason"));
+  EXPECT_FALSE(hanging.json().at_pointer("/result/disk").as_object().contains("unmountReason"));
   const auto watch = runProgram({simulate, "--fast", "watch", "--for", "2"});
   EXPECT_THAT(watch.output, HasSubstr("Paragon NTFS"));
 }
@@ -185,7 +180,8 @@ TEST(ProgramTest, HostileNamesStayHarmlessOnATerminalAndWholeInJson) {
 
 TEST(ProgramTest, SimulatedTimePassesBeforeTheAnswer) {
   const auto count = [](const char* seconds) {
-    return document(runProgram({"--simulate=timeline-demo", "--at", seconds, "list", "--json"}))
+    return runProgram({"--simulate=timeline-demo", "--at", seconds, "list", "--json"})
+        .json()
         .at_pointer("/result/disks")
         .as_array()
         .size();
@@ -193,27 +189,15 @@ TEST(ProgramTest, SimulatedTimePassesBeforeTheAnswer) {
   EXPECT_NE(count("0"), count("5"));
 }
 
-TEST(ProgramTest, WatchFollowsTheTimelineTheSameWayEveryTime) {
+TEST(ProgramTest, WatchTellsOfBusySlowReplacedAndVanishingDisksTheSameWayEveryTime) {
   const auto watch = [] {
-    return runProgram({"--simulate=timeline-demo", "--fast", "watch", "--for", "60", "--json"});
+    return runProgram({"--simulate=busy-and-slow", "--fast", "watch", "--for", "120", "--json"});
   };
   const auto run = watch();
-  EXPECT_EQ(run.status, 0) << run.errors;
-  EXPECT_THAT(run.output, HasSubstr(R"("event":"appeared")"));
-  EXPECT_THAT(run.output, HasSubstr(R"("event":"changed")"));
-  EXPECT_THAT(run.output, HasSubstr(R"("event":"disappeared")"));
-  EXPECT_EQ(run.output, watch().output);
-}
-
-TEST(ProgramTest, WatchTellsOfBusySlowReplacedAndVanishingDisks) {
-  const auto run =
-      runProgram({"--simulate=busy-and-slow", "--fast", "watch", "--for", "120", "--json"});
   ASSERT_EQ(run.status, 0) << run.errors;
   std::map<std::string, boost::json::value> last;  // the newest word on each disk
   std::vector<std::string> ofReplaced;
-  std::istringstream lines(run.output);
-  for (std::string line; std::getline(lines, line);) {
-    const auto event = base::parseJson(line).value();
+  for (const auto& event : tests::jsonLines(run.output)) {
     const std::string id(event.at_pointer("/disk/id").as_string());
     if (id == "disk6s1") {
       ofReplaced.push_back(std::string(event.at("event").as_string()) + " " +
@@ -225,8 +209,10 @@ TEST(ProgramTest, WatchTellsOfBusySlowReplacedAndVanishingDisks) {
               testing::ElementsAre("appeared Mine", "disappeared Mine", "appeared Yours"));
   EXPECT_EQ(last.at("disk7s1").at("event").as_string(), "disappeared");
   EXPECT_EQ(last.at("disk8s1").at_pointer("/disk/fileSystem").as_string(), "BitLocker");
+  EXPECT_EQ(last.at("disk4s1").at("event").as_string(), "changed");
   EXPECT_EQ(last.at("disk4s1").at_pointer("/disk/isMounted").as_bool(), true);
   EXPECT_EQ(last.at("disk5s1").at_pointer("/disk/readOnly/cause").as_string(), "resource");
+  EXPECT_EQ(run.output, watch().output);
 }
 
 TEST(ProgramTest, OutputThatCannotBeWrittenIsAFailure) {

@@ -1,14 +1,15 @@
+#include <chrono>
 #include <csignal>
-#include <fcntl.h>
 #include <filesystem>
 #include <string>
 #include <sys/statvfs.h>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 
-#include "base/Json.h"
+#include "support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
 #include "support/runProgram.h"
 
@@ -16,6 +17,8 @@ namespace halvercine {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
+using tests::RunningProgram;
 
 tests::ProgramRun speedtest(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), {"--simulate=speeds", "--fast", "speedtest"});
@@ -27,7 +30,7 @@ TEST(SpeedtestCommandTest, TheGridTheCurveAndTheCards) {
   EXPECT_EQ(run.status, 0) << run.errors;
   EXPECT_THAT(run.errors, HasSubstr("536870912 bytes"));
   EXPECT_THAT(run.errors, HasSubstr("/Volumes/Archive"));
-  EXPECT_THAT(run.errors, testing::Not(HasSubstr("\r"))) << "progress is for terminals";
+  EXPECT_THAT(run.errors, Not(HasSubstr("\r"))) << "progress is for terminals";
   // 8.9 ms for each MiB, one at a time: 117.8 MB/s; 8.0 ms and a little for 4 KiB.
   for (const auto* text :
        {"Fast: Uses a test file", "MB/s", " 118 ", " 125 ", "8004 µs", "\nHard Disk\n",
@@ -41,9 +44,8 @@ TEST(SpeedtestCommandTest, TheGridTheCurveAndTheCards) {
 TEST(SpeedtestCommandTest, JsonHasEverythingAndCanBeCompared) {
   const auto run = speedtest({"Archive", "--tier", "fast", "--json"});
   ASSERT_EQ(run.status, 0) << run.errors;
-  const auto document = base::parseJson(run.output);
-  ASSERT_TRUE(document) << run.output;
-  const auto& result = document->at("result");
+  const auto document = run.json();
+  const auto& result = document.at("result");
   ASSERT_EQ(result.at("results").as_array().size(), 8u);
   EXPECT_EQ(result.at("disk"), "disk5s1");
   EXPECT_EQ(result.at("fileSize"), 536870912);
@@ -94,8 +96,7 @@ TEST(SpeedtestCommandTest, WhatCannotBeComparedIsRefused) {
   EXPECT_THAT(chinese.errors, HasSubstr("无法读取“/nowhere”"));
   const auto slow =
       folder.write("slow.json", cell(R"("mbps": 0, "iops": 1e-6, "avgLatencyUs": 0)")).string();
-  const auto run = speedtest({"Archive", "--tier", "fast", "--json", "--compare", slow});
-  EXPECT_TRUE(base::parseJson(run.output)) << run.output;
+  speedtest({"Archive", "--tier", "fast", "--json", "--compare", slow}).json();
 }
 
 TEST(SpeedtestCommandTest, ACacheThatRunsFullIsSeen) {
@@ -118,16 +119,15 @@ TEST(SpeedtestCommandTest, WhatDoesNotWorkIsSaid) {
   for (const auto& row : rows) {
     const auto run = speedtest({row.volume, "--tier", "fast", "--json"});
     EXPECT_EQ(run.status, row.status) << row.volume;
-    const auto document = base::parseJson(run.output);
-    ASSERT_TRUE(document) << run.output;
-    const auto& error = document->at("error").as_object();
+    const auto document = run.json();
+    const auto& error = document.at("error").as_object();
     EXPECT_EQ(error.at("id"), row.id) << row.volume;
     EXPECT_EQ(error.contains("bytesWritten"), row.id == std::string_view("io-failed"));
   }
   const auto memory = speedtest({"Memory", "--tier", "fast"});
   EXPECT_THAT(memory.output, HasSubstr("page cache")) << "beside the figures";
   const auto full = speedtest({"Full"});
-  EXPECT_THAT(full.errors, testing::Not(HasSubstr("536870912"))) << "nothing is written";
+  EXPECT_THAT(full.errors, Not(HasSubstr("536870912"))) << "nothing is written";
   const auto failing = speedtest({"Failing", "--tier", "fast"});
   EXPECT_THAT(failing.output, HasSubstr("Sequential 1 MiB ×8")) << "what was measured stays";
   const auto chinese = speedtest({"Shared", "--lang", "zh-Hans"});
@@ -150,89 +150,74 @@ TEST(SpeedtestCommandTest, WhatIsMountedOverADiskIsNotMeasuredForIt) {
   }
 }
 
-/// The program on a real folder, in a process of its own.
-class RealTest {
- public:
-  explicit RealTest(const std::string& folder) {
-    child_ = ::fork();
-    if (child_ != 0) return;
-    for (const int stream : {0, 1, 2}) ::dup2(::open("/dev/null", O_RDWR), stream);
-    ::execl(HALVERCINE_PROGRAM, HALVERCINE_PROGRAM, "speedtest", folder.c_str(), "--tier", "fast",
-            static_cast<char*>(nullptr));
-    std::_Exit(127);
+class RealSpeedtest : public testing::Test {
+ protected:
+  void SetUp() override {
+    struct statvfs space {};
+    ASSERT_EQ(::statvfs(folder.path().c_str(), &space), 0);
+    if (space.f_bavail * space.f_frsize < (1200ULL << 20U)) GTEST_SKIP() << "not enough free space";
   }
-
-  void kill(int signal) const {
-    if (!hasEnded_) ::kill(child_, signal);
+  RunningProgram start() const {
+    return {RunningProgram::Output::pipe, {"speedtest", folder.path().string(), "--tier", "fast"}};
   }
-
-  /// Its status; the number of the signal below 0 if one ended it.
-  int end() {
-    if (!hasEnded_) hasEnded_ = ::waitpid(child_, &status_, 0) == child_;
-    return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);
-  }
-
-  bool isRunning() {
-    if (!hasEnded_) hasEnded_ = ::waitpid(child_, &status_, WNOHANG) != 0;
-    return !hasEnded_;
-  }
-
-  /// Whether it has more workers than filling the file takes, where the system tells.
-  bool isMeasuring() const {
-    std::error_code error;
-    const std::filesystem::directory_iterator threads("/proc/" + std::to_string(child_) + "/task",
-                                                      error);
-    return error || std::distance(threads, {}) > 8 + 8;
-  }
-
- private:
-  pid_t child_ = -1;
-  bool hasEnded_ = false;
-  int status_ = 0;
-};
-
-TEST(SpeedtestCommandTest, ASignalLeavesNothingOnARealFileSystem) {
-  const tests::TemporaryFolder folder;
-  struct statvfs space {};
-  ASSERT_EQ(::statvfs(folder.path().c_str(), &space), 0);
-  if (space.f_bavail * space.f_frsize < (1200ULL << 20U)) GTEST_SKIP() << "not enough free space";
-  // Until there is a file with something in it.
-  const auto waitForFile = [&](RealTest& test, std::uintmax_t size = 1'000'000) {
+  template <class Predicate>
+  static bool waitUntil(const RunningProgram& test, Predicate isSo) {
     while (test.isRunning()) {
+      if (isSo()) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return false;
+  }
+  /// Until there is a file with something in it.
+  bool waitForFile(const RunningProgram& test, std::uintmax_t size = 1'000'000) const {
+    return waitUntil(test, [&] {
       for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
         std::error_code error;
         if (entry.file_size(error) >= size && !error) return true;
       }
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return false;
-  };
-  for (const auto& [signal, status] :
-       {std::pair(SIGINT, 130), {SIGTERM, 130}, {SIGHUP, 129}, {SIGQUIT, 130}}) {
-    RealTest test(folder.path().string());
+      return false;
+    });
+  }
+  /// Until it has more workers than filling the file takes, where the system tells.
+  static bool waitForMeasuring(const RunningProgram& test) {
+    return waitUntil(test, [&] {
+      const auto tasks = "/proc/" + std::to_string(test.pid()) + "/task";
+      std::error_code error;
+      const std::filesystem::directory_iterator threads(tasks, error);
+      return error || std::distance(threads, {}) > 8 + 8;
+    });
+  }
+
+  tests::TemporaryFolder folder;
+};
+
+TEST_F(RealSpeedtest, ASignalLeavesNothing) {
+  const std::pair<int, int> signals[] = {
+      {SIGINT, 130}, {SIGTERM, 130}, {SIGHUP, 129}, {SIGQUIT, 130}};
+  for (const auto& [signal, status] : signals) {
+    auto test = start();
     ASSERT_TRUE(waitForFile(test));
     test.kill(signal);
     EXPECT_EQ(test.end(), status);
     EXPECT_TRUE(folder.names().empty()) << signal;
   }
-  RealTest measuring(folder.path().string());
+  auto measuring = start();
   ASSERT_TRUE(waitForFile(measuring, 512ULL << 20U));
-  while (measuring.isRunning() && !measuring.isMeasuring()) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
+  ASSERT_TRUE(waitForMeasuring(measuring));
   measuring.kill(SIGTERM);
   EXPECT_EQ(measuring.end(), 130);
   EXPECT_TRUE(folder.names().empty());
-  RealTest killed(folder.path().string());
+}
+
+TEST_F(RealSpeedtest, WhatAKilledOneLeftIsSweptByTheNext) {
+  auto killed = start();
   ASSERT_TRUE(waitForFile(killed));
   killed.kill(SIGKILL);
   EXPECT_EQ(killed.end(), -SIGKILL);
   ASSERT_EQ(folder.names().size(), 1u);
   const auto left = *folder.names().begin();
-  RealTest next(folder.path().string());
-  while (next.isRunning() && folder.names().contains(left)) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
+  auto next = start();
+  EXPECT_TRUE(waitUntil(next, [&] { return !folder.names().contains(left); }));
   next.kill(SIGINT);
   EXPECT_EQ(next.end(), 130);
   EXPECT_TRUE(folder.names().empty());

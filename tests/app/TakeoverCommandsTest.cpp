@@ -1,27 +1,18 @@
 // `run` and `takeover` as a user meets them, on a simulated Mac.
-#include <array>
 #include <csignal>
-#include <fstream>
 #include <map>
-#include <sstream>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 
-#include "base/Json.h"
-#include "base/UniqueFd.h"
-#include "platform/posix/spawnChild.h"
+#include "support/RunningProgram.h"
+#include "support/TemporaryFolder.h"
 #include "support/runProgram.h"
 
 namespace halvercine {
 namespace {
 
 using testing::HasSubstr;
-
-boost::json::value parsed(const std::string& text) { return base::parseJson(text).value(); }
 
 TEST(TakeoverCommandTest, EveryAnswerHasItsStatusAndItsIdentifier) {
   struct Case {
@@ -40,7 +31,7 @@ TEST(TakeoverCommandTest, EveryAnswerHasItsStatusAndItsIdentifier) {
   for (const auto& known : cases) {
     const auto run = tests::runProgram({"--simulate", "takeover", known.disk, "--json"});
     EXPECT_EQ(run.status, known.status) << known.disk;
-    const auto answer = parsed(run.output);
+    const auto answer = run.json();
     if (known.status != 0) {
       EXPECT_EQ(answer.at("error").at("id").as_string(), known.id) << known.disk;
     } else {
@@ -55,28 +46,27 @@ TEST(TakeoverCommandTest, EveryAnswerHasItsStatusAndItsIdentifier) {
 }
 
 TEST(TakeoverCommandTest, FailedMountSaysWhatBecameOfTheVolume) {
-  const auto folder = std::string(::testing::TempDir());
-  const auto scenario = folder + "takeover-" + std::to_string(::getpid()) + ".json";
-  std::ofstream(scenario) << R"({"format": 1, "devices": [{"disk": "disk4", "volumes": [
-      {"disk": "disk4s1", "kind": "ntfs", "name": "Data", "mount": {"readOnly": true}}]}],
+  const tests::TemporaryFolder folder;
+  const auto scenario = "--simulate=" + folder
+                                            .write("scenario.json", R"({"format": 1,
+      "devices": [{"disk": "disk4", "volumes": [
+        {"disk": "disk4s1", "kind": "ntfs", "name": "Data", "mount": {"readOnly": true}}]}],
       "tools": [{"tool": "diskutil", "match": ["mount", "/dev/disk4s1"], "status": 1,
-                 "text": "Volume on disk4s1 failed to mount"}]})";
-  const auto text = tests::runProgram({"--simulate=" + scenario, "takeover", "disk4s1"});
+                 "text": "Volume on disk4s1 failed to mount"}]})")
+                                            .string();
+  const auto text = tests::runProgram({scenario, "takeover", "disk4s1"});
   EXPECT_EQ(text.status, 1);
   EXPECT_THAT(text.errors, HasSubstr("Volume on disk4s1 failed to mount"));
   EXPECT_THAT(text.errors, HasSubstr("The volume is mounted again."));
-  const auto json = tests::runProgram({"--simulate=" + scenario, "takeover", "disk4s1", "--json"});
-  EXPECT_TRUE(parsed(json.output).at_pointer("/error/isMounted").as_bool());
-  ::unlink(scenario.c_str());
+  const auto json = tests::runProgram({scenario, "takeover", "disk4s1", "--json"}).json();
+  EXPECT_TRUE(json.at_pointer("/error/isMounted").as_bool());
 }
 
 TEST(RunCommandTest, TellsEachThingItDoesOnALineOfItsOwn) {
   const auto run = tests::runProgram({"--simulate", "--fast", "run", "--for", "60", "--json"});
   EXPECT_EQ(run.status, 0) << run.errors;
-  std::istringstream lines(run.output);
   std::map<std::string, std::vector<std::string>> events;
-  for (std::string line; std::getline(lines, line);) {
-    const auto event = parsed(line);
+  for (const auto& event : tests::jsonLines(run.output)) {
     events[std::string(event.at("disk").as_string())].emplace_back(event.at("event").as_string());
     EXPECT_FALSE(event.at("message").as_string().empty());
   }
@@ -86,32 +76,13 @@ TEST(RunCommandTest, TellsEachThingItDoesOnALineOfItsOwn) {
 }
 
 TEST(RunCommandTest, TheEndOfTheSessionEndsItOnceTheVolumesAreMountedAgain) {
-  auto ends = platform::posix::makePipe();
-  ASSERT_TRUE(ends);
-  const base::UniqueFd output = std::move(ends->readEnd);
-  const pid_t child = ::fork();
-  if (child == 0) {
-    ::dup2(ends->writeEnd.get(), STDOUT_FILENO);
-    ::setenv("LC_ALL", "C.UTF-8", 1);
-    ::execl(HALVERCINE_PROGRAM, HALVERCINE_PROGRAM, "--simulate", "run", nullptr);
-    std::_Exit(127);
-  }
-  ends->writeEnd = {};
-  std::string text;
-  std::array<char, 4096> buffer{};
-  bool isAsked = false;
-  for (ssize_t got = 0; (got = ::read(output.get(), buffer.data(), buffer.size())) > 0;) {
-    text.append(buffer.data(), static_cast<std::size_t>(got));
-    if (std::exchange(isAsked, true)) continue;
-    // It has begun, and has unmounted something or is about to. The end of a session sends both.
-    ::kill(child, SIGHUP);
-    ::kill(child, SIGTERM);
-  }
-  int status = 0;
-  ::waitpid(child, &status, 0);
-  EXPECT_TRUE(WIFEXITED(status));
-  EXPECT_THAT(WEXITSTATUS(status), testing::AnyOf(129, 130)) << "whichever is heard of first";
-  EXPECT_FALSE(text.empty());
+  tests::RunningProgram run(tests::RunningProgram::Output::pipe, {"--simulate", "run"});
+  ASSERT_TRUE(run.waitFor("\n"));
+  // It has begun, and has unmounted something or is about to. The end of a session sends both.
+  run.kill(SIGHUP);
+  run.kill(SIGTERM);
+  EXPECT_THAT(run.end(), testing::AnyOf(129, 130)) << "whichever is heard of first";
+  const auto& text = run.text();
   for (const auto* disk : {"disk5s1", "disk8s1"}) {
     const auto began = text.find(std::string(disk) + "  ");
     if (began == std::string::npos) continue;

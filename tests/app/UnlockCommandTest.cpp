@@ -1,30 +1,22 @@
 // `unlock` as a user meets it: the program itself on a simulated Mac.
-#include <array>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
-#include <stdlib.h>
 #include <string>
-#include <sys/ioctl.h>
 #include <sys/wait.h>
-#include <termios.h>
-#include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "base/Json.h"
 #include "base/Text.h"
-#include "base/UniqueFd.h"
-#include "support/TemporaryFolder.h"
+#include "support/RunningProgram.h"
 #include "support/runProgram.h"
 
 namespace halvercine {
 namespace {
 
-using base::UniqueFd;
 using testing::HasSubstr;
+using tests::RunningProgram;
 
 const std::string recovery = "123453-530112-077011-660143-366663-000572-219989-466664";
 
@@ -41,10 +33,7 @@ TEST(UnlockCommandTest, EveryResultHasItsStatusAndItsText) {
     const char* text;  // of the output, or of the errors when it failed
   };
   const Row rows[] = {
-      {{"disk4s1"},
-       "correct horse\n",
-       0,
-       "is unlocked and mounted at /Volumes/Papers (read-write)"},
+      {{"disk4s1"}, "correct horse\n", 0, "unlocked and mounted at /Volumes/Papers (read-write)"},
       {{"disk4s1", "--read-only"}, "correct horse", 0, "(read-only)"},
       {{"disk4s1", "--recovery"}, recovery + "\r\n", 0, "is unlocked"},
       {{"disk4s1", "--remember"}, "correct horse\nmore\n", 0, "is unlocked"},
@@ -89,15 +78,13 @@ TEST(UnlockCommandTest, EveryResultHasItsStatusAndItsText) {
 }
 
 TEST(UnlockCommandTest, JsonTellsTheRecordOrTheCode) {
-  const auto done =
-      base::parseJson(unlock({"disk4s1", "--json"}, "correct horse\n").output).value();
+  const auto done = unlock({"disk4s1", "--json"}, "correct horse\n").json();
   EXPECT_EQ(done.at("result").at("disk").at("isMounted"), true);
   EXPECT_EQ(done.at("result").at("nothingToDo"), false);
-  const auto failed = base::parseJson(unlock({"disk5s8", "--json"}, "x\n").output).value();
+  const auto failed = unlock({"disk5s8", "--json"}, "x\n").json();
   EXPECT_EQ(failed.at("error").at("id"), "bitlocker.error.generic");
   EXPECT_EQ(failed.at("error").at("code"), "somethingNew");
-  const auto typo =
-      base::parseJson(unlock({"disk4s1", "--recovery", "--json"}, "123453530113").output).value();
+  const auto typo = unlock({"disk4s1", "--recovery", "--json"}, "123453530113").json();
   EXPECT_EQ(typo.at("error").at("digits"), 12);
   EXPECT_EQ(typo.at("error").at("wrongGroups").at(0), 2);
 }
@@ -109,69 +96,11 @@ TEST(UnlockCommandTest, RunUnlocksWhatIsRemembered) {
   EXPECT_THAT(run.output, HasSubstr("could not be unlocked with the remembered password"));
 }
 
-/// A child whose standard input and error are a terminal of its own.
-class OnTerminal {
- public:
-  static constexpr unsigned short columns = 80;
-
-  explicit OnTerminal(std::vector<std::string> words) {
-    master_ = UniqueFd(::posix_openpt(O_RDWR | O_NOCTTY));
-    ::grantpt(master_.get());
-    ::unlockpt(master_.get());
-    const std::string name = ::ptsname(master_.get());
-    child_ = ::fork();
-    if (child_ != 0) return;
-    ::setsid();
-    const int terminal = ::open(name.c_str(), O_RDWR);
-    const winsize size{24, columns, 0, 0};
-    ::ioctl(terminal, TIOCSWINSZ, &size);
-    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) ::dup2(terminal, fd);
-    ::setenv("LC_ALL", "C.UTF-8", 1);
-    ::setenv("TERM", "xterm", 1);
-    words.insert(words.begin(), HALVERCINE_PROGRAM);
-    std::vector<char*> arguments;
-    for (auto& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    ::execv(arguments.front(), arguments.data());
-    std::_Exit(127);
-  }
-
-  void type(std::string_view text) const {
-    ASSERT_EQ(::write(master_.get(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  }
-
-  /// Reads until this text has come; false at the end.
-  bool shows(const std::string& text) {
-    std::array<char, 4096> buffer{};
-    while (shown.find(text) == std::string::npos) {
-      const auto got = ::read(master_.get(), buffer.data(), buffer.size());
-      if (got <= 0) return false;
-      shown.append(buffer.data(), static_cast<std::size_t>(got));
-    }
-    return true;
-  }
-
-  bool echoes() const {
-    termios mode{};
-    ::tcgetattr(master_.get(), &mode);
-    return (mode.c_lflag & ECHO) != 0;
-  }
-
-  int status() {
-    shows("\x01 nothing shows this");
-    int status = 0;
-    ::waitpid(child_, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
-  pid_t child() const { return child_; }
-
-  std::string shown;
-
- private:
-  UniqueFd master_;
-  pid_t child_ = -1;
-};
+/// Has to be ended.
+RunningProgram onTerminal(std::vector<std::string> words, unsigned short width = 80) {
+  words.insert(words.begin(), "--simulate=bitlocker");
+  return {RunningProgram::Output::terminal, std::move(words), width};
+}
 
 /// What stood in the row that is drawn again and again.
 std::vector<std::string> redrawnRows(const std::string& shown) {
@@ -185,30 +114,31 @@ std::vector<std::string> redrawnRows(const std::string& shown) {
 }
 
 TEST(UnlockCommandTest, AsksWithoutEchoAndHelpsWithARecoveryPassword) {
-  OnTerminal password({"--simulate=bitlocker", "--fast", "unlock", "disk4s1"});
-  ASSERT_TRUE(password.shows("Password of"));
+  auto password = onTerminal({"--fast", "unlock", "disk4s1"});
+  ASSERT_TRUE(password.waitFor("Password of"));
   EXPECT_FALSE(password.echoes());
   password.type(
       "wrong\x15"
       "corrext\x7f\x7f"
       "ct ho\x1b[Drse\n");
-  EXPECT_EQ(password.status(), 0) << password.shown;
-  EXPECT_THAT(password.shown, testing::Not(HasSubstr("horse")));
+  EXPECT_EQ(password.end(), 0) << password.text();
+  EXPECT_THAT(password.text(), testing::Not(HasSubstr("horse")));
   EXPECT_TRUE(password.echoes());
 
-  OnTerminal typed({"--simulate=bitlocker", "--fast", "unlock", "disk4s1", "--recovery"});
-  ASSERT_TRUE(typed.shows("48-digit"));
+  constexpr unsigned short columns = 80;
+  auto typed = onTerminal({"--fast", "unlock", "disk4s1", "--recovery"}, columns);
+  ASSERT_TRUE(typed.waitFor("48-digit"));
   typed.type("123453-530113");
-  EXPECT_TRUE(typed.shows("Group 2 has a typing error. Digits still missing: 36."));
+  EXPECT_TRUE(typed.waitFor("Group 2 has a typing error. Digits still missing: 36."));
   typed.type("\n");
-  EXPECT_TRUE(typed.shows("This is not a valid recovery password"));
+  EXPECT_TRUE(typed.waitFor("This is not a valid recovery password"));
   typed.type(recovery + "\n");
-  EXPECT_TRUE(typed.shows("complete"));
-  EXPECT_EQ(typed.status(), 0) << typed.shown;
-  for (const auto& row : redrawnRows(typed.shown)) {
-    EXPECT_LT(base::displayWidth(row), OnTerminal::columns) << row << ": cannot be redrawn";
+  EXPECT_TRUE(typed.waitFor("complete"));
+  EXPECT_EQ(typed.end(), 0) << typed.text();
+  for (const auto& row : redrawnRows(typed.text())) {
+    EXPECT_LT(base::displayWidth(row), columns) << row << ": cannot be redrawn";
   }
-  EXPECT_THAT(typed.shown, testing::Not(HasSubstr("530112")));
+  EXPECT_THAT(typed.text(), testing::Not(HasSubstr("530112")));
 }
 
 TEST(UnlockCommandTest, WithoutAnInputNothingIsTried) {
@@ -221,36 +151,28 @@ TEST(UnlockCommandTest, WithoutAnInputNothingIsTried) {
 }
 
 TEST(UnlockCommandTest, TheEndOfTheTerminalEndsTheControllerInOrder) {
-  OnTerminal program({"--simulate=bitlocker", "run"});
-  ASSERT_TRUE(program.shows("was unlocked with the remembered password"));
-  ::kill(program.child(), SIGHUP);
-  EXPECT_EQ(program.status(), 129) << program.shown;
+  auto program = onTerminal({"run"});
+  ASSERT_TRUE(program.waitFor("was unlocked with the remembered password"));
+  program.kill(SIGHUP);
+  EXPECT_EQ(program.end(), 129) << program.text();
 }
 
 TEST(UnlockCommandTest, SignalsEndItInOrder) {
-  struct Row {
-    int signal;
-    int status;
-    bool whileAsking;
-  };
-  for (const auto& row : {Row{SIGINT, 130, true},
-                          {SIGTERM, 130, true},
-                          {SIGHUP, 129, true},
-                          {SIGQUIT, 130, true},
-                          {SIGINT, 130, false},
-                          {SIGTERM, 130, false},
-                          {SIGHUP, 129, false},
-                          {SIGQUIT, 130, false}}) {
-    SCOPED_TRACE(std::to_string(row.signal) + (row.whileAsking ? " asking" : " waiting"));
-    OnTerminal program({"--simulate=bitlocker", "unlock", "disk6s1"});
-    ASSERT_TRUE(program.shows("Password of"));
-    if (!row.whileAsking) {
-      program.type("anything\n");
-      ASSERT_TRUE(program.shows("Verifying"));
+  const std::pair<int, int> signals[] = {
+      {SIGINT, 130}, {SIGTERM, 130}, {SIGHUP, 129}, {SIGQUIT, 130}};
+  for (const auto& [signal, status] : signals) {
+    for (const bool isAsking : {true, false}) {
+      SCOPED_TRACE(std::to_string(signal) + (isAsking ? " asking" : " waiting"));
+      auto program = onTerminal({"unlock", "disk6s1"});
+      ASSERT_TRUE(program.waitFor("Password of"));
+      if (!isAsking) {
+        program.type("anything\n");
+        ASSERT_TRUE(program.waitFor("Verifying"));
+      }
+      program.kill(signal);
+      EXPECT_EQ(program.end(), status) << program.text();
+      EXPECT_TRUE(program.echoes());
     }
-    ::kill(program.child(), row.signal);
-    EXPECT_EQ(program.status(), row.status) << program.shown;
-    EXPECT_TRUE(program.echoes());
   }
 }
 

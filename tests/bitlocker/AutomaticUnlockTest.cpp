@@ -16,8 +16,7 @@ using Kind = AutomaticUnlock::EventKind;
 struct AutomaticUnlockTest : testing::Test, tests::UnlockFixture {
   AutomaticUnlockTest() {
     unlock.happened.connect([this](const auto& event) {
-      events.push_back(
-          {event.disk.id + " " + std::to_string(static_cast<int>(event.kind)) + " " + event.code});
+      events.push_back(line(event.disk.id, event.kind, event.code));
     });
   }
   static std::string line(const std::string& disk, Kind kind, const std::string& code = "") {
@@ -49,8 +48,7 @@ TEST_F(AutomaticUnlockTest, RememberedVolumesAreTriedOnce) {
 TEST_F(AutomaticUnlockTest, WaitsForAPendingRequestAndForOtherJobs) {
   ASSERT_TRUE(mailbox.writeRequest(keyOf("disk6s1"),
                                    {"password", base::Secret("x"), std::nullopt, "somebody"}));
-  tests::run(actor, BitLockerKeychain(actor, *platform.clock, *platform.secretStore)
-                        .save(keyOf("disk6s1"), "password", base::Secret("y")));
+  tests::run(actor, keychain.save(keyOf("disk6s1"), "password", base::Secret("y")));
   usedDisk = "disk4s3";
   unlock.start();
   pass(70);
@@ -102,8 +100,7 @@ TEST_F(AutomaticUnlockTest, GivesUpWhenTheRequestCannotBeHandedOver) {
 }
 
 TEST_F(AutomaticUnlockTest, ItsEndWithdrawsItsRequest) {
-  tests::run(actor, BitLockerKeychain(actor, *platform.clock, *platform.secretStore)
-                        .save(keyOf("disk6s1"), "password", base::Secret("y")));
+  tests::run(actor, keychain.save(keyOf("disk6s1"), "password", base::Secret("y")));
   {
     AutomaticUnlock another(context(), [](const disks::Disk&) { return false; });
     another.start();

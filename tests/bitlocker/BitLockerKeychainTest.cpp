@@ -1,42 +1,15 @@
 #include "bitlocker/unlock/BitLockerKeychain.h"
 
-#include <map>
-#include <mutex>
 #include <string>
+#include <string_view>
 
+#include "platform/simulated/SimulatedSecrets.h"
 #include "support/AsyncTest.h"
 
 namespace halvercine::bitlocker {
 namespace {
 
 using base::Secret;
-
-/// Keeps items, refuses everything, or does nothing until it is let go.
-struct TestStore : platform::SecretStore {
-  bool add(const std::string& service, const std::string& account,
-           std::string_view value) override {
-    return works && items.try_emplace(service + "/" + account, value).second;
-  }
-  Lookup copyMatching(const std::string& service, const std::string& account,
-                      const std::function<void(std::string_view)>& take) override {
-    if (!works) return Lookup::unreadable;
-    const auto found = items.find(service + "/" + account);
-    if (found == items.end()) return Lookup::absent;
-    take(found->second);
-    return Lookup::found;
-  }
-  bool remove(const std::string& service, const std::string& account) override {
-    return works && items.erase(service + "/" + account) > 0;
-  }
-  bool removeAll(const std::string& service) override {
-    return works && std::erase_if(items, [&](const auto& item) {
-                      return item.first.starts_with(service + "/");
-                    }) > 0;
-  }
-
-  bool works = true;
-  std::map<std::string, std::string> items;
-};
 
 struct BitLockerKeychainTest : tests::AsyncTest {
   std::string loaded(const std::string& account) {
@@ -45,7 +18,15 @@ struct BitLockerKeychainTest : tests::AsyncTest {
     return payload.error() == BitLockerKeychain::Missing::forNow ? "none for now" : "none";
   }
 
-  TestStore store;
+  /// The item as it is stored; empty without one.
+  std::string item(const std::string& account, const std::string& service = ourService) {
+    std::string text;
+    store.copyMatching(service, account, [&text](std::string_view value) { text = value; });
+    return text;
+  }
+
+  static constexpr const char* ourService = "com.halvercine.bitlocker";
+  platform::simulated::SimulatedSecrets store{{}, true};
   BitLockerKeychain keychain{actor, clock, store};
 };
 
@@ -53,27 +34,27 @@ TEST_F(BitLockerKeychainTest, KeepsOneItemForEachVolume) {
   run(keychain.save("GUID-1", "password", Secret("first")));
   run(keychain.save("GUID-1", "recovery", Secret("\"second\\\n")));
   run(keychain.save("GUID-2", "password", Secret("other")));
-  EXPECT_EQ(store.items.size(), 2u);
-  EXPECT_EQ(store.items.at("com.halvercine.bitlocker/GUID-2"),
-            R"({"method":"password","credential":"other"})");
+  EXPECT_EQ(item("GUID-2"), R"({"method":"password","credential":"other"})");
   EXPECT_EQ(loaded("GUID-1"), "recovery:\"second\\\n");
   run(keychain.remove("GUID-1"));
   EXPECT_EQ(loaded("GUID-1"), "none");
-  store.items["other.service/GUID-9"] = "x";
+  EXPECT_EQ(loaded("GUID-2"), "password:other");
+  store.add("other.service", "GUID-9", "x");
   run(keychain.removeAll());
-  EXPECT_EQ(store.items.size(), 1u);
+  EXPECT_EQ(item("GUID-2"), "");
+  EXPECT_EQ(item("GUID-9", "other.service"), "x");
 }
 
 TEST_F(BitLockerKeychainTest, FailuresAreSilent) {
-  store.works = false;
+  store.setWorking(false);
   run(keychain.save("GUID-1", "password", Secret("first")));
   EXPECT_EQ(loaded("GUID-1"), "none for now");
   run(keychain.remove("GUID-1"));
   run(keychain.removeAll());
-  store.works = true;
+  store.setWorking(true);
   run(keychain.save("GUID-1", "password", Secret("first")));
   run(keychain.save("GUID-1", "password", Secret("\xff")));
-  EXPECT_TRUE(store.items.empty()) << "what could not be read again is not kept, nor the old one";
+  EXPECT_EQ(item("GUID-1"), "") << "what could not be read again is not kept, nor the old one";
 }
 
 TEST_F(BitLockerKeychainTest, ReadsItemsOfTodayAndOfOld) {

@@ -70,27 +70,24 @@ TEST_F(InterruptedCreationStoreTest, remembersDisksThatCanBeRecognised) {
 }
 
 TEST_F(InterruptedCreationStoreTest, recognisesDisksBySerialThenUuid) {
+  const auto serial = disk("disk5s1", "SERIAL-1", {});
+  const auto both = disk("disk5s1", "SERIAL-1", "U");
   const struct {
     const char* name;
     disks::Disk stored;
     disks::Disk asked;
     bool same;
   } cases[] = {
-      {"another BSD name", disk("disk5s1", "SERIAL-1", {}), disk("disk12s1", "SERIAL-1", {}), true},
-      {"another partition", disk("disk5s1", "SERIAL-1", {}), disk("disk5s2", "SERIAL-1", {}),
-       false},
-      {"whole disk", disk("disk5s1", "SERIAL-1", {}), disk("disk5", "SERIAL-1", {}), false},
-      {"another capacity", disk("disk5s1", "SERIAL-1", {}), disk("disk5s1", "SERIAL-1", {}, 7),
-       false},
-      {"serials count letter case", disk("disk5s1", "SERIAL-1", {}),
-       disk("disk5s1", "serial-1", {}), false},
-      {"serials decide over UUIDs", disk("disk5s1", "SERIAL-1", "U"),
-       disk("disk5s1", "SERIAL-2", "U"), false},
-      {"changed UUID, same serial", disk("disk5s1", "SERIAL-1", "U"),
-       disk("disk5s1", "SERIAL-1", "V"), true},
+      {"another BSD name", serial, disk("disk12s1", "SERIAL-1", {}), true},
+      {"another partition", serial, disk("disk5s2", "SERIAL-1", {}), false},
+      {"whole disk", serial, disk("disk5", "SERIAL-1", {}), false},
+      {"another capacity", serial, disk("disk5s1", "SERIAL-1", {}, 7), false},
+      {"serials count letter case", serial, disk("disk5s1", "serial-1", {}), false},
+      {"serials decide over UUIDs", both, disk("disk5s1", "SERIAL-2", "U"), false},
+      {"changed UUID, same serial", both, disk("disk5s1", "SERIAL-1", "V"), true},
       {"UUIDs without letter case", disk("disk5s1", {}, "ABCD"), disk("disk5s1", {}, "abcd"), true},
-      {"one serial only", disk("disk5s1", "SERIAL-1", "U"), disk("disk5s1", {}, "u"), true},
-      {"nothing in common", disk("disk5s1", "SERIAL-1", {}), disk("disk5s1", {}, "U"), false},
+      {"one serial only", both, disk("disk5s1", {}, "u"), true},
+      {"nothing in common", serial, disk("disk5s1", {}, "U"), false},
   };
   for (const auto& [name, stored, asked, same] : cases) {
     defaults.values.clear();

@@ -1,10 +1,9 @@
 #include "bitlocker/unlock/RecoveryExport.h"
 
-#include <sys/stat.h>
-
 #include <gtest/gtest.h>
 
 #include "support/TemporaryFolder.h"
+#include "support/modeOf.h"
 
 namespace halvercine::bitlocker {
 namespace {
@@ -36,12 +35,11 @@ TEST(RecoveryExportTest, AFileOnTheVolumeIsRecognized) {
   const auto named = [](std::string name) {
     return ExportedVolume{std::nullopt, std::nullopt, std::move(name)};
   };
-  struct Row {
+  const struct {
     fs::path path;
     ExportedVolume volume;
     bool isOn;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {mount / "a.txt", here, true},
       {mount / "sub" / "b" / "a.txt", here, true},
       {mount / "a.txt", slash, true},
@@ -77,9 +75,7 @@ TEST(RecoveryExportTest, WritesAPrivateFileOrSaysWhyNot) {
   fs::permissions(file, fs::perms::all);
   EXPECT_EQ(saveRecoveryFile(file, text, {}), std::nullopt);
   EXPECT_EQ(folder.read("out/a.txt"), text.reveal());
-  struct stat status {};
-  ASSERT_EQ(::lstat(file.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777, 0600u);
+  EXPECT_EQ(tests::modeOf(file), 0600u);
 
   const ExportedVolume volume{(folder.path() / "out").string(), std::nullopt, "DATA"};
   EXPECT_EQ(saveRecoveryFile(file.parent_path() / "b.txt", text, volume),

@@ -1,12 +1,11 @@
 // The simulated Mac with BitLocker volumes, and what unlocks them.
 #pragma once
 
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "base/Resources.h"
 #include "bitlocker/BitLockerMailbox.h"
 #include "bitlocker/unlock/BitLockerKeychain.h"
 #include "bitlocker/unlock/UnlockContext.h"
@@ -17,14 +16,8 @@ namespace halvercine::tests {
 
 /// The machine of the bundled scenario "bitlocker", with a monitor that runs.
 struct UnlockFixture : SimulatedFixture {
-  UnlockFixture() : SimulatedFixture(bundled()) { EXPECT_TRUE(monitor.start()); }
-
-  static platform::simulated::Scenario bundled() {
-    std::ifstream file(HALVERCINE_RESOURCES "/scenarios/bitlocker.json", std::ios::binary);
-    auto read =
-        platform::simulated::readScenario(std::string(std::istreambuf_iterator<char>(file), {}));
-    if (!read) throw std::runtime_error(read.error().message);
-    return std::move(*read);
+  UnlockFixture() : SimulatedFixture(read(base::resource("scenarios/bitlocker.json").value())) {
+    EXPECT_TRUE(monitor.start());
   }
 
   bitlocker::UnlockContext context() {
@@ -39,7 +32,6 @@ struct UnlockFixture : SimulatedFixture {
 
   /// The credential that is remembered of a volume, or "none".
   std::string remembered(const std::string& key) {
-    bitlocker::BitLockerKeychain keychain(actor, *platform.clock, *platform.secretStore);
     const auto payload = run(actor, keychain.load(key));
     return payload ? std::string(payload->credential.reveal()) : "none";
   }
@@ -53,6 +45,7 @@ struct UnlockFixture : SimulatedFixture {
   disks::DiskMonitor monitor{actor, platform, localization};
   disks::DiskUtility utility{*platform.toolRunner, *platform.clock, *platform.mediaRegistry};
   bitlocker::BitLockerMailbox mailbox{*platform.containers, *platform.clock};
+  bitlocker::BitLockerKeychain keychain{actor, *platform.clock, *platform.secretStore};
   std::vector<std::string> log;
   std::string usedDisk;  ///< something else works on it
 };

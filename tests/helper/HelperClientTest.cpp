@@ -18,128 +18,128 @@ using platform::HelperSelector;
 using platform::SystemError;
 using testing::HasSubstr;
 
-/// Keeps what was sent, and answers as a test says, from a thread of its own.
+/// Keeps what was sent last, and answers as a test says, from a thread of its own.
 class RecordingTransport : public platform::HelperTransport {
  public:
-  struct Sent {
-    HelperSelector selector;
-    std::vector<std::string> arguments;
-  };
-
   std::expected<std::unique_ptr<platform::HelperConnection>, SystemError> open(
       const std::string& machService) override {
-    service = machService;
+    EXPECT_EQ(machService, "com.halvercine.app.authhelper");
     return std::make_unique<Connection>(*this);
   }
 
-  std::string service;
-  std::vector<Sent> sent;
+  HelperSelector selector{};
+  std::string arguments;  ///< with their types
   platform::HelperReply reply;
   bool isSilent = false;
+  int sent = 0;
   int invalidated = 0;
 
  private:
-  class Connection : public platform::HelperConnection, public platform::HelperProxy {
-   public:
-    explicit Connection(RecordingTransport& transport) : transport_(transport) {}
+  struct Connection : platform::HelperConnection, platform::HelperProxy {
+    explicit Connection(RecordingTransport& owner) : transport(owner) {}
 
     platform::HelperProxy* remoteObject(std::function<void(SystemError)>) override { return this; }
     void send(const platform::HelperMessage& message,
               std::function<void(const platform::HelperReply&)> replied) override {
-      auto& noted = transport_.sent.emplace_back(Sent{message.selector, {}});
+      ++transport.sent;
+      transport.selector = message.selector;
+      transport.arguments.clear();
       for (const auto& argument : message.arguments) {
-        noted.arguments.push_back(std::visit(Spelled(), argument));
+        transport.arguments += std::visit(Spelled(), argument) + ";";
       }
-      if (!transport_.isSilent) std::thread([&] { replied(transport_.reply); }).join();
+      if (!transport.isSilent) std::thread([&] { replied(transport.reply); }).join();
     }
-    void invalidate() override { ++transport_.invalidated; }
+    void invalidate() override { ++transport.invalidated; }
 
-   private:
-    struct Spelled {
-      std::string operator()(std::string_view text) const { return "text " + std::string(text); }
-      std::string operator()(std::uint32_t number) const { return "u32 " + std::to_string(number); }
-      std::string operator()(std::uint64_t number) const { return "u64 " + std::to_string(number); }
-      std::string operator()(bool value) const { return value ? "true" : "false"; }
-      std::string operator()(std::span<const std::string> texts) const {
-        return "list of " + std::to_string(texts.size()) + " " + texts.back();
-      }
-    };
-    RecordingTransport& transport_;
+    RecordingTransport& transport;
+  };
+
+  struct Spelled {
+    std::string operator()(std::string_view text) const { return "text " + std::string(text); }
+    std::string operator()(std::uint32_t number) const { return "u32 " + std::to_string(number); }
+    std::string operator()(std::uint64_t number) const { return "u64 " + std::to_string(number); }
+    std::string operator()(bool value) const { return value ? "true" : "false"; }
+    std::string operator()(std::span<const std::string> texts) const {
+      return "list of " + std::to_string(texts.size()) + " " + texts.back();
+    }
   };
 };
 
+struct RecordedMachine : tests::HelperMachine {
+  RecordedMachine() : HelperMachine("") {
+    auto owned = std::make_unique<RecordingTransport>();
+    transport = owned.get();
+    platform.helperTransport = std::move(owned);
+    recorded.emplace(platform);
+  }
+
+  RecordingTransport* transport = nullptr;
+  std::optional<HelperClient> recorded;
+};
+
 TEST(HelperClient, EveryMessageHasItsArgumentsInTheirOrderAndTypes) {
-  tests::HelperMachine machine("");
-  auto owned = std::make_unique<RecordingTransport>();
-  auto* const transport = owned.get();
-  machine.platform.helperTransport = std::move(owned);
-  HelperClient client(machine.platform);
-  const auto last = [transport] { return transport->sent.back(); };
-  const auto run = [&machine](auto task) { return tests::run(machine.actor, std::move(task)); };
-  using Arguments = std::vector<std::string>;
+  using Selector = HelperSelector;
+  RecordedMachine machine;
+  auto& client = *machine.recorded;
+  auto& transport = *machine.transport;
+  const auto answer = [&](auto task, Selector selector, std::string_view arguments) {
+    auto result = tests::run(machine.actor, std::move(task));
+    EXPECT_EQ(transport.selector, selector) << arguments;
+    EXPECT_EQ(transport.arguments, arguments);
+    return std::move(result).value();
+  };
   constexpr std::uint64_t medium = 0xFFFF'FFFF'0000'0001;
 
-  transport->reply = platform::HelperVerdict{true, "123456-654321"};
-  auto created = run(client.createBitLocker(std::nullopt, "/dev/disk4s1", "Dätá",
-                                            base::Secret("p'w\"ü"), 0x8004, medium, true));
-  EXPECT_EQ(last().selector, HelperSelector::createBitLocker);
-  EXPECT_EQ(last().arguments, (Arguments{"text /dev/disk4s1", "text Dätá", "text p'w\"ü",
-                                         "u32 32772", "u64 18446744069414584321", "true"}));
-  ASSERT_TRUE(created);
-  EXPECT_TRUE(created->ok);
-  EXPECT_EQ(created->message.reveal(), "123456-654321");
+  transport.reply = platform::HelperVerdict{true, "123456-654321"};
+  const auto created =
+      answer(client.createBitLocker(std::nullopt, "/dev/disk4s1", "Dätá", base::Secret("p'w\"ü"),
+                                    0x8004, medium, true),
+             Selector::createBitLocker,
+             "text /dev/disk4s1;text Dätá;text p'w\"ü;u32 32772;u64 18446744069414584321;true;");
+  EXPECT_TRUE(created.ok);
+  EXPECT_EQ(created.message.reveal(), "123456-654321");
 
-  transport->reply = platform::HelperVerdict{false, "no"};
-  const auto changed = run(
-      client.changeBitLockerPassword("/dev/disk4s1", base::Secret("old"), base::Secret("new"), 7));
-  EXPECT_EQ(last().arguments, (Arguments{"text /dev/disk4s1", "text old", "text new", "u64 7"}));
-  ASSERT_TRUE(changed);
-  EXPECT_FALSE(changed->ok);
-  EXPECT_EQ(changed->message, "no");
+  transport.reply = platform::HelperVerdict{false, "no"};
+  const auto changed = answer(
+      client.changeBitLockerPassword("/dev/disk4s1", base::Secret("old"), base::Secret("new"), 7),
+      Selector::changeBitLockerPassword, "text /dev/disk4s1;text old;text new;u64 7;");
+  EXPECT_FALSE(changed.ok);
+  EXPECT_EQ(changed.message, "no");
 
-  transport->reply = platform::HelperVerdict{true, std::nullopt};
-  EXPECT_EQ(run(client.decryptBitLocker(1h, "/dev/disk4s1", base::Secret("pw"), 7))->message, "");
-  EXPECT_EQ(last().arguments, (Arguments{"text /dev/disk4s1", "text pw", "u64 7"}));
-  EXPECT_TRUE(run(client.reformatNTFS(1h, "/dev/disk4s1", "New", 7, "GUID", "R1"))->ok);
-  EXPECT_EQ(last().arguments,
-            (Arguments{"text /dev/disk4s1", "text New", "u64 7", "text GUID", "text R1"}));
-  EXPECT_TRUE(run(client.deregisterFSKitModules({"a", "b"}))->ok);
-  EXPECT_EQ(last().arguments, (Arguments{"list of 2 b"}));
-  EXPECT_TRUE(run(client.installFsPackage("/a.plist"))->ok);
-  EXPECT_EQ(last().arguments, (Arguments{"text /a.plist"}));
-  EXPECT_TRUE(run(client.repairAuthorization())->ok);
-  EXPECT_EQ(last().selector, HelperSelector::repairAuthorization);
-  EXPECT_TRUE(run(client.prepareForUninstall())->ok);
-  EXPECT_EQ(last().selector, HelperSelector::prepareForUninstall);
-  EXPECT_TRUE(run(client.removeLegacyInstall())->ok);
-  EXPECT_EQ(last().selector, HelperSelector::removeLegacyInstall);
-  EXPECT_TRUE(run(client.removeFsPackage())->ok);
-  EXPECT_EQ(last().selector, HelperSelector::removeFsPackage);
+  transport.reply = platform::HelperVerdict{true, std::nullopt};
+  const auto decrypted = answer(client.decryptBitLocker(1h, "/dev/disk4s1", base::Secret("pw"), 7),
+                                Selector::decryptBitLocker, "text /dev/disk4s1;text pw;u64 7;");
+  EXPECT_TRUE(decrypted.ok);
+  EXPECT_EQ(decrypted.message, "");
+  answer(client.reformatNTFS(1h, "/dev/disk4s1", "New", 7, "GUID", "R1"), Selector::reformatNTFS,
+         "text /dev/disk4s1;text New;u64 7;text GUID;text R1;");
+  answer(client.deregisterFSKitModules({"a", "b"}), Selector::deregisterFSKitModules,
+         "list of 2 b;");
+  answer(client.installFsPackage("/a.plist"), Selector::installFsPackage, "text /a.plist;");
+  answer(client.repairAuthorization(), Selector::repairAuthorization, "");
+  answer(client.prepareForUninstall(), Selector::prepareForUninstall, "");
+  answer(client.removeLegacyInstall(), Selector::removeLegacyInstall, "");
+  answer(client.removeFsPackage(), Selector::removeFsPackage, "");
 
-  transport->reply = platform::HelperText{"42"};
-  EXPECT_EQ(run(client.reformatNTFSProgress("R1")).value(), "42");
-  EXPECT_EQ(last().arguments, (Arguments{"text R1"}));
-  EXPECT_EQ(run(client.bitLockerCreationProgress()).value(), "42");
-  EXPECT_EQ(last().selector, HelperSelector::bitLockerCreationProgress);
-  transport->reply = platform::HelperText{};
-  EXPECT_EQ(run(client.bitLockerDecryptionProgress()).value(), std::nullopt);
-  EXPECT_EQ(last().selector, HelperSelector::bitLockerDecryptionProgress);
+  transport.reply = platform::HelperText{"42"};
+  EXPECT_EQ(answer(client.reformatNTFSProgress("R1"), Selector::reformatNTFSProgress, "text R1;"),
+            "42");
+  EXPECT_EQ(answer(client.bitLockerCreationProgress(), Selector::bitLockerCreationProgress, ""),
+            "42");
+  transport.reply = platform::HelperText{};
+  EXPECT_EQ(answer(client.bitLockerDecryptionProgress(), Selector::bitLockerDecryptionProgress, ""),
+            std::nullopt);
+  transport.reply = std::int32_t{-13};
+  EXPECT_EQ(
+      answer(client.probeDeviceOpen("/dev/rdisk4"), Selector::probeDeviceOpen, "text /dev/rdisk4;"),
+      -13);
+  transport.reply = true;
+  EXPECT_TRUE(answer(client.formattingAvailable(), Selector::formattingAvailable, ""));
+  EXPECT_TRUE(answer(client.cancelBitLockerCreation(), Selector::cancelBitLockerCreation, ""));
+  EXPECT_TRUE(answer(client.cancelBitLockerDecryption(), Selector::cancelBitLockerDecryption, ""));
 
-  transport->reply = std::int32_t{-13};
-  EXPECT_EQ(run(client.probeDeviceOpen("/dev/rdisk4")).value(), -13);
-  EXPECT_EQ(last().arguments, (Arguments{"text /dev/rdisk4"}));
-
-  transport->reply = true;
-  EXPECT_TRUE(run(client.formattingAvailable()).value());
-  EXPECT_EQ(last().selector, HelperSelector::formattingAvailable);
-  EXPECT_TRUE(run(client.cancelBitLockerCreation()).value());
-  EXPECT_EQ(last().selector, HelperSelector::cancelBitLockerCreation);
-  EXPECT_TRUE(run(client.cancelBitLockerDecryption()).value());
-  EXPECT_EQ(last().selector, HelperSelector::cancelBitLockerDecryption);
-  EXPECT_TRUE(last().arguments.empty());
-
-  EXPECT_EQ(transport->service, "com.halvercine.app.authhelper");
-  EXPECT_EQ(transport->invalidated, static_cast<int>(transport->sent.size()));
+  EXPECT_EQ(transport.sent, 17);
+  EXPECT_EQ(transport.invalidated, 17);
 }
 
 std::string call(const std::string& members) { return R"("calls": [{)" + members + "}]"; }
@@ -196,24 +196,20 @@ TEST(HelperCalls, HaveTheirOwnLimits) {
 }
 
 TEST(HelperCalls, ACancelledCallEndsItsConnection) {
-  tests::HelperMachine machine("");
-  auto owned = std::make_unique<RecordingTransport>();
-  auto* const transport = owned.get();
-  transport->isSilent = true;
-  machine.platform.helperTransport = std::move(owned);
-  HelperClient client(machine.platform);
-  const auto ask = [&client]() -> base::Task<void> {
-    (void)co_await client.repairAuthorization();
+  RecordedMachine machine;
+  machine.transport->isSilent = true;
+  const auto ask = [&machine]() -> base::Task<void> {
+    (void)co_await machine.recorded->repairAuthorization();
     ADD_FAILURE() << "it was resumed";
   };
   {
     base::TaskScope scope(machine.actor, *machine.platform.systemLog);
     scope.spawn("call", ask());
     machine.pass(1);
-    EXPECT_EQ(transport->invalidated, 0);
+    EXPECT_EQ(machine.transport->invalidated, 0);
   }
   machine.pass(0.001);
-  EXPECT_EQ(transport->invalidated, 1);
+  EXPECT_EQ(machine.transport->invalidated, 1);
 }
 
 TEST(HelperCalls, CleaningUpTellsTheLog) {

@@ -14,12 +14,6 @@
 namespace halvercine::helper {
 namespace {
 
-/// What a finished call leaves behind: memory that nobody may touch any more.
-struct Caller {
-  int resumed = 0;
-  int value = 0;
-};
-
 class CountingConnection : public platform::HelperConnection {
  public:
   explicit CountingConnection(std::atomic<int>& invalidations) : invalidations_(invalidations) {}
@@ -38,19 +32,17 @@ TEST(TimeoutGate, OneOfThreePassesAMillionTimes) {
   constexpr std::size_t rounds = 1'000'000;
   constexpr std::size_t atOnce = 1000;  // between two meetings of the threads
   std::atomic<int> invalidations = 0;
-  std::vector<std::unique_ptr<Caller>> callers(atOnce);
+  // What a finished call leaves behind is memory that nobody may touch any more.
+  std::vector<std::unique_ptr<int>> resumed(atOnce);
   std::vector<std::unique_ptr<Gate>> gates(atOnce);
   std::array<int, 3> passed{};
-  int resumedTwice = 0;
+  int notResumedOnce = 0;
   const auto prepare = [&] {
     for (std::size_t i = 0; i < atOnce; ++i) {
-      if (callers[i] && callers[i]->resumed != 1) ++resumedTwice;
-      callers[i] = std::make_unique<Caller>();
+      if (resumed[i] && *resumed[i] != 1) ++notResumedOnce;
+      resumed[i] = std::make_unique<int>(0);
       gates[i] = std::make_unique<Gate>(std::make_shared<CountingConnection>(invalidations),
-                                        [caller = callers[i].get()](int value) {
-                                          ++caller->resumed;
-                                          caller->value = value;
-                                        });
+                                        [count = resumed[i].get()](int) { ++*count; });
     }
   };
   prepare();
@@ -70,24 +62,20 @@ TEST(TimeoutGate, OneOfThreePassesAMillionTimes) {
   for (auto& contender : contenders) contender.join();
   EXPECT_EQ(passed[0] + passed[1] + passed[2], static_cast<int>(rounds));
   EXPECT_EQ(invalidations, static_cast<int>(rounds));
-  EXPECT_EQ(resumedTwice, 0);
+  EXPECT_EQ(notResumedOnce, 0);
 }
 
 TEST(TimeoutGate, KeepsNothingOfAFinishedCall) {
   std::atomic<int> invalidations = 0;
   for (const bool passes : {true, false}) {
     auto connection = std::make_shared<CountingConnection>(invalidations);
-    const auto caller = std::make_shared<Caller>();
-    Gate gate(connection, [caller](int value) {
-      ++caller->resumed;
-      caller->value = value;
-    });
+    const auto value = std::make_shared<int>(0);
+    Gate gate(connection, [value](int outcome) { *value += outcome; });
     EXPECT_TRUE(passes ? gate.pass(7) : gate.close());
     EXPECT_FALSE(gate.pass(8));
     EXPECT_FALSE(gate.close());
-    EXPECT_EQ(caller->resumed, passes ? 1 : 0);
-    EXPECT_EQ(caller->value, passes ? 7 : 0);
-    EXPECT_EQ(caller.use_count(), 1);
+    EXPECT_EQ(*value, passes ? 7 : 0);
+    EXPECT_EQ(value.use_count(), 1);
     EXPECT_EQ(connection.use_count(), 1);
   }
   EXPECT_EQ(invalidations, 2);

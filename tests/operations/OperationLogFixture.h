@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <sys/stat.h>
 #include <vector>
 
 #include <fmt/format.h>
@@ -16,6 +15,7 @@
 #include "operations/logLines.h"
 #include "support/FolderContainers.h"
 #include "support/TemporaryFolder.h"
+#include "support/modeOf.h"
 
 namespace halvercine::tests {
 
@@ -41,21 +41,16 @@ struct OperationLogFixture : testing::Test {
 
   /// What the file holds, oldest first.
   std::vector<std::string> stored() const {
-    std::vector<std::string> messages;
-    for (auto& entry : operations::decodeLines(text(), 100'000)) messages.push_back(entry.message);
-    return messages;
+    return messages(operations::decodeLines(text(), 100'000));
   }
 
   static std::vector<std::string> messages(const operations::OperationLog& log) {
-    std::vector<std::string> messages;
-    for (const auto& entry : log.entries()) messages.push_back(entry.message);
-    return messages;
+    return messages(log.entries());
   }
-
-  static mode_t modeOf(const std::filesystem::path& path) {
-    struct stat status {};
-    EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
-    return status.st_mode & 07777;
+  static std::vector<std::string> messages(const auto& entries) {
+    std::vector<std::string> messages;
+    for (const auto& entry : entries) messages.push_back(entry.message);
+    return messages;
   }
 
   static constexpr const char* fileName = "Halvercine/operation-log.jsonl";

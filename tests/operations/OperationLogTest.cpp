@@ -17,6 +17,7 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
+using tests::modeOf;
 
 class OperationLogTest : public tests::OperationLogFixture {
  protected:

@@ -5,8 +5,10 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -30,14 +32,16 @@ struct SimulatedFixture {
   ~SimulatedFixture() { actor.joinBackground(); }
 
   static platform::simulated::Scenario scenario(std::string_view devices, std::string_view system) {
-    auto text = std::string(R"({"format": 1, "system": )")
+    return read(std::string(R"({"format": 1, "system": )")
                     .append(system)
                     .append(R"(, "devices": )")
                     .append(devices)
-                    .append("}");
-    auto read = platform::simulated::readScenario(text);
-    if (!read) throw std::runtime_error(read.error().message);
-    return std::move(*read);
+                    .append("}"));
+  }
+  static platform::simulated::Scenario read(std::string_view text) {
+    auto scenario = platform::simulated::readScenario(text);
+    if (!scenario) throw std::runtime_error(scenario.error().message);
+    return std::move(*scenario);
   }
 
   void pass(double seconds) {

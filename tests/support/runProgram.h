@@ -5,17 +5,39 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
+#include <gtest/gtest.h>
+
+#include "base/Json.h"
+
 namespace halvercine::tests {
+
+/// A text that has to be one JSON document.
+inline boost::json::value jsonOf(const std::string& text) {
+  auto parsed = base::parseJson(text);
+  EXPECT_TRUE(parsed) << text;
+  return parsed.value_or(nullptr);
+}
+
+/// Lines each of which has to be a JSON document.
+inline std::vector<boost::json::value> jsonLines(const std::string& text) {
+  std::vector<boost::json::value> values;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) values.push_back(jsonOf(line));
+  return values;
+}
 
 struct ProgramRun {
   int status = -1;  ///< exit status, or -1 when a signal ended it
   std::string output;
   std::string errors;
+
+  boost::json::value json() const { return jsonOf(output); }
 };
 
 /// Runs the program with these arguments, its standard output going to `outputPath` if that is

@@ -1,30 +1,21 @@
 // A simulated Mac of one scenario text, and runs of its tools.
 #pragma once
 
-#include <chrono>
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "platform/ToolRunnerContract.h"
-#include "platform/simulated/SimulatedMac.h"
+#include "support/SimulatedFixture.h"
 
 namespace halvercine::tests {
 
-struct ScenarioMachine {
+struct ScenarioMachine : SimulatedFixture {
   /// `members` are the members of the scenario.
   explicit ScenarioMachine(const std::string& members)
-      : mac(actor, read(members), platform::simulated::ClockKind::virtualTime),
-        platform(mac.takePlatform()) {}
-
-  static platform::simulated::Scenario read(const std::string& members) {
-    auto scenario = platform::simulated::readScenario(R"({"format": 1, )" + members + "}");
-    if (!scenario) throw std::runtime_error(scenario.error().message);
-    return std::move(*scenario);
-  }
+      : SimulatedFixture(read(R"({"format": 1, )" + members + "}")) {}
 
   /// Runs a tool of /usr/sbin to its end: its exit status, or "signal N", or "runs"; then what it
   /// printed.
@@ -42,21 +33,12 @@ struct ScenarioMachine {
     return run("diskutil", std::move(arguments));
   }
 
-  void pass(double seconds) {
-    mac.advance(
-        std::chrono::duration_cast<platform::Uptime>(std::chrono::duration<double>(seconds)));
-  }
-
   /// The content of a file in the shared folder, or nothing.
   std::string shared(const std::string& name) const {
     const auto folder = platform.containers->groupContainer("group.com.halvercine.shared");
     std::ifstream file(*folder / name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   }
-
-  base::MainActor actor;
-  platform::simulated::SimulatedMac mac;
-  platform::Platform platform;
 };
 
 }  // namespace halvercine::tests

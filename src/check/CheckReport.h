@@ -27,8 +27,8 @@ bool isDeep(const CheckIssueModel& issue);
 /// has not repaired, it cannot.
 std::string_view judgementKey(const CheckReportModel& report, bool isRepair);
 
-/// Whether the volume is in order now: the tool says so and has left out no finding, and a repair has
-/// left none over.
+/// Whether the volume is in order now: the tool says so and has left out no finding, and a repair
+/// has left none over.
 bool isConsistent(const CheckReportModel& report, bool isRepair);
 
 /// Findings as positions in a report, in its order. The one that stands for others is in none.

@@ -104,6 +104,11 @@ bool LoopDevice::attach() {
     base::UniqueFd device(::open(node().c_str(), O_RDWR | O_CLOEXEC));
     if (device && ::ioctl(device.get(), LOOP_CONFIGURE, &configuration) == 0) {
       device_ = std::move(device);
+      // Those of a run that was killed stay behind on a device without a medium.
+      constexpr int most = 8;
+      for (int partition = 1; partition <= most; ++partition) {
+        changePartition(device_.get(), BLKPG_DEL_PARTITION, partition, 0, 0);
+      }
       return true;
     }
     if (errno != EBUSY) return false;  // else somebody was faster

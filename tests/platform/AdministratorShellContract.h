@@ -1,6 +1,7 @@
 // What every administrator's shell must do.
 //
 // `MachineUnderTest` has `actor()` and `platform()`; `settle()` lets everything happen that can.
+// Where it has `whyUnavailable()`, the tests are skipped while that has something to say.
 #pragma once
 
 #include <memory>
@@ -19,6 +20,12 @@ template <class MachineUnderTest>
 class AdministratorShellContract : public testing::Test {
  protected:
   using Result = std::optional<platform::AdministratorResult>;
+
+  void SetUp() override {
+    if constexpr (requires(MachineUnderTest & machine) { machine.whyUnavailable(); }) {
+      if (const auto why = machine_.whyUnavailable(); !why.empty()) GTEST_SKIP() << why;
+    }
+  }
 
   std::unique_ptr<platform::AdministratorRun> start(const std::string& command, Result& result) {
     auto run = machine_.platform().administratorShell->run(

@@ -24,6 +24,7 @@
 #include <gtest/gtest.h>
 
 #include "base/MainActor.h"
+#include "base/OwnedPost.h"
 #include "platform/Platform.h"
 
 namespace halvercine::tests {
@@ -264,6 +265,29 @@ TYPED_TEST_P(PortContracts, anUncachedFileIsThereOnceAndGoesWithItsOwner) {
   EXPECT_EQ((*file)->remove(), 0) << "twice does nothing";
 }
 
+TYPED_TEST_P(PortContracts, aServiceThatNobodyServesIsAnErrorAndNoReply) {
+  auto connection = this->platform().helperTransport->open("com.halvercine.contract.nobody");
+  if (!connection) {
+    EXPECT_FALSE(connection.error().text.empty()) << "why there is no such thing here";
+    return;
+  }
+  std::optional<platform::SystemError> error;
+  bool hasReplied = false;
+  base::OwnedPost failed(this->actor());
+  base::OwnedPost replied(this->actor());
+  auto* const proxy = (*connection)->remoteObject(failed.wrap([&](platform::SystemError told) {
+    error = std::move(told);
+  }));
+  ASSERT_TRUE(proxy);
+  proxy->send({platform::HelperSelector::formattingAvailable, {}},
+              [reply = replied.wrap([&] { hasReplied = true; })](const auto&) { reply(); });
+  this->actor().runUntil([&] { return error || hasReplied; });
+  EXPECT_FALSE(hasReplied);
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->domain, "NSCocoaErrorDomain");
+  EXPECT_EQ(error->code, 4099);  // NSXPCConnectionInvalid
+}
+
 TYPED_TEST_P(PortContracts, noProcessHasTheNumberZeroOrBelow) {
   auto& processes = *this->platform().processes;
   for (const std::int32_t pid : {-1, INT32_MIN}) {
@@ -281,6 +305,7 @@ REGISTER_TYPED_TEST_SUITE_P(PortContracts, clockCallsInTheOrderOfTheDeadlinesAnd
                             workersEndTogetherAndTheirFailureIsTold, theLogTakesAnyText,
                             settingsKeepTheirTypesUntilTheyAreRemoved,
                             anUncachedFileIsThereOnceAndGoesWithItsOwner,
+                            aServiceThatNobodyServesIsAnErrorAndNoReply,
                             noProcessHasTheNumberZeroOrBelow);
 
 }  // namespace halvercine::tests

@@ -12,6 +12,8 @@ namespace {
 using Machine = std::shared_ptr<SimulatedMachine>;
 
 constexpr std::string_view errorDomain = "NSCocoaErrorDomain";
+/// The one service that is served.
+constexpr std::string_view helperService = "com.halvercine.app.authhelper";
 
 // Services and connections are held by what waits for the machine's clock: they must not hold the
 // machine in turn.
@@ -123,7 +125,7 @@ class SimulatedConnection : public HelperConnection, public HelperProxy {
     if (!machine) return;
     auto& helper = machine->helper();
     auto call = helper.next(message.selector);
-    if (!helper.isReachable()) {
+    if (!helper.isReachable() || service_ != helperService) {
       const auto error = unreachable(service_);
       call.error = ScenarioSystemError{error.text, error.domain, error.code};
     }

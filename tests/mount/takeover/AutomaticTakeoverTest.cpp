@@ -6,7 +6,6 @@
 
 #include "base/PrivateFiles.h"
 #include "mount/takeover/RecoveryStatuses.h"
-#include "platform/simulated/ScenarioMachine.h"
 #include "support/RecordingToolRunner.h"
 #include "support/SimulatedFixture.h"
 #include "support/runTask.h"
@@ -36,7 +35,7 @@ std::string served(const std::string& reasons, const std::string& more = "") {
 /// The resident controller on a simulated Mac.
 struct Controller : tests::SimulatedFixture {
   explicit Controller(const std::string& members)
-      : SimulatedFixture(tests::ScenarioMachine::read(members)) {
+      : SimulatedFixture(read(R"({"format": 1, )" + members + "}")) {
     start();
   }
 

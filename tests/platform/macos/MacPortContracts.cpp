@@ -1,3 +1,7 @@
+#include <cstdlib>
+#include <string>
+
+#include "platform/AdministratorShellContract.h"
 #include "platform/DirectoryWatchContract.h"
 #include "platform/PortContracts.h"
 #include "platform/macos/makeMacPlatform.h"
@@ -33,6 +37,17 @@ class MacMachineUnderTest {
   platform::Platform platform_ = platform::macos::makeMacPlatform(actor_);
 };
 
+/// Asks whoever sits before it for the password of an administrator.
+class AskingMac : public MacMachineUnderTest {
+ public:
+  static std::string whyUnavailable() {
+    if (std::getenv("HALVERCINE_TEST_ADMINISTRATOR") != nullptr) return "";
+    return "asks for an administrator: set HALVERCINE_TEST_ADMINISTRATOR to allow it";
+  }
+  static void settle() {}
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Mac, AdministratorShellContract, AskingMac);
 INSTANTIATE_TYPED_TEST_SUITE_P(Mac, PortContracts, MacMachineUnderTest);
 INSTANTIATE_TYPED_TEST_SUITE_P(Mac, DirectoryWatchContract, MacMachineUnderTest);
 

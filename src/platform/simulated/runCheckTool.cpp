@@ -10,7 +10,7 @@ namespace halvercine::platform::simulated {
 namespace {
 
 constexpr std::int64_t clusterSize = 4096;
-constexpr std::int64_t defaultSize = std::int64_t{1} << 36;
+constexpr std::int64_t assumedSize = std::int64_t{1} << 36;
 constexpr std::string_view rawPrefix = "/dev/r";
 
 /// The tool's own record, spelled out a second time for the reason that moduleReport.cpp gives.
@@ -55,7 +55,7 @@ ToolAnswer failure(const std::string& error) {
 
 std::string checkReportText(const ScenarioMedia& media, bool isRepair) {
   const auto fsck = media.fsck.value_or(ScenarioFsck());
-  const auto clusters = static_cast<std::uint64_t>(media.size.value_or(defaultSize) / clusterSize);
+  const auto clusters = static_cast<std::uint64_t>(media.size.value_or(assumedSize) / clusterSize);
   PrintedReport report{.issues = fsck.issues,
                        .mft_records_scanned = clusters / 64 + 24,
                        .files_scanned = clusters / 80,

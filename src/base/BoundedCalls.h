@@ -25,8 +25,8 @@ class BoundedCalls {
   /// anyway.
   static constexpr std::chrono::milliseconds usualPatience{250};
 
-  /// With `kept`, for what may be so old, an answer that has come too late stands for the next one
-  /// that does: nothing flickers where answers are late now and then.
+  /// With `kept`, for what may be so old, the last answer stands for one that comes too late:
+  /// nothing flickers where answers are late now and then.
   explicit BoundedCalls(std::chrono::milliseconds patience = usualPatience,
                         std::chrono::seconds kept = {})
       : patience_(patience), kept_(kept) {}
@@ -39,7 +39,7 @@ class BoundedCalls {
     try {
       const std::lock_guard lock(calls_->mutex);
       const auto running = calls_->running.find(key);
-      if (running != calls_->running.end() && running->second.isStuck) return late(key);
+      if (running != calls_->running.end() && running->second.isStuck) return last(key);
       pending =
           running != calls_->running.end() ? running->second.pending : start(key, std::move(ask));
     } catch (const std::system_error&) {  // no further thread to be had
@@ -51,7 +51,7 @@ class BoundedCalls {
     const std::lock_guard lock(calls_->mutex);
     const auto running = calls_->running.find(key);
     if (running != calls_->running.end()) running->second.isStuck = true;
-    return late(key);
+    return last(key);
   }
 
  private:
@@ -60,22 +60,22 @@ class BoundedCalls {
     Pending pending;
     bool isStuck = false;
   };
-  struct Late {
+  struct Last {
     Answer answer;
     std::chrono::steady_clock::time_point end;
   };
   struct Calls {
     std::mutex mutex;
     std::map<std::string, Call> running;
-    std::map<std::string, Late> late;
+    std::map<std::string, Last> last;
   };
 
   /// With the mutex.
-  std::optional<Answer> late(const std::string& key) const {
-    const auto found = calls_->late.find(key);
-    if (found == calls_->late.end()) return std::nullopt;
+  std::optional<Answer> last(const std::string& key) const {
+    const auto found = calls_->last.find(key);
+    if (found == calls_->last.end()) return std::nullopt;
     if (found->second.end > std::chrono::steady_clock::now()) return found->second.answer;
-    calls_->late.erase(found);
+    calls_->last.erase(found);
     return std::nullopt;
   }
 
@@ -89,12 +89,11 @@ class BoundedCalls {
       auto answer = ask();
       {
         const std::lock_guard lock(calls->mutex);
-        calls->late.erase(key);
-        if (calls->running[key].isStuck && kept.count() > 0) {
-          const auto end = std::chrono::steady_clock::now() + kept;
-          calls->late.emplace(key, Late{answer, end});
-        }
         calls->running.erase(key);
+        if (kept.count() > 0) {
+          const auto end = std::chrono::steady_clock::now() + kept;
+          calls->last.insert_or_assign(key, Last{answer, end});
+        }
       }
       promise.set_value(std::move(answer));
     }).detach();

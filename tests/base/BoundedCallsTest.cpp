@@ -36,7 +36,7 @@ TEST(BoundedCalls, AStuckCallKeepsNobodyAndIsNotRepeated) {
   EXPECT_EQ(*asked, 1);
 }
 
-TEST(BoundedCalls, ALateAnswerStandsForTheNextThatIsLate) {
+TEST(BoundedCalls, TheLastAnswerStandsForOneThatIsLate) {
   BoundedCalls<std::string> calls(std::chrono::milliseconds(1), std::chrono::hours(1));
   const auto ask = [&calls](const std::string& answer) {
     const auto server = std::make_shared<std::promise<void>>();
@@ -52,6 +52,10 @@ TEST(BoundedCalls, ALateAnswerStandsForTheNextThatIsLate) {
   std::optional<std::string> later;
   while (!later) later = ask("second");
   EXPECT_EQ(later, "first");
+
+  BoundedCalls<int> punctual(std::chrono::minutes(1), std::chrono::hours(1));
+  EXPECT_EQ(punctual("/quick", [] { return 1; }), 1);
+  EXPECT_EQ(punctual("/quick", [] { return 2; }), 2) << "asked anew all the same";
 }
 
 }  // namespace

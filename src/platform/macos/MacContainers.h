@@ -1,6 +1,7 @@
 // The folders that macOS gives to the program.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -27,7 +28,8 @@ class MacContainers : public Containers {
  private:
   std::mutex mutex_;
   std::map<std::string, std::filesystem::path> seen_;  // by group
-  base::BoundedCalls<std::optional<std::filesystem::path>> looks_;
+  // Longer than for a mount: a command that ends soon has no second look.
+  base::BoundedCalls<std::optional<std::filesystem::path>> looks_{std::chrono::seconds(1)};
 };
 
 }  // namespace halvercine::platform::macos

@@ -36,12 +36,17 @@ std::optional<std::filesystem::path> MacContainers::groupContainer(const std::st
   if (!base::isPlainFileName(group)) return std::nullopt;
   {
     const std::lock_guard lock(mutex_);
-    if (const auto found = seen_.find(group); found != seen_.end()) return found->second;
+    const auto found = seen_.find(group);
+    std::error_code error;
+    if (found != seen_.end() && std::filesystem::is_directory(found->second, error)) {
+      return found->second;
+    }
   }
   const auto container = looks_(group, [group] { return lookInto(group); }).value_or(std::nullopt);
   if (!container) return std::nullopt;
   const std::lock_guard lock(mutex_);
-  return seen_.emplace(group, *container).first->second;
+  seen_.insert_or_assign(group, *container);
+  return container;
 }
 
 std::optional<std::filesystem::path> MacContainers::applicationSupport() {

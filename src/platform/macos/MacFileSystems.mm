@@ -25,21 +25,19 @@ std::optional<struct statfs> mountAt(const std::string& path) {
   const int found = ::getfsstat(
       mounts.data(), static_cast<int>(mounts.size() * sizeof(struct statfs)), MNT_NOWAIT);
   mounts.resize(static_cast<std::size_t>(found < 0 ? 0 : found));
-  for (auto& mount : mounts) {
-    if (path != mount.f_mntonname) continue;
-    mount.f_bsize = 0;  // what it last said of its sizes may be long ago
-    mount.f_blocks = mount.f_bavail = 0;
-    return mount;
+  for (const auto& mount : mounts) {
+    if (path == mount.f_mntonname) return mount;
   }
   return std::nullopt;
 }
 
-/// Names the mount at a path: another one that comes to the same place is another one.
+/// Names the mount at a path. A disk that takes another one's name and place is told by its size.
 std::string keyOf(const std::string& path) {
   const auto mount = mountAt(path);
   if (!mount) return path;
   const auto [first, second] = mount->f_fsid.val;
-  return std::to_string(first) + ' ' + std::to_string(second) + ' ' + path;
+  return std::to_string(first) + ' ' + std::to_string(second) + ' ' +
+         std::to_string(mount->f_blocks) + ' ' + path;
 }
 
 template <class Value>
@@ -80,8 +78,13 @@ std::optional<std::string> nameOf(const std::string& path) {
 
 std::optional<FileSystemStatistics> MacFileSystems::statistics(const std::string& path) {
   const auto answer = statistics_(keyOf(path), [path] { return statfsOf(path); });
-  const auto status = answer ? *answer : mountAt(path);
+  auto status = answer ? *answer : mountAt(path);
   if (!status) return std::nullopt;
+  // What the kernel last heard of the sizes may be long ago.
+  if (!answer) {
+    status->f_bsize = 0;
+    status->f_blocks = status->f_bavail = 0;
+  }
   FileSystemStatistics statistics;
   statistics.mountedFrom = status->f_mntfromname;
   statistics.typeName = status->f_fstypename;

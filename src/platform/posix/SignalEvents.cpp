@@ -1,5 +1,6 @@
 #include "platform/posix/SignalEvents.h"
 
+#include <csignal>
 #include <utility>
 
 #include <boost/asio/signal_set.hpp>
@@ -31,6 +32,15 @@ SignalEvents::SignalEvents(base::MainActor& actor, std::initializer_list<int> si
   listener_->wait();
 }
 
-void SignalEvents::add(int signal) { listener_->signals.add(signal); }
+void SignalEvents::add(int signal) {
+  listener_->signals.add(signal);
+  // Asio's handlers break off calls that wait, such as a write to a terminal that is held. These
+  // two are news and ask for nothing to end.
+  if (signal != SIGCONT && signal != SIGWINCH) return;
+  struct sigaction action {};
+  if (::sigaction(signal, nullptr, &action) != 0) return;
+  action.sa_flags |= SA_RESTART;
+  ::sigaction(signal, &action, nullptr);
+}
 
 }  // namespace halvercine::platform::posix

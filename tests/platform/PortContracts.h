@@ -288,6 +288,49 @@ TYPED_TEST_P(PortContracts, aServiceThatNobodyServesIsAnErrorAndNoReply) {
   EXPECT_EQ(error->code, 4099);  // NSXPCConnectionInvalid
 }
 
+TYPED_TEST_P(PortContracts, theMachineIsKeptAwakeByEachAssertionForItself) {
+  auto& assertions = *this->platform().sleepAssertions;
+  const auto take = [&](const std::string& name) {
+    return assertions.take("PreventUserIdleSystemSleep", name);
+  };
+  auto first = take("the contract's \"first\"");
+  auto second = take("der zweite: \u00DC");
+  EXPECT_EQ(first == nullptr, second == nullptr) << "a system has them or has none";
+  first.reset();
+  EXPECT_EQ(second == nullptr, take("the third") == nullptr);
+}
+
+TYPED_TEST_P(PortContracts, aDaemonThatTheBundleDoesNotHoldIsRefused) {
+  const auto daemon = this->platform().daemonServices->daemon("com.halvercine.contract.none.plist");
+  if (!daemon) return;  // a system without such a service
+  EXPECT_NE(daemon->status(), platform::DaemonStatus::enabled);
+  std::optional<platform::SystemError> error;
+  bool hasEnded = false;
+  base::OwnedPost ended(this->actor());
+  daemon->registerDaemon(ended.wrap([&](std::optional<platform::SystemError> told) {
+    error = std::move(told);
+    hasEnded = true;
+  }));
+  this->actor().runUntil([&] { return hasEnded; });
+  ASSERT_TRUE(error);
+  EXPECT_FALSE(error->text.empty());
+  EXPECT_NE(daemon->status(), platform::DaemonStatus::enabled);
+}
+
+TYPED_TEST_P(PortContracts, theBundleIsAFolderAndTheSystemBeganBeforeNow) {
+  auto& bundle = *this->platform().applicationBundle;
+  if (const auto path = bundle.path()) {
+    EXPECT_TRUE(path->is_absolute());
+    const auto facts = bundle.inspect(*path);
+    ASSERT_TRUE(facts);
+    EXPECT_EQ(facts->kind, platform::FileFacts::Kind::folder);
+  }
+  EXPECT_FALSE(bundle.info("NoSuchKeyOfTheContract"));
+  const auto bootTime = this->platform().systemInfo->bootTime();
+  ASSERT_TRUE(bootTime);
+  EXPECT_LT(*bootTime, this->platform().clock->now());
+}
+
 TYPED_TEST_P(PortContracts, noProcessHasTheNumberZeroOrBelow) {
   auto& processes = *this->platform().processes;
   for (const std::int32_t pid : {-1, INT32_MIN}) {
@@ -296,16 +339,15 @@ TYPED_TEST_P(PortContracts, noProcessHasTheNumberZeroOrBelow) {
   }
 }
 
-REGISTER_TYPED_TEST_SUITE_P(PortContracts, clockCallsInTheOrderOfTheDeadlinesAndNeverAtOnce,
-                            bootSessionEndsWithAZeroByteAndStaysTheSame,
-                            onlyOurContainersAreGivenAndTheyExist,
-                            everyMediumIsFoundByItsNameAndHasItsOwnId, theWayUpTheRegistryEnds,
-                            aSessionReplaysEveryDiskOfTheRegistryLater,
-                            aDescriptionHasTheTypesOfTheKeys, aMountedVolumesPathHasItsStatistics,
-                            workersEndTogetherAndTheirFailureIsTold, theLogTakesAnyText,
-                            settingsKeepTheirTypesUntilTheyAreRemoved,
-                            anUncachedFileIsThereOnceAndGoesWithItsOwner,
-                            aServiceThatNobodyServesIsAnErrorAndNoReply,
-                            noProcessHasTheNumberZeroOrBelow);
+REGISTER_TYPED_TEST_SUITE_P(
+    PortContracts, clockCallsInTheOrderOfTheDeadlinesAndNeverAtOnce,
+    bootSessionEndsWithAZeroByteAndStaysTheSame, onlyOurContainersAreGivenAndTheyExist,
+    everyMediumIsFoundByItsNameAndHasItsOwnId, theWayUpTheRegistryEnds,
+    aSessionReplaysEveryDiskOfTheRegistryLater, aDescriptionHasTheTypesOfTheKeys,
+    aMountedVolumesPathHasItsStatistics, workersEndTogetherAndTheirFailureIsTold,
+    theLogTakesAnyText, settingsKeepTheirTypesUntilTheyAreRemoved,
+    anUncachedFileIsThereOnceAndGoesWithItsOwner, aServiceThatNobodyServesIsAnErrorAndNoReply,
+    theMachineIsKeptAwakeByEachAssertionForItself, aDaemonThatTheBundleDoesNotHoldIsRefused,
+    theBundleIsAFolderAndTheSystemBeganBeforeNow, noProcessHasTheNumberZeroOrBelow);
 
 }  // namespace halvercine::tests

@@ -14,6 +14,8 @@ using Machine = std::shared_ptr<SimulatedMachine>;
 constexpr std::string_view errorDomain = "NSCocoaErrorDomain";
 /// The one service that is served.
 constexpr std::string_view helperService = "com.halvercine.app.authhelper";
+/// The one daemon that the bundle holds.
+constexpr std::string_view helperList = "com.halvercine.app.authhelper.plist";
 
 // Services and connections are held by what waits for the machine's clock: they must not hold the
 // machine in turn.
@@ -37,11 +39,28 @@ class SimulatedDaemonService : public DaemonService {
   std::weak_ptr<SimulatedMachine> machine_;
 };
 
+/// A daemon whose property list is not in the bundle.
+class AbsentDaemonService : public DaemonService {
+ public:
+  explicit AbsentDaemonService(const std::string& propertyListName)
+      : error_{"Unable to read plist: " + propertyListName, "SMAppServiceErrorDomain", 108} {}
+
+  DaemonStatus status() override { return DaemonStatus::notFound; }
+  void registerDaemon(DaemonStepEnd ended) override { ended(error_); }
+  void unregisterDaemon(DaemonStepEnd ended) override { ended(error_); }
+
+ private:
+  const SystemError error_;
+};
+
 class SimulatedDaemonServices : public DaemonServices {
  public:
   explicit SimulatedDaemonServices(Machine machine) : machine_(std::move(machine)) {}
 
-  std::unique_ptr<DaemonService> daemon(const std::string&) override {
+  std::unique_ptr<DaemonService> daemon(const std::string& propertyListName) override {
+    if (propertyListName != helperList) {
+      return std::make_unique<AbsentDaemonService>(propertyListName);
+    }
     return std::make_unique<SimulatedDaemonService>(machine_);
   }
 

@@ -47,10 +47,12 @@ void CheckAttendance::press(char key) {
 
 /// The first one cancels, the second one leaves.
 void CheckAttendance::interrupt() {
-  if (std::exchange(isInterrupted_, true)) {
-    leaves_ = true;
+  const auto now = context_.platform.clock->uptime();
+  if (interruptedAt_) {
+    leaves_ = leaves_ || now - *interruptedAt_ >= signals_.untilSecond;
     return;
   }
+  interruptedAt_ = now;
   const bool isBeingStopped = session_.cancel() || session_.outcome();
   display_.say(context_.text(isBeingStopped ? "ui.check.cancelling" : "ui.check.nocancel"));
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include <boost/signals2/connection.hpp>
 
@@ -9,6 +10,7 @@
 #include "app/Machine.h"
 #include "app/commands.h"
 #include "check/CheckSessionStore.h"
+#include "platform/Clock.h"
 #include "platform/posix/TerminalKeys.h"
 #include "platform/posix/TerminationSignals.h"
 
@@ -44,7 +46,7 @@ class CheckAttendance {
   boost::signals2::scoped_connection connection_;
   platform::posix::TerminationSignals signals_;
   std::unique_ptr<platform::posix::TerminalKeys> keys_;
-  bool isInterrupted_ = false;
+  std::optional<platform::Uptime> interruptedAt_;
   bool isAbandoned_ = false;
   bool leaves_ = false;
   bool isHungUp_ = false;

@@ -6,6 +6,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
+#include <optional>
 #include <stdlib.h>
 #include <string>
 #include <sys/ioctl.h>
@@ -95,6 +97,15 @@ class RunningProgram {
     termios mode{};
     ::tcgetattr(ours_.get(), &mode);
     return mode.c_lflag & (ICANON | ECHO | ISIG);
+  }
+  /// Whether its output has been made non-blocking; only Linux tells.
+  std::optional<bool> isNonBlocking() const {
+    std::ifstream info("/proc/" + std::to_string(child_) + "/fdinfo/1");
+    for (std::string word; info >> word;) {
+      unsigned flags = 0;
+      if (word == "flags:" && info >> std::oct >> flags) return (flags & O_NONBLOCK) != 0;
+    }
+    return std::nullopt;
   }
   bool echoes() const { return (localFlags() & ECHO) != 0; }
 

@@ -39,11 +39,12 @@ std::optional<ToolExit> endOf(pid_t child) {
   } while (result != 0 && errno == EINTR);
   if (result != 0) return ToolExit{-1, false};  // somebody else has reaped it
   if (info.si_pid == 0) return std::nullopt;
-  if (info.si_code == CLD_EXITED) return ToolExit{info.si_status, false};
+  // macOS has all 32 bits of it.
+  if (info.si_code == CLD_EXITED) return ToolExit{info.si_status & 0xFF, false};
   if (info.si_code == CLD_KILLED || info.si_code == CLD_DUMPED) {
     return ToolExit{info.si_status, true};
   }
-  return std::nullopt;  // macOS also answers for a child that has only stopped
+  return std::nullopt;
 }
 
 /// Whether nothing is left to reap.

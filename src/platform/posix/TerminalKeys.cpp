@@ -1,7 +1,9 @@
 #include "platform/posix/TerminalKeys.h"
 
 #include <array>
+#include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <termios.h>
 #include <tuple>
 #include <unistd.h>
@@ -67,7 +69,11 @@ struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Liste
 
   /// False when the terminal is of a kind that cannot be waited for, as macOS has some.
   bool open() {
-    base::UniqueFd descriptor(::dup(STDIN_FILENO));
+    // Opened anew: what waits for it makes it non-blocking, and what is copied from standard input
+    // is one with the output, the shell and everybody else who has the terminal.
+    const char* const name = ::ttyname(STDIN_FILENO);
+    if (name == nullptr) return false;
+    base::UniqueFd descriptor(::open(name, O_RDONLY | O_NOCTTY | O_CLOEXEC));
     boost::system::error_code error;
     terminal.assign(descriptor.get(), error);
     if (error) return false;
@@ -86,8 +92,6 @@ struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Liste
   void wait() {
     isWaiting = isInForeground();
     if (!isWaiting) return;
-    // Waiting and then reading leaves the terminal in blocking mode, which it shares with the
-    // shell.
     terminal.async_wait(boost::asio::posix::stream_descriptor::wait_read,
                         [weak = weak_from_this()](boost::system::error_code error) {
                           const auto listener = weak.lock();
@@ -100,11 +104,12 @@ struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Liste
                         });
   }
 
+  /// False at the terminal's end.
   bool readKey() {
     char key = 0;
-    if (::read(terminal.native_handle(), &key, 1) != 1) return false;
-    pressed(key);
-    return true;
+    const auto got = ::read(terminal.native_handle(), &key, 1);
+    if (got == 1) pressed(key);
+    return got == 1 || (got < 0 && (errno == EAGAIN || errno == EINTR));
   }
 
   boost::asio::posix::stream_descriptor terminal;

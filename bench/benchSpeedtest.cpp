@@ -23,7 +23,7 @@ class IdleFile : public platform::UncachedFile {
     return static_cast<std::int64_t>(data.size());
   }
   int flush() override { return 0; }
-  bool isUncached() const override { return true; }
+  platform::PageCache pageCache() const override { return platform::PageCache::off; }
   std::size_t bufferAlignment() const override { return 1; }
   int remove() override { return 0; }
 };

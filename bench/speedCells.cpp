@@ -102,7 +102,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "speedCells: no file in %s\n", argv[1]);
     return 1;
   }
-  const bool isDirect = (*file)->isUncached();
+  const bool isDirect = (*file)->pageCache() == platform::PageCache::off;
   Cells cells(std::move(*file), mebibytes * 1024 * 1024);
   if (!cells.fill()) {
     std::fputs("speedCells: the file could not be filled\n", stderr);

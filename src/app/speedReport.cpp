@@ -68,6 +68,19 @@ std::vector<speedtest::VerdictCard> SpeedReport::cards() const {
       {runner.results(), runner.writeCurve(), runner.environment(), isSolidState});
 }
 
+const char* cacheRemark(const speedtest::SpeedTestRunner& runner) {
+  if (!runner.pageCache() || runner.results().empty()) return nullptr;
+  switch (*runner.pageCache()) {
+    case platform::PageCache::off:
+      return nullptr;
+    case platform::PageCache::smallBlocks:
+      return "ui.speedtest.cachedsmall";
+    case platform::PageCache::on:
+      return "ui.speedtest.cached";
+  }
+  return nullptr;
+}
+
 boost::json::object speedReportJson(const CommandContext& context, const SpeedReport& report) {
   const auto& runner = report.runner;
   boost::json::object json;
@@ -78,7 +91,10 @@ boost::json::object speedReportJson(const CommandContext& context, const SpeedRe
   json["fileSize"] = report.plan.fileSize;
   json["bytesWritten"] = runner.bytesWritten();
   json["fileLeft"] = runner.isFileLeft();
-  if (runner.isUncached()) json["uncached"] = *runner.isUncached();
+  if (const auto cache = runner.pageCache()) {
+    json["uncached"] = cache == platform::PageCache::off;
+    json["pageCache"] = boost::describe::enum_to_string(*cache, "");
+  }
   if (runner.environment()) json["environment"] = environmentJson(*runner.environment());
   json["results"] = base::toJson(runner.results());
   json["writeCurve"] = base::toJson(runner.writeCurve());

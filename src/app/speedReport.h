@@ -28,6 +28,9 @@ struct SpeedReport {
 
 std::string speedReportText(const CommandContext& context, const SpeedReport& report);
 
+/// The localization key of what has to be said of the page cache; null when nothing has to be.
+const char* cacheRemark(const speedtest::SpeedTestRunner& runner);
+
 boost::json::object speedReportJson(const CommandContext& context, const SpeedReport& report);
 
 }  // namespace halvercine::app

@@ -103,7 +103,7 @@ std::string remarks(const CommandContext& context, const SpeedReport& report) {
       })) {
     text += indented(context, context.text("ui.speedtest.manysamples"));
   }
-  if (runner.isUncached() == false) text += indented(context, context.text("ui.speedtest.cached"));
+  if (const auto* remark = cacheRemark(runner)) text += indented(context, context.text(remark));
   const std::string tier = boost::describe::enum_to_string(context.options.tier, "");
   if (report.earlier && report.earlier->tier != tier) {
     text += indented(

@@ -93,7 +93,7 @@ class SpeedTestAttendance {
 
   void update() {
     // The file is there, and empty.
-    if (runner_.isUncached() && !isAnnounced_ && !stoppedAt_) {
+    if (runner_.pageCache() && !isAnnounced_ && !stoppedAt_) {
       isAnnounced_ = true;
       announce(context_, display_, target_, plan_);
     }
@@ -133,7 +133,7 @@ Answer withResults(const CommandContext& context, const SpeedReport& report, Ans
 Answer failed(const CommandContext& context, const SpeedReport& report,
               const speedtest::SpeedTestFailure& why) {
   boost::json::object details;
-  if (report.runner.isUncached()) details = speedReportJson(context, report);  // it has begun
+  if (report.runner.pageCache()) details = speedReportJson(context, report);  // it has begun
   if (why.error) details["errno"] = *why.error;
   const auto id =
       why.reason == "generic" ? "speedtest-failed" : why.reason.substr(0, why.reason.find(':'));
@@ -187,8 +187,8 @@ Answer speedtestCommand(const CommandContext& context, Machine& machine) {
   auto answer = answerOf(context, report, attendance.isHungUp());
   if (attendance.isAbandoned()) answer.diagnostic.clear();
   // The text has it below the figures.
-  if (runner.isUncached() == false && !runner.results().empty() && context.options.json) {
-    addRemark(context, answer, "ui.speedtest.cached");
+  if (const auto* remark = cacheRemark(runner); remark && context.options.json) {
+    addRemark(context, answer, remark);
   }
   if (runner.isFileLeft()) addRemark(context, answer, "ui.speedtest.left");
   return answer;

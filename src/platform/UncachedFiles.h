@@ -8,7 +8,17 @@
 #include <span>
 #include <string>
 
+#include <boost/describe/enum.hpp>
+
 namespace halvercine::platform {
+
+/// What goes through the system's page cache, and so is in part the speed of memory.
+enum class PageCache {
+  off,          ///< nothing
+  smallBlocks,  ///< writes of less than 16 KiB, and reads of what they wrote
+  on            ///< everything
+};
+BOOST_DESCRIBE_ENUM(PageCache, off, smallBlocks, on)
 
 /// An open file of this program's own. Destroying it deletes it, if `remove` has not, and closes
 /// it. Any thread, several at a time.
@@ -25,9 +35,8 @@ class UncachedFile {
   /// be asked of the file system is no error. It can take long.
   virtual int flush() = 0;
 
-  /// Whether the page cache is off. False where the file system refuses, or can only do it in
-  /// blocks that are larger than 4 KiB: what is measured then is the machine's memory as well.
-  virtual bool isUncached() const = 0;
+  /// `on` where the file system refuses to do without, or demands blocks of more than 4 KiB.
+  virtual PageCache pageCache() const = 0;
 
   /// What the addresses of buffers have to be a multiple of, in bytes; offsets and sizes need at
   /// most 4096.

@@ -78,7 +78,7 @@ bool SpeedTestRunner::start(std::string folder, SpeedPlan plan, std::string moun
   prepareProgress_ = 0;
   results_.clear();
   writeCurve_.clear();
-  isUncached_.reset();
+  pageCache_.reset();
   isFileLeft_ = false;
   bytesWritten_ = 0;
   environment_ = {platform_.systemInfo->onBattery(), platform_.systemInfo->thermalState()};
@@ -134,7 +134,7 @@ base::Task<std::optional<SpeedTestFailure>> SpeedTestRunner::measure(
   auto made = co_await prepareTestFile(actor_, platform_, std::move(folder), std::move(mountedFrom),
                                        plan.fileSize);
   if (!made) co_return std::move(made.error());
-  isUncached_ = (*made)->isUncached();
+  pageCache_ = (*made)->pageCache();
   work_ = std::make_shared<SpeedWork>(*platform_.clock, std::move(*made), plan.fileSize);
   file->hold(work_);
   const auto work = work_;

@@ -71,8 +71,8 @@ class SpeedTestRunner {
   /// Of `curveCell`, once it has been measured.
   const std::vector<SpeedSample>& writeCurve() const { return writeCurve_; }
   const std::optional<SpeedTestEnvironment>& environment() const { return environment_; }
-  /// Whether the page cache was off; nothing before the file was made.
-  const std::optional<bool>& isUncached() const { return isUncached_; }
+  /// Nothing before the file was made.
+  const std::optional<platform::PageCache>& pageCache() const { return pageCache_; }
   /// The test file could not be deleted, or nobody waited to know whether there is one and it goes;
   /// the next run in its folder deletes it, if it is there.
   bool isFileLeft() const { return isFileLeft_; }
@@ -121,7 +121,7 @@ class SpeedTestRunner {
   std::vector<SpeedCellResult> results_;
   std::vector<SpeedSample> writeCurve_;
   std::optional<SpeedTestEnvironment> environment_;
-  std::optional<bool> isUncached_;
+  std::optional<platform::PageCache> pageCache_;
   bool isFileLeft_ = false;
   std::uint64_t bytesWritten_ = 0;
   std::uint64_t runGeneration_ = 0;

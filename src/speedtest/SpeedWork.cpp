@@ -75,7 +75,7 @@ void fillSlice(SpeedWork& work, std::size_t blockSize, std::size_t workers, std:
   const auto slice = SpeedSlice::of(work.fileSize, blockSize, workers, worker);
   const auto data = work.buffers.data(blockSize);
   // Past the cache, only whole units can be written behind a write that came short.
-  const std::int64_t unit = work.file->isUncached() ? 4096 : 1;
+  const std::int64_t unit = work.file->pageCache() == platform::PageCache::on ? 1 : 4096;
   auto& lane = work.counters.lane(worker);
   for (auto offset = slice.begin; offset < slice.end && work.goesOn();) {
     const auto rest = data.subspan(offset % blockSize);  // all of it, unless a write came short

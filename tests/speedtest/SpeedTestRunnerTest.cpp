@@ -247,7 +247,7 @@ class HookedFiles : public platform::UncachedFiles {
       ++files_.flushes;
       return file_->flush();
     }
-    bool isUncached() const override { return file_->isUncached(); }
+    platform::PageCache pageCache() const override { return file_->pageCache(); }
     std::size_t bufferAlignment() const override {
       if (files_.isMemoryShort) throw std::bad_alloc();
       return file_->bufferAlignment();
@@ -494,11 +494,11 @@ TEST(SpeedTestRunnerTest, ADiskThatIsUnpluggedEndsTheRun) {
 }
 
 TEST(SpeedTestRunnerTest, TheEnvironmentIsThatOfTheStart) {
-  Bench bench(R"({"uncached": false})", "{}", R"({"onBattery": true, "thermal": "serious"})");
+  Bench bench(R"({"pageCache": "on"})", "{}", R"({"onBattery": true, "thermal": "serious"})");
   bench.run({16 * mebibyte, 0s, 10ms, 10ms, 10ms});
   EXPECT_EQ(bench.runner.environment(),
             (SpeedTestEnvironment{true, platform::ThermalState::serious}));
-  EXPECT_EQ(bench.runner.isUncached(), false);
+  EXPECT_EQ(bench.runner.pageCache(), platform::PageCache::on);
 }
 
 TEST(SpeedPlanTest, OnlyTheLargestFileIsSmallerOnFat) {

@@ -68,7 +68,7 @@ posix::Caching switchCachingOff(int file) {
     ::fcntl(file, F_SETFL, flags);
     return {};
   }
-  return {true, std::max<std::size_t>(alignments.ofBuffers, 1)};
+  return {PageCache::off, std::max<std::size_t>(alignments.ofBuffers, 1)};
 }
 
 }  // namespace halvercine::platform::gnulinux

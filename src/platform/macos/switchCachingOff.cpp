@@ -6,7 +6,9 @@
 namespace halvercine::platform::macos {
 
 posix::Caching switchCachingOff(int file) {
-  return {::fcntl(file, F_NOCACHE, 1) == 0, static_cast<std::size_t>(::getpagesize())};
+  const bool isSwitched = ::fcntl(file, F_NOCACHE, 1) == 0;
+  return {isSwitched ? PageCache::smallBlocks : PageCache::on,
+          static_cast<std::size_t>(::getpagesize())};
 }
 
 }  // namespace halvercine::platform::macos

@@ -65,7 +65,7 @@ class PosixUncachedFile : public UncachedFile {
   }
 
   int flush() override { return synchronize(file_.get()); }
-  bool isUncached() const override { return caching_.isOff; }
+  PageCache pageCache() const override { return caching_.pageCache; }
   std::size_t bufferAlignment() const override { return caching_.bufferAlignment; }
 
   int remove() override {

@@ -7,7 +7,7 @@ namespace halvercine::platform::posix {
 
 /// What came of switching the page cache off for an open file.
 struct Caching {
-  bool isOff = false;
+  PageCache pageCache = PageCache::on;
   std::size_t bufferAlignment = 1;
 };
 

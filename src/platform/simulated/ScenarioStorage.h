@@ -8,6 +8,8 @@
 
 #include <boost/describe.hpp>
 
+#include "platform/UncachedFiles.h"
+
 namespace halvercine::platform::simulated {
 
 /// What an operation costs, from so many transferred bytes on.
@@ -25,7 +27,7 @@ struct ScenarioStorage {
   std::int64_t channels = 1;   ///< operations at the same time
   std::int64_t slowEvery = 0;  ///< each n-th operation takes longer; 0: none
   double slowUs = 0;           ///< by so much
-  bool uncached = true;        ///< the page cache can be switched off
+  PageCache pageCache = PageCache::off;
   std::optional<std::string> openError;
   std::int64_t openErrors = 0;  ///< so many times; 0: always
   std::optional<std::string> readError;
@@ -34,7 +36,7 @@ struct ScenarioStorage {
   double writeErrorAfterMiB = 0;
 };
 BOOST_DESCRIBE_STRUCT(ScenarioStorage, (),
-                      (read, write, channels, slowEvery, slowUs, uncached, openError, openErrors,
+                      (read, write, channels, slowEvery, slowUs, pageCache, openError, openErrors,
                        readError, readErrorAfterMiB, writeError, writeErrorAfterMiB))
 
 }  // namespace halvercine::platform::simulated

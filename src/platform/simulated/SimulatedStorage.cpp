@@ -56,7 +56,7 @@ class SimulatedStorage::File : public UncachedFile {
     return storage_->transfer(*this, Direction::write, data.size());
   }
   int flush() override { return storage_->isThere(*this) ? 0 : ENXIO; }
-  bool isUncached() const override { return storageLaw_.uncached; }
+  PageCache pageCache() const override { return storageLaw_.pageCache; }
   std::size_t bufferAlignment() const override { return 1; }
   int remove() override { return storage_->remove(*this); }
 

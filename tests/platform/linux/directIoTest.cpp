@@ -39,19 +39,20 @@ TEST(DirectIoTest, TheFlagIsWhatIsAnswered) {
     const auto file = newFile(folder);
     if (!file) continue;
     const auto caching = switchCachingOff(file.get());
-    EXPECT_EQ(isDirect(file.get()), caching.isOff);
+    EXPECT_EQ(isDirect(file.get()), caching.pageCache == PageCache::off);
     EXPECT_GE(caching.bufferAlignment, 1u);
     EXPECT_TRUE(isEmpty(file.get()));
     struct statfs status {};
     if (::fstatfs(file.get(), &status) == 0 && status.f_type == TMPFS_MAGIC) {
-      EXPECT_FALSE(caching.isOff) << "memory is its cache";
+      EXPECT_EQ(caching.pageCache, PageCache::on) << "memory is its cache";
     }
   }
 }
 
 TEST(DirectIoTest, AProbeThatComesShortIsARefusal) {
   const auto file = newFile("/var/tmp");
-  if (!file || !switchCachingOff(file.get()).isOff) GTEST_SKIP() << "no direct I/O here";
+  if (!file || switchCachingOff(file.get()).pageCache == PageCache::on)
+    GTEST_SKIP() << "no direct I/O here";
   ASSERT_EQ(::fcntl(file.get(), F_SETFL, 0), 0);
   // No file of this process may have a whole block.
   rlimit before{};
@@ -62,7 +63,7 @@ TEST(DirectIoTest, AProbeThatComesShortIsARefusal) {
   const auto caching = switchCachingOff(file.get());
   ::setrlimit(RLIMIT_FSIZE, &before);
   std::signal(SIGXFSZ, handler);
-  EXPECT_FALSE(caching.isOff);
+  EXPECT_NE(caching.pageCache, PageCache::off);
   EXPECT_FALSE(isDirect(file.get())) << "the flag is as it was";
   EXPECT_TRUE(isEmpty(file.get()));
 }

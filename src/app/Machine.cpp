@@ -21,6 +21,17 @@ namespace simulated = platform::simulated;
 // Far above any scenario that somebody writes or generates.
 constexpr std::size_t scenarioLimit = 64 * 1024 * 1024;
 
+std::string bundledScenarios() {
+  constexpr std::string_view folder = "scenarios/";
+  std::string names;
+  for (auto path : base::resourcesBelow(folder)) {
+    path.remove_prefix(folder.size());
+    names += names.empty() ? "" : ", ";
+    names += path.substr(0, path.rfind('.'));
+  }
+  return names;
+}
+
 std::expected<simulated::Scenario, std::string> loadScenario(const std::string& name) {
   const auto bundled = base::resource("scenarios/" + name + ".json");
   std::string text;
@@ -28,7 +39,10 @@ std::expected<simulated::Scenario, std::string> loadScenario(const std::string& 
     text = *bundled;
   } else {
     auto content = readUserFile(name, scenarioLimit);
-    if (!content) return std::unexpected(base::displayText(name) + ": " + content.error());
+    if (!content) {
+      return std::unexpected(base::displayText(name) + ": " + content.error() +
+                             "\nThe bundled scenarios: " + bundledScenarios());
+    }
     text = std::move(*content);
   }
   auto scenario = simulated::readScenario(text);

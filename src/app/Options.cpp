@@ -6,7 +6,8 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
-#include <boost/describe.hpp>
+
+#include "app/declareCommandLine.h"
 
 namespace halvercine::app {
 namespace {
@@ -19,146 +20,12 @@ base::Language languageOfEnvironment() {
   return base::Language::en;
 }
 
-/// Numbers only: what reads as "nan" is within every range.
-std::string refuseSeconds(const std::string& text) {
-  constexpr double most = 1e9;
-  double seconds = 0;
-  const bool fits = CLI::detail::lexical_cast(text, seconds) && seconds >= 0 && seconds <= most;
-  return fits ? "" : text + " is not a number of seconds from 0 to 1000000000";
-}
-
-void addGlobalOptions(CLI::App& program, Options& options, std::string& scenario,
-                      std::string& language) {
-  program
-      .add_option("--simulate", scenario,
-                  "Work on a simulated Mac: a scenario file, or the name of a bundled one")
-      ->option_text("[=SCENARIO]");
-  program.add_option("--at", options.at, "Let so many simulated seconds pass first")
-      ->option_text("SECONDS")
-      ->check(refuseSeconds);
-  program.add_flag("--fast", options.fast, "Let simulated time pass as fast as it can");
-  program.add_option("--lang", language, "Language of the texts: en, zh-Hans")
-      ->option_text("LANGUAGE")
-      ->check(CLI::IsMember({"en", "zh-Hans"}));
-  program.add_flag("--json", options.json, "Print one JSON document");
-  program.add_flag("--no-color", options.noColor, "Print without colours");
-  program.set_version_flag("--version", std::string(), "Show the version");
-}
-
-void addDisk(CLI::App* command, Options& options) {
-  command
-      ->add_option("DISK", options.disk,
-                   "BSD name, device path, volume UUID, mount point or volume name")
-      ->required();
-}
-
-void addLogActions(CLI::App& log, Options& options) {
-  const auto add = [&](LogAction action, const std::string& name, const std::string& description) {
-    auto* added = log.add_subcommand(name, description);
-    added->fallthrough();
-    added->callback([&options, action] { options.logAction = action; });
-    return added;
-  };
-  log.require_subcommand(1);
-  add(LogAction::show, "show", "Show the entries, newest first");
-  auto* exportTo = add(LogAction::exportTo, "export", "Write the entries to a text file");
-  exportTo->add_option("FILE", options.file, "A new file, or - for standard output")
-      ->capture_default_str();
-  exportTo->add_flag("--force", options.force, "Replace a file that is there");
-  add(LogAction::copy, "copy", "Put the entries onto the clipboard");
-  add(LogAction::clear, "clear", "Delete all entries")
-      ->add_flag("--yes", options.yes, "Do not ask");
-}
-
-void addHelperActions(CLI::App& helper, Options& options) {
-  const auto add = [&](HelperAction action, const std::string& name,
-                       const std::string& description) {
-    auto* added = helper.add_subcommand(name, description);
-    added->fallthrough();
-    added->callback([&options, action] { options.helperAction = action; });
-    return added;
-  };
-  helper.require_subcommand(1);
-  add(HelperAction::status, "status", "Show whether the helper can be used");
-  add(HelperAction::registerIt, "register", "Have the system start it when it is needed");
-  add(HelperAction::repair, "repair", "Register it anew when it is enabled but cannot be reached");
-  add(HelperAction::install, "install", "Install it as the administrator")
-      ->add_flag("--yes", options.yes, "Do not ask");
-  add(HelperAction::unregister, "unregister", "Take the registration back")
-      ->add_flag("--yes", options.yes, "Do not ask");
-}
-
-void addSpeedTest(CLI::App& command, Options& options) {
-  command
-      .add_option("PATH", options.disk,
-                  "A folder on the volume, or a BSD name, device path, volume UUID, mount point or "
-                  "volume name")
-      ->required();
-  command
-      .add_option_function<std::string>(
-          "--tier",
-          [&options](const std::string& word) {
-            boost::describe::enum_from_string(word.c_str(), options.tier);
-          },
-          "How large and how long: fast, standard, endurance")
-      ->option_text("TIER")
-      ->check(CLI::IsMember({"fast", "standard", "endurance"}));
-  command
-      .add_option("--compare", options.compareWith,
-                  "Set the result of an earlier `speedtest --json` beside this one")
-      ->option_text("FILE");
-}
-
-void addDuration(CLI::App* command, Options& options) {
-  command->add_option("--for", options.seconds, "End after so many seconds")
-      ->option_text("SECONDS")
-      ->check(refuseSeconds);
-}
-
-/// One command a line, each with its own arguments.
-void addCommands(CLI::App& program, Options& options) {
-  const auto add = [&](Command command, const std::string& description) {
-    auto* added = program.add_subcommand(std::string(commandName(command)), description);
-    added->fallthrough();
-    added->callback([&options, command] { options.command = command; });
-    return added;
-  };
-  add(Command::list, "List the disks and volumes");
-  addDisk(add(Command::info, "Show everything that is known of one disk"), options);
-  addDisk(add(Command::explain, "Say why a disk is as it is, and what can be done about it"),
-          options);
-  addDuration(add(Command::watch, "Follow the disks as they come, change and go"), options);
-  addDuration(add(Command::run, "Stay, and make read-only NTFS volumes writable as they come"),
-              options);
-  auto* mount = add(Command::mount, "Mount a volume");
-  addDisk(mount, options);
-  mount->add_flag("--read-only", options.readOnly, "Mount it so that it cannot be changed");
-  auto* unmount = add(Command::unmount, "Unmount a volume");
-  addDisk(unmount, options);
-  unmount->add_flag("--force", options.force, "Unmount it although files on it are open");
-  addDisk(add(Command::takeover, "Unmount a read-only NTFS volume and mount it writable"), options);
-  add(Command::occupants, "Show which programs have files open below mount points")
-      ->add_option("PATH", options.paths, "Mount points")
-      ->required();
-  add(Command::drivers, "Show other vendors' NTFS drivers on this machine");
-  addLogActions(*add(Command::log, "Show, export or clear the record of what was done to disks"),
-                options);
-  auto* check = add(Command::check, "Check an NTFS volume, or repair it");
-  addDisk(check, options);
-  check->add_flag("--repair", options.repair, "Repair what can be repaired");
-  check->add_flag("--direct", options.direct,
-                  "Check with the command-line tool, without the file-system module");
-  check->add_flag("--yes", options.yes, "Repair without asking");
-  check->add_flag("--copy", options.copy, "Copy the report to the clipboard too");
-  addHelperActions(*add(Command::helper, "Show or change how the privileged helper is started"),
-                   options);
-  auto* unlock = add(Command::unlock, "Unlock a BitLocker volume");
-  addDisk(unlock, options);
-  unlock->add_flag("--recovery", options.recovery, "With the 48-digit recovery password");
-  unlock->add_flag("--remember", options.remember, "Keep the password in the keychain");
-  unlock->add_flag("--read-only", options.readOnly, "Mount it so that it cannot be changed");
-  addSpeedTest(*add(Command::speedtest, "Measure how fast a volume is read and written"), options);
-  add(Command::version, "Show the version");
+std::string commandsOf(const CLI::App& command) {
+  std::string names;
+  for (const auto* one : command.get_subcommands([](const CLI::App*) { return true; })) {
+    names += (names.empty() ? "" : ", ") + one->get_name();
+  }
+  return names;
 }
 
 NothingToRun nothingToRun(const CLI::App& program, const CLI::ParseError& error, bool json) {
@@ -170,13 +37,15 @@ NothingToRun nothingToRun(const CLI::App& program, const CLI::ParseError& error,
   nothing.text = isHelp ? help.str() : problem.str();
   nothing.json = json;
   const auto commands = program.get_subcommands();
-  const auto unknown = program.remaining();
-  if (!commands.empty()) {
-    nothing.command = commands.front()->get_name();
-  } else if (!isHelp && !unknown.empty()) {
-    // The parser says only that there is no command.
-    nothing.text = "There is no command or option " + unknown.front() +
-                   "\nRun with --help for more information.";
+  const bool lacksCommand = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
+  const auto unknown = lacksCommand ? program.remaining(true) : std::vector<std::string>();
+  if (!commands.empty()) nothing.command = commands.front()->get_name();
+  // The parser says only that there is no command.
+  if (!isHelp && !unknown.empty()) {
+    nothing.text = "There is no command or option " + unknown.front();
+    const auto known = commands.empty() ? "" : commandsOf(*commands.front());
+    if (!known.empty()) nothing.text += "; there are " + known;
+    nothing.text += "\nRun with --help for more information.";
   }
   return nothing;
 }
@@ -227,19 +96,26 @@ std::expected<Options, NothingToRun> readOptions(int argc, const char* const* ar
   options.language = languageOfEnvironment();
   std::string scenario;
   std::string language;
-  addGlobalOptions(program, options, scenario, language);
-  program.require_subcommand(1);
-  program.fallthrough();
-  addCommands(program, options);
+  declareCommandLine(program, options, scenario, language);
   std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
   // What follows is no option any more.
   const auto optionsEnd = std::find(words.begin(), words.end(), "--");
   const bool json = std::find(words.begin(), optionsEnd, "--json") != optionsEnd;
+  const auto simulate = std::find(words.begin(), optionsEnd, "--simulate");
+  const auto behindIt = simulate != optionsEnd && simulate + 1 != optionsEnd ? simulate[1] : "";
   // Without a value it takes no word behind it.
   std::replace_if(
       words.begin(), optionsEnd,
       [](const auto& word) { return word == "--simulate" || word == "--simulate="; },
       "--simulate=default");
+  // Without a value the parser would take the word behind it, which may be the command.
+  const auto bare = std::find_if(words.begin(), optionsEnd, [](const auto& word) {
+    return word.starts_with("--") && word.ends_with('=');
+  });
+  if (bare != optionsEnd) {
+    return std::unexpected(
+        NothingToRun{ExitStatus::usage, "There is no value in " + *bare, "", json});
+  }
   std::reverse(words.begin(), words.end());  // as the parser wants them
   try {
     program.parse(std::move(words));
@@ -248,7 +124,13 @@ std::expected<Options, NothingToRun> readOptions(int argc, const char* const* ar
     options.json = json;
     return options;
   } catch (const CLI::ParseError& error) {
-    return std::unexpected(nothingToRun(program, error, json));
+    auto nothing = nothingToRun(program, error, json);
+    const auto unexpected = program.remaining(true);
+    if (std::find(unexpected.begin(), unexpected.end(), behindIt) != unexpected.end()) {
+      if (!nothing.text.ends_with('\n')) nothing.text += '\n';
+      nothing.text += "Write --simulate=" + behindIt + " for a scenario.";
+    }
+    return std::unexpected(std::move(nothing));
   }
   if (program.count("--simulate") > 0) options.scenario = scenario;
   if (!language.empty()) options.language = base::languageOf(language);

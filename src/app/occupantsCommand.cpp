@@ -4,6 +4,7 @@
 
 #include <boost/json/array.hpp>
 
+#include "app/DiskSelector.h"
 #include "app/Table.h"
 #include "app/commands.h"
 #include "app/runToAnswer.h"
@@ -62,13 +63,15 @@ bool isMountPath(const std::vector<DiskView>& views, const std::string& path) {
 }
 
 /// The path as the kernel spells it, or nothing when there is none. A mount point is taken as it
-/// is: a volume that does not answer must not be asked. On a simulated Mac no path is real.
+/// is: a volume that does not answer must not be asked. On a simulated Mac no path is real, and
+/// none relative.
 std::optional<std::string> canonicalPath(const CommandContext& context,
                                          const std::vector<DiskView>& views,
                                          const std::string& path) {
   auto plain = std::filesystem::path(path).lexically_normal().string();
   if (plain.size() > 1 && plain.ends_with('/')) plain.pop_back();
-  if (context.options.scenario || isMountPath(views, plain)) return plain;
+  if (isMountPath(views, plain)) return plain;
+  if (context.options.scenario) return path.starts_with('/') ? std::optional(plain) : std::nullopt;
   std::error_code error;
   const auto canonical = std::filesystem::canonical(path, error);
   if (error) return std::nullopt;
@@ -80,7 +83,16 @@ std::expected<Search, Answer> prepare(const CommandContext& context) {
   if (!views) return std::unexpected(std::move(views.error()));
   Search search;
   for (const auto& path : context.options.paths) {
-    const auto canonical = canonicalPath(context, *views, path);
+    auto canonical = canonicalPath(context, *views, path);
+    // What is no path may be what every other command knows the volume by.
+    if (const auto disk = selectDisk(*views, path); !canonical && disk) {
+      canonical = (*disk)->disk.mountPath;
+      if (!canonical) {
+        return std::unexpected(
+            failure(context.options, ExitStatus::failed, "not-mounted",
+                    context.text("ui.error.notmounted", {base::displayText((*disk)->disk.name)})));
+      }
+    }
     if (!canonical) {
       return std::unexpected(failure(context.options, ExitStatus::failed, "no-such-path",
                                      context.text("ui.error.nopath", {base::displayText(path)})));

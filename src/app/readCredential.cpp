@@ -88,7 +88,7 @@ std::expected<base::Secret, Answer> ask(const CommandContext& context, const Dis
 std::expected<base::Secret, Answer> readLine(const CommandContext& context) {
   auto line = platform::posix::readSecretLine();
   if (!line && line.error() != std::errc::message_size) {
-    return std::unexpected(failure(context.options, ExitStatus::failed, "credential-unread",
+    return std::unexpected(failure(context.options, ExitStatus::failed, "input-failed",
                                    context.text("ui.unlock.unread", {line.error().message()})));
   }
   if (!line || line->reveal().find('\0') != std::string_view::npos) {

@@ -45,6 +45,9 @@ std::optional<Answer> refusal(const CommandContext& context, const DiskView& vie
   const auto name = base::displayText(disk.name);
   if (!disk.bitLocker)
     return refuse("not-bitlocker", context.text("ui.unlock.notbitlocker", {name}));
+  if (disk.isMounted && disk.isWritable && context.options.readOnly) {
+    return refuse("mounted-writable", context.text("ui.mount.writable", {name, disk.id}));
+  }
   if (disk.isMounted) return success(context, view, true);
   if (disk.bitLocker->isUnlocked() && disk.isNtfs()) {
     return refuse("not-locked", context.text("ui.unlock.notlocked", {name, disk.id}));

@@ -48,6 +48,7 @@ using Identities = std::vector<std::string>;
 
 TEST_F(ManualUnmountTest, OnlyWhatSucceededIsRemembered) {
   EXPECT_EQ(run(unmountCommand, "Used"), ExitStatus::busy);
+  EXPECT_EQ(run(unmountCommand, "disk4"), ExitStatus::failed) << "its volumes are mounted";
   EXPECT_EQ(remembered(), Identities());
   EXPECT_EQ(run(unmountCommand, "Free"), ExitStatus::done);
   const Identities free{"11111111-2222-3333-4444-555555555555"};

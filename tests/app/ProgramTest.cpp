@@ -93,8 +93,16 @@ TEST(ProgramTest, FailuresHaveAStatusAndAStableIdentifier) {
       {{}, 2, "usage", ""},
       {{"list", "--lang", "fr"}, 2, "usage", "list"},
       {{"info"}, 2, "usage", "info"},
-      {{"list", "--at", "-1"}, 2, "usage", "list"},
-      {{"list", "--at", "nan"}, 2, "usage", "list"},
+      {{"list", "--lang="}, 2, "usage", ""},
+      {{"log", "lst"}, 2, "usage", "log"},
+      {{"--simulate", "list", "--at", "-1"}, 2, "usage", "list"},
+      {{"--simulate", "list", "--at", "nan"}, 2, "usage", "list"},
+      {{"list", "--at", "3"}, 2, "usage", "list"},
+      {{"--simulate", "mount", "disk4"}, 1, "whole-disk", "mount"},
+      {{"--simulate", "mount", "Photos", "--read-only"}, 1, "mounted-writable", "mount"},
+      {{"--simulate", "unmount", "/"}, 1, "start-volume", "unmount"},
+      {{"--simulate", "occupants", "Untitled 1"}, 1, "not-mounted", "occupants"},
+      {{"--simulate", "occupants", "Photo"}, 1, "no-such-path", "occupants"},
       {{"watch", "--for", "inf"}, 2, "usage", "watch"},
   };
   for (const auto& row : rows) {
@@ -119,6 +127,8 @@ TEST(ProgramTest, OptionsEndWhereTheUserEndsThem) {
   EXPECT_EQ(run.status, 3) << "--simulate= takes no word behind it";
   EXPECT_THAT(run.output, Not(HasSubstr("{")));
   EXPECT_THAT(run.errors, HasSubstr("--json"));
+  const auto spaced = runProgram({"--simulate", "checks", "list"});
+  EXPECT_THAT(spaced.errors, HasSubstr("--simulate=checks"));
   EXPECT_EQ(runProgram({"list", "--version"}).output, runProgram({"version"}).output);
   EXPECT_EQ(runProgram({"--version", "--json"}).output, runProgram({"version", "--json"}).output);
 }

@@ -38,7 +38,9 @@ std::optional<std::filesystem::path> XdgContainers::groupContainer(const std::st
 std::optional<std::filesystem::path> XdgContainers::applicationSupport() {
   if (auto configured = absolutePathIn("XDG_DATA_HOME")) return configured;
   const auto folder = home();
-  if (!folder) return std::nullopt;
+  std::error_code error;
+  // A home that is missing may come, with what is in it: none is made in its place.
+  if (!folder || !std::filesystem::is_directory(*folder, error)) return std::nullopt;
   return *folder / ".local" / "share";
 }
 

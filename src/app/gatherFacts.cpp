@@ -76,9 +76,8 @@ mount::TakeoverFacts takeoverFacts(const CommandContext& context, const disks::D
   }
   const auto& failure = statuses.record.lastFailure;
   if (failure && statuses.record.lastFailureDevice == deviceId) facts.lastError = failure->rawError;
-  if (disk.isReadOnlyNtfs() && !mount::isModuleAuthorized(*context.platform.containers)) {
-    facts.skippedBecause = context.text("ui.takeover.unauthorized");
-  }
+  facts.isModuleOff =
+      disk.isReadOnlyNtfs() && !mount::isModuleAuthorized(*context.platform.containers);
   return facts;
 }
 

@@ -33,7 +33,7 @@ struct TakeoverFacts {
   bool stopped = false;                  ///< all attempts are made
   bool awaitsRemount = false;            ///< it has unmounted the volume and is to mount it again
   std::optional<std::string> lastError;  ///< the disk tool's words when it last failed
-  std::optional<std::string> skippedBecause;  ///< why it last held back
+  bool isModuleOff = false;  ///< the user has not turned the file-system module on: it holds back
 };
 
 /// Facts of one moment. A probe that failed or took too long leaves its fact absent: not known.

@@ -91,6 +91,7 @@ class Steps {
   Steps& takeover(Recovery recovery) {
     if (recovery == Recovery::suppressed) return say("explain.step.waitforjob");
     if (recovery == Recovery::running) return say("explain.step.keepconnected");
+    if (facts_.takeover.isModuleOff) say("explain.step.moduleon");
     closePrograms();
     if (recovery == Recovery::noController) type("explain.step.run", "halvercine run");
     return type("explain.step.takeover", "halvercine takeover " + id_).replug();

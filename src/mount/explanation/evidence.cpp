@@ -162,7 +162,7 @@ class Lines {
       lines_.push_back({"explain.fact.takeover.next", {}, {durationText(left)}});
     }
     if (takeover.lastError) add("explain.fact.takeover.error", {*takeover.lastError});
-    if (takeover.skippedBecause) add("explain.fact.takeover.skipped", {*takeover.skippedBecause});
+    if (takeover.isModuleOff) add("explain.fact.takeover.moduleoff");
   }
 
   void destructiveJob() {

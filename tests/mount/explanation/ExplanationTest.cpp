@@ -125,7 +125,7 @@ std::vector<VolumeFacts> everyCombination() {
   multiply({[](auto& facts) { facts.takeover.controllerRuns = true; },
             [](auto& facts) { facts.takeover.awaitsRemount = true; },
             [](auto& facts) { facts.takeover = {true, true, 1, facts.now, false, true, "Z", {}}; },
-            [](auto& facts) { facts.takeover = {true, false, 5, {}, true, true, "Z", "W"}; }});
+            [](auto& facts) { facts.takeover = {true, false, 5, {}, true, true, "Z", true}; }});
   return all;
 }
 
@@ -169,7 +169,7 @@ TEST(ExplanationTest, EveryFactHasItsLine) {
                     .stopped = false,
                     .awaitsRemount = false,
                     .lastError = "Resource busy",
-                    .skippedBecause = "busy"};
+                    .isModuleOff = true};
   std::string lines;
   for (const auto& line : explain(facts).evidence) lines += line.in(english) + '\n';
   EXPECT_EQ(lines, R"(File system: ntfs.
@@ -186,7 +186,7 @@ The resident controller (halvercine run) is running.
 Attempts made to mount it for writing: 3 of 5.
 The next attempt is due in 119 s.
 When it failed last, the disk tool said: Resource busy
-Halvercine last held back because: busy
+Halvercine holds back, because its file-system extension is not turned on.
 )");
 }
 

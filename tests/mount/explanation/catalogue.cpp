@@ -178,6 +178,11 @@ void addRecoverable(std::vector<Situation>& all) {
                  state,
                  Recovery::watching,
                  {takeItOver}});
+  all.push_back({"The same; the file-system extension is not turned on",
+                 withTakeover(resource, [](auto& takeover) { takeover.isModuleOff = true; }),
+                 state,
+                 Recovery::watching,
+                 {takeItOver}});
   all.push_back({"The same; an attempt is under way", withTakeover(resource, works), state,
                  Recovery::running});
   all.push_back({"The same; an attempt failed, and the next is due",

@@ -110,11 +110,16 @@ std::expected<Options, NothingToRun> readOptions(int argc, const char* const* ar
       "--simulate=default");
   // Without a value the parser would take the word behind it, which may be the command.
   const auto bare = std::find_if(words.begin(), optionsEnd, [](const auto& word) {
-    return word.starts_with("--") && word.ends_with('=');
+    return word.starts_with("--") && word.find('=') == word.size() - 1;
   });
   if (bare != optionsEnd) {
-    return std::unexpected(
-        NothingToRun{ExitStatus::usage, "There is no value in " + *bare, "", json});
+    NothingToRun nothing{ExitStatus::usage, "There is no value in " + *bare, "", json};
+    const auto command = std::find_if(words.begin(), optionsEnd, [&](const auto& word) {
+      return !program.get_subcommands([&](const auto* one) { return one->get_name() == word; })
+                  .empty();
+    });
+    if (command != optionsEnd) nothing.command = *command;
+    return std::unexpected(std::move(nothing));
   }
   std::reverse(words.begin(), words.end());  // as the parser wants them
   try {
@@ -126,7 +131,8 @@ std::expected<Options, NothingToRun> readOptions(int argc, const char* const* ar
   } catch (const CLI::ParseError& error) {
     auto nothing = nothingToRun(program, error, json);
     const auto unexpected = program.remaining(true);
-    if (std::find(unexpected.begin(), unexpected.end(), behindIt) != unexpected.end()) {
+    if (!behindIt.empty() && !behindIt.starts_with('-') &&
+        std::find(unexpected.begin(), unexpected.end(), behindIt) != unexpected.end()) {
       if (!nothing.text.ends_with('\n')) nothing.text += '\n';
       nothing.text += "Write --simulate=" + behindIt + " for a scenario.";
     }

@@ -173,8 +173,8 @@ void declareCommandLine(CLI::App& program, Options& options, std::string& scenar
   addGlobalOptions(program, options, scenario, language);
   program.require_subcommand(1);
   program.fallthrough();
-  program.footer(footer);
   addCommands(program, options);
+  program.footer(footer);  // last: commands would take it over
 }
 
 }  // namespace halvercine::app

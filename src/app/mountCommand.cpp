@@ -1,16 +1,11 @@
-#include <optional>
 #include <string>
 #include <utility>
-#include <vector>
-
-#include <boost/json/array.hpp>
 
 #include "app/DiskSelector.h"
 #include "app/commands.h"
 #include "app/runToAnswer.h"
 #include "app/selectionFailure.h"
 #include "app/toolFailure.h"
-#include "base/BsdName.h"
 #include "base/Text.h"
 #include "disks/DiskUtility.h"
 #include "mount/MountAccessReportStore.h"
@@ -64,28 +59,6 @@ Answer successfully(const CommandContext& context, const disks::Disk& disk, Wish
   return answer;
 }
 
-/// Why a command that mounts and unmounts volumes does not touch this one, if so. A whole disk may
-/// have no partitions, and be a volume itself.
-std::optional<Answer> refusal(const CommandContext& context, const std::vector<DiskView>& views,
-                              const disks::Disk& disk) {
-  const auto name = base::displayText(disk.name);
-  if (disk.mountPath == "/") {
-    return failure(context.options, ExitStatus::failed, "start-volume",
-                   context.text("ui.error.startvolume", {name}));
-  }
-  boost::json::array volumes;
-  std::string list;
-  for (const auto& view : views) {
-    if (view.disk.id == disk.id || base::wholeDiskName(view.disk.id) != disk.id) continue;
-    volumes.emplace_back(view.disk.id);
-    list += (list.empty() ? "" : ", ") + view.disk.id;
-  }
-  if (disk.isMounted || volumes.empty()) return std::nullopt;
-  return failure(context.options, ExitStatus::failed, "whole-disk",
-                 context.text("ui.error.wholedisk", {name, list}),
-                 {{"volumes", std::move(volumes)}});
-}
-
 base::Task<Answer> mountVolume(const CommandContext& context, const disks::DiskUtility& utility,
                                disks::Disk disk) {
   if (disk.isMounted && disk.isWritable && context.options.readOnly) {
@@ -119,6 +92,10 @@ bool isBeingTakenOver(const CommandContext& context, const disks::Disk& disk) {
 
 base::Task<Answer> unmountVolume(const CommandContext& context, const disks::DiskUtility& utility,
                                  disks::Disk disk) {
+  if (disk.mountPath == "/") {
+    co_return failure(context.options, ExitStatus::failed, "start-volume",
+                      context.text("ui.error.startvolume", {base::displayText(disk.name)}));
+  }
   if (isBeingTakenOver(context, disk)) {
     co_return failure(context.options, ExitStatus::busy, "busy", context.text("ui.takeover.busy"));
   }
@@ -137,7 +114,7 @@ Answer runOn(const CommandContext& context, Machine& machine, Operation operatio
   if (!views) return views.error();
   const auto selected = selectDisk(*views, context.options.disk);
   if (!selected) return selectionFailure(context, selected.error());
-  if (auto refused = refusal(context, *views, (*selected)->disk)) return std::move(*refused);
+  if (auto whole = wholeDiskFailure(context, *views, (*selected)->disk)) return std::move(*whole);
   const disks::DiskUtility utility(*context.platform.toolRunner, *context.platform.clock,
                                    *context.platform.mediaRegistry);
   return runToAnswer(context, machine, Interruption::waits,

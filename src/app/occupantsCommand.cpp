@@ -8,6 +8,7 @@
 #include "app/Table.h"
 #include "app/commands.h"
 #include "app/runToAnswer.h"
+#include "app/selectionFailure.h"
 #include "base/Text.h"
 #include "disks/DiskUtility.h"
 
@@ -78,27 +79,39 @@ std::optional<std::string> canonicalPath(const CommandContext& context,
   return canonical.string();
 }
 
+/// Where the volume is mounted that `argument` names in the way of every other command.
+std::expected<std::string, Answer> mountPathOfDisk(const CommandContext& context,
+                                                   const std::vector<DiskView>& views,
+                                                   const std::string& argument) {
+  const auto selected = selectDisk(views, argument);
+  if (!selected) {
+    return std::unexpected(
+        selected.error().isAmbiguous()
+            ? ambiguity(context, argument, selected.error())
+            : failure(context.options, ExitStatus::failed, "no-such-path",
+                      context.text("ui.error.nopath", {base::displayText(argument)})));
+  }
+  const auto& disk = (*selected)->disk;
+  if (disk.mountPath) return *disk.mountPath;
+  if (auto whole = wholeDiskFailure(context, views, disk)) return std::unexpected(*whole);
+  return std::unexpected(
+      failure(context.options, ExitStatus::failed, "not-mounted",
+              context.text("ui.error.notmounted", {base::displayText(disk.name)})));
+}
+
 std::expected<Search, Answer> prepare(const CommandContext& context) {
   auto views = viewDisks(context);
   if (!views) return std::unexpected(std::move(views.error()));
   Search search;
   for (const auto& path : context.options.paths) {
-    auto canonical = canonicalPath(context, *views, path);
-    // What is no path may be what every other command knows the volume by.
-    if (const auto disk = selectDisk(*views, path); !canonical && disk) {
-      canonical = (*disk)->disk.mountPath;
-      if (!canonical) {
-        return std::unexpected(
-            failure(context.options, ExitStatus::failed, "not-mounted",
-                    context.text("ui.error.notmounted", {base::displayText((*disk)->disk.name)})));
-      }
-    }
-    if (!canonical) {
-      return std::unexpected(failure(context.options, ExitStatus::failed, "no-such-path",
-                                     context.text("ui.error.nopath", {base::displayText(path)})));
-    }
-    search.paths.push_back(*canonical);
-    search.mountPaths.push_back(mountPathOf(*views, *canonical).value_or(*canonical));
+    // A listed device stands for its volume: nothing is beneath the node itself.
+    const bool isDevice = path.starts_with("/dev/") && selectDisk(*views, path);
+    const auto canonical = isDevice ? std::nullopt : canonicalPath(context, *views, path);
+    auto found = canonical ? std::expected<std::string, Answer>(*canonical)
+                           : mountPathOfDisk(context, *views, path);
+    if (!found) return std::unexpected(std::move(found.error()));
+    search.mountPaths.push_back(mountPathOf(*views, *found).value_or(*found));
+    search.paths.push_back(std::move(*found));
   }
   return search;
 }

@@ -93,7 +93,8 @@ TEST(ProgramTest, FailuresHaveAStatusAndAStableIdentifier) {
       {{}, 2, "usage", ""},
       {{"list", "--lang", "fr"}, 2, "usage", "list"},
       {{"info"}, 2, "usage", "info"},
-      {{"list", "--lang="}, 2, "usage", ""},
+      {{"list", "--lang="}, 2, "usage", "list"},
+      {{"--simulate=/nonexistent=", "list"}, 2, "scenario-unreadable", "list"},
       {{"log", "lst"}, 2, "usage", "log"},
       {{"--simulate", "list", "--at", "-1"}, 2, "usage", "list"},
       {{"--simulate", "list", "--at", "nan"}, 2, "usage", "list"},
@@ -103,6 +104,8 @@ TEST(ProgramTest, FailuresHaveAStatusAndAStableIdentifier) {
       {{"--simulate", "unmount", "/"}, 1, "start-volume", "unmount"},
       {{"--simulate", "occupants", "Untitled 1"}, 1, "not-mounted", "occupants"},
       {{"--simulate", "occupants", "Photo"}, 1, "no-such-path", "occupants"},
+      {{"--simulate", "occupants", "/dev/disk4"}, 1, "whole-disk", "occupants"},
+      {{"--simulate=hostile-names", "occupants", "Untitled 1"}, 2, "disk-ambiguous", "occupants"},
       {{"watch", "--for", "inf"}, 2, "usage", "watch"},
   };
   for (const auto& row : rows) {
@@ -129,6 +132,7 @@ TEST(ProgramTest, OptionsEndWhereTheUserEndsThem) {
   EXPECT_THAT(run.errors, HasSubstr("--json"));
   const auto spaced = runProgram({"--simulate", "checks", "list"});
   EXPECT_THAT(spaced.errors, HasSubstr("--simulate=checks"));
+  EXPECT_THAT(runProgram({"list", ""}).errors, Not(HasSubstr("--simulate")));
   EXPECT_EQ(runProgram({"list", "--version"}).output, runProgram({"version"}).output);
   EXPECT_EQ(runProgram({"--version", "--json"}).output, runProgram({"version", "--json"}).output);
 }

@@ -105,6 +105,9 @@ class RunningProgram {
       unsigned flags = 0;
       if (word == "flags:" && info >> std::oct >> flags) return (flags & O_NONBLOCK) != 0;
     }
+#ifdef __linux__
+    ADD_FAILURE() << "the flags could not be read";
+#endif
     return std::nullopt;
   }
   bool echoes() const { return (localFlags() & ECHO) != 0; }

@@ -132,6 +132,7 @@ Recovery recoveryOf(const VolumeFacts& facts, VolumeState state) {
   if (!takeover.controllerRuns) return Recovery::noController;
   if (takeover.isWorking) return Recovery::running;
   if (facts.destructiveJobRuns) return Recovery::suppressed;
+  if (takeover.isModuleOff) return Recovery::moduleOff;
   if (takeover.stopped) return Recovery::stopped;
   return takeover.nextAttempt ? Recovery::waiting : Recovery::watching;
 }

@@ -77,12 +77,13 @@ enum class Recovery {
   noController,  ///< nobody is there to try
   suppressed,    ///< nothing is mounted while a job rewrites a disk
   running,       ///< an attempt is under way
+  moduleOff,     ///< none is made before the user has turned the file-system module on
   waiting,       ///< an attempt is due
   stopped,       ///< all attempts are made
   watching,      ///< the controller is there and has not tried yet
 };
-BOOST_DESCRIBE_ENUM(Recovery, none, cannotHelp, noController, suppressed, running, waiting, stopped,
-                    watching)
+BOOST_DESCRIBE_ENUM(Recovery, none, cannotHelp, noController, suppressed, running, moduleOff,
+                    waiting, stopped, watching)
 
 /// The one state that the facts add up to. What went wrong before it came to mounting is told
 /// first, and what the program does itself before what somebody else did.

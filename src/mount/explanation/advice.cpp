@@ -27,6 +27,8 @@ std::optional<LocalizedText> recoveryText(const VolumeFacts& facts, VolumeState 
       return LocalizedText{"explain.program.suppressed"};
     case Recovery::running:
       return attemptText("explain.program.running", facts.takeover);
+    case Recovery::moduleOff:
+      return LocalizedText{"explain.program.moduleoff"};
     case Recovery::waiting:
       return attemptText("explain.program.waiting", facts.takeover);
     case Recovery::stopped:

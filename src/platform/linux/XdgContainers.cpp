@@ -36,7 +36,7 @@ std::optional<std::filesystem::path> XdgContainers::groupContainer(const std::st
 }
 
 std::optional<std::filesystem::path> XdgContainers::applicationSupport() {
-  if (auto configured = absolutePathIn("XDG_DATA_HOME")) return configured;
+  if (auto configured = absolutePathIn("XDG_DATA_HOME")) return configured;  // as told
   const auto folder = home();
   std::error_code error;
   // A home that is missing may come, with what is in it: none is made in its place.

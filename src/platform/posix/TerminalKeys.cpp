@@ -74,6 +74,7 @@ struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Liste
     const char* const name = ::ttyname(STDIN_FILENO);
     if (name == nullptr) return false;
     base::UniqueFd descriptor(::open(name, O_RDONLY | O_NOCTTY | O_CLOEXEC));
+    if (!descriptor) return false;  // it may be another user's
     boost::system::error_code error;
     terminal.assign(descriptor.get(), error);
     if (error) return false;

@@ -181,7 +181,7 @@ void addRecoverable(std::vector<Situation>& all) {
   all.push_back({"The same; the file-system extension is not turned on",
                  withTakeover(resource, [](auto& takeover) { takeover.isModuleOff = true; }),
                  state,
-                 Recovery::watching,
+                 Recovery::moduleOff,
                  {takeItOver}});
   all.push_back({"The same; an attempt is under way", withTakeover(resource, works), state,
                  Recovery::running});

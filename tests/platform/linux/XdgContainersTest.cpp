@@ -53,6 +53,9 @@ TEST(XdgContainers, PathsThatAreNotAbsoluteDoNotCount) {
   const Variable home("HOME", folder.root());
   const Variable data("XDG_DATA_HOME", "data");
   EXPECT_EQ(XdgContainers().applicationSupport(), folder.root() + "/.local/share");
+  const Variable missing("HOME", folder.root() + "/not/yet/mounted");
+  EXPECT_FALSE(XdgContainers().groupContainer("group.com.halvercine.shared"));
+  EXPECT_FALSE(std::filesystem::exists(folder.root() + "/not"));
   const Variable nowhere("HOME", "here");
   const auto passwd = XdgContainers().home();
   EXPECT_TRUE(!passwd || passwd->is_absolute());

@@ -5,7 +5,7 @@
 
 #include "app/Options.h"
 
-namespace CLI {
+namespace CLI {  // NOLINT(readability-identifier-naming)
 class App;
 }
 

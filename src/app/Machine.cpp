@@ -3,6 +3,9 @@
 #include <chrono>
 #include <utility>
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include "app/readUserFile.h"
 #include "base/Resources.h"
 #include "base/Text.h"
@@ -23,13 +26,9 @@ constexpr std::size_t scenarioLimit = 64 * 1024 * 1024;
 
 std::string bundledScenarios() {
   constexpr std::string_view folder = "scenarios/";
-  std::string names;
-  for (auto path : base::resourcesBelow(folder)) {
-    path.remove_prefix(folder.size());
-    names += names.empty() ? "" : ", ";
-    names += path.substr(0, path.rfind('.'));
-  }
-  return names;
+  auto names = base::resourcesBelow(folder);
+  for (auto& name : names) name = name.substr(folder.size(), name.rfind('.') - folder.size());
+  return fmt::format("{}", fmt::join(names, ", "));
 }
 
 std::expected<simulated::Scenario, std::string> loadScenario(const std::string& name) {

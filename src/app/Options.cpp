@@ -6,6 +6,8 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "app/declareCommandLine.h"
 
@@ -20,11 +22,11 @@ base::Language languageOfEnvironment() {
   return base::Language::en;
 }
 
-std::string commandsOf(const CLI::App& command) {
-  std::string names;
-  for (const auto* one : command.get_subcommands([](const CLI::App*) { return true; })) {
-    names += (names.empty() ? "" : ", ") + one->get_name();
-  }
+std::vector<std::string> commandsOf(const CLI::App& parent) {
+  std::vector<std::string> names;
+  const auto commands = parent.get_subcommands([](const CLI::App*) { return true; });
+  names.reserve(commands.size());
+  for (const auto* command : commands) names.push_back(command->get_name());
   return names;
 }
 
@@ -43,8 +45,9 @@ NothingToRun nothingToRun(const CLI::App& program, const CLI::ParseError& error,
   // The parser says only that there is no command.
   if (!isHelp && !unknown.empty()) {
     nothing.text = "There is no command or option " + unknown.front();
-    const auto known = commands.empty() ? "" : commandsOf(*commands.front());
-    if (!known.empty()) nothing.text += "; there are " + known;
+    const auto known =
+        commands.empty() ? std::vector<std::string>() : commandsOf(*commands.front());
+    if (!known.empty()) nothing.text += fmt::format("; there are {}", fmt::join(known, ", "));
     nothing.text += "\nRun with --help for more information.";
   }
   return nothing;
@@ -114,10 +117,9 @@ std::expected<Options, NothingToRun> readOptions(int argc, const char* const* ar
   });
   if (bare != optionsEnd) {
     NothingToRun nothing{ExitStatus::usage, "There is no value in " + *bare, "", json};
-    const auto command = std::find_if(words.begin(), optionsEnd, [&](const auto& word) {
-      return !program.get_subcommands([&](const auto* one) { return one->get_name() == word; })
-                  .empty();
-    });
+    const auto commands = commandsOf(program);
+    const auto command =
+        std::find_first_of(words.begin(), optionsEnd, commands.begin(), commands.end());
     if (command != optionsEnd) nothing.command = *command;
     return std::unexpected(std::move(nothing));
   }

@@ -1,5 +1,7 @@
 #include "app/declareCommandLine.h"
 
+#include <string_view>
+
 #include <CLI/CLI.hpp>
 #include <boost/describe.hpp>
 
@@ -45,6 +47,16 @@ void addGlobalOptions(CLI::App& program, Options& options, std::string& scenario
   program.set_version_flag("--version", std::string(), "Show the version");
 }
 
+/// A command below `parent`; when it is given, `chosen` becomes `value`.
+template <class Value>
+CLI::App* addCommand(CLI::App& parent, Value& chosen, Value value, std::string_view name,
+                     const std::string& description) {
+  auto* command = parent.add_subcommand(std::string(name), description);
+  command->fallthrough();
+  command->callback([&chosen, value] { chosen = value; });
+  return command;
+}
+
 void addDisk(CLI::App* command, Options& options) {
   command
       ->add_option("DISK", options.disk,
@@ -53,11 +65,8 @@ void addDisk(CLI::App* command, Options& options) {
 }
 
 void addLogActions(CLI::App& log, Options& options) {
-  const auto add = [&](LogAction action, const std::string& name, const std::string& description) {
-    auto* added = log.add_subcommand(name, description);
-    added->fallthrough();
-    added->callback([&options, action] { options.logAction = action; });
-    return added;
+  const auto add = [&](LogAction action, std::string_view name, const std::string& description) {
+    return addCommand(log, options.logAction, action, name, description);
   };
   log.require_subcommand(1);
   add(LogAction::show, "show", "Show the entries, newest first");
@@ -71,12 +80,8 @@ void addLogActions(CLI::App& log, Options& options) {
 }
 
 void addHelperActions(CLI::App& helper, Options& options) {
-  const auto add = [&](HelperAction action, const std::string& name,
-                       const std::string& description) {
-    auto* added = helper.add_subcommand(name, description);
-    added->fallthrough();
-    added->callback([&options, action] { options.helperAction = action; });
-    return added;
+  const auto add = [&](HelperAction action, std::string_view name, const std::string& description) {
+    return addCommand(helper, options.helperAction, action, name, description);
   };
   helper.require_subcommand(1);
   add(HelperAction::status, "status", "Show whether the helper can be used");
@@ -119,10 +124,7 @@ void addDuration(CLI::App* command, Options& options) {
 /// One command a line, each with its own arguments.
 void addCommands(CLI::App& program, Options& options) {
   const auto add = [&](Command command, const std::string& description) {
-    auto* added = program.add_subcommand(std::string(commandName(command)), description);
-    added->fallthrough();
-    added->callback([&options, command] { options.command = command; });
-    return added;
+    return addCommand(program, options.command, command, commandName(command), description);
   };
   add(Command::list, "List the disks and volumes");
   addDisk(add(Command::info, "Show everything that is known of one disk"), options);

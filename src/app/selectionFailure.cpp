@@ -1,6 +1,8 @@
 #include "app/selectionFailure.h"
 
-#include <boost/json/array.hpp>
+#include <boost/json/value_from.hpp>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "base/BsdName.h"
 #include "base/Text.h"
@@ -16,31 +18,26 @@ Answer selectionFailure(const CommandContext& context, const SelectionError& err
 
 Answer ambiguity(const CommandContext& context, const std::string& argument,
                  const SelectionError& error) {
-  boost::json::array candidates;
-  std::string names;
-  for (const auto& candidate : error.candidates) {
-    candidates.emplace_back(candidate);
-    names += names.empty() ? candidate : ", " + candidate;
-  }
+  const auto names = fmt::format("{}", fmt::join(error.candidates, ", "));
   return failure(context.options, ExitStatus::usage, "disk-ambiguous",
                  context.text("ui.error.ambiguous", {base::displayText(argument), names}),
-                 {{"candidates", std::move(candidates)}});
+                 {{"candidates", boost::json::value_from(error.candidates)}});
 }
 
 std::optional<Answer> wholeDiskFailure(const CommandContext& context,
                                        const std::vector<DiskView>& views,
                                        const disks::Disk& disk) {
-  boost::json::array volumes;
-  std::string names;
+  if (disk.isMounted) return std::nullopt;
+  std::vector<std::string> volumes;
   for (const auto& view : views) {
     if (view.disk.id == disk.id || base::wholeDiskName(view.disk.id) != disk.id) continue;
-    volumes.emplace_back(view.disk.id);
-    names += (names.empty() ? "" : ", ") + view.disk.id;
+    volumes.push_back(view.disk.id);
   }
-  if (disk.isMounted || volumes.empty()) return std::nullopt;
+  if (volumes.empty()) return std::nullopt;
+  const auto names = fmt::format("{}", fmt::join(volumes, ", "));
   return failure(context.options, ExitStatus::failed, "whole-disk",
                  context.text("ui.error.wholedisk", {base::displayText(disk.name), names}),
-                 {{"volumes", std::move(volumes)}});
+                 {{"volumes", boost::json::value_from(volumes)}});
 }
 
 }  // namespace halvercine::app

@@ -70,10 +70,11 @@ struct TerminalKeys::Listener : std::enable_shared_from_this<TerminalKeys::Liste
   /// False when the terminal is of a kind that cannot be waited for, as macOS has some.
   bool open() {
     // Opened anew: what waits for it makes it non-blocking, and what is copied from standard input
-    // is one with the output, the shell and everybody else who has the terminal.
+    // is one with the output, the shell and everybody else who has the terminal. It is non-blocking
+    // at once, so that nothing waits for the carrier of a line.
     const char* const name = ::ttyname(STDIN_FILENO);
     if (name == nullptr) return false;
-    base::UniqueFd descriptor(::open(name, O_RDONLY | O_NOCTTY | O_CLOEXEC));
+    base::UniqueFd descriptor(::open(name, O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
     if (!descriptor) return false;  // it may be another user's
     boost::system::error_code error;
     terminal.assign(descriptor.get(), error);

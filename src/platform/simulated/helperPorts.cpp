@@ -12,10 +12,8 @@ namespace {
 using Machine = std::shared_ptr<SimulatedMachine>;
 
 constexpr std::string_view errorDomain = "NSCocoaErrorDomain";
-/// The one service that is served.
+/// The one service that is served; the bundle holds its daemon.
 constexpr std::string_view helperService = "com.halvercine.app.authhelper";
-/// The one daemon that the bundle holds.
-constexpr std::string_view helperList = "com.halvercine.app.authhelper.plist";
 
 // Services and connections are held by what waits for the machine's clock: they must not hold the
 // machine in turn.
@@ -58,7 +56,7 @@ class SimulatedDaemonServices : public DaemonServices {
   explicit SimulatedDaemonServices(Machine machine) : machine_(std::move(machine)) {}
 
   std::unique_ptr<DaemonService> daemon(const std::string& propertyListName) override {
-    if (propertyListName != helperList) {
+    if (propertyListName != std::string(helperService) + ".plist") {
       return std::make_unique<AbsentDaemonService>(propertyListName);
     }
     return std::make_unique<SimulatedDaemonService>(machine_);
